@@ -1,0 +1,21 @@
+# Compiler settings shared by every target of the project, through one interface target.
+add_library(tarnvik_options INTERFACE)
+target_compile_options(tarnvik_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Wcast-align
+  -Woverloaded-virtual -Wconversion -Wsign-conversion -Wnull-dereference -Wdouble-promotion
+  -Wformat=2 -Wimplicit-fallthrough)
+if(TARNVIK_WERROR)
+  target_compile_options(tarnvik_options INTERFACE -Werror)
+endif()
+if(TARNVIK_SANITIZE)
+  target_compile_options(tarnvik_options INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(tarnvik_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+# Every static library of a subsystem is made with this, so that all share the settings.
+function(tarnvik_library name)
+  add_library(${name} STATIC ${ARGN})
+  target_link_libraries(${name} PUBLIC tarnvik_options)
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+endfunction()

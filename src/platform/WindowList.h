@@ -1,0 +1,26 @@
+#pragma once
+
+#include "platform/Value.h"
+
+namespace tarnvik {
+
+inline constexpr const char *kCGWindowBounds = "kCGWindowBounds";
+inline constexpr const char *kCGWindowLayer = "kCGWindowLayer";
+inline constexpr const char *kCGWindowOwnerPID = "kCGWindowOwnerPID";
+inline constexpr const char *kCGWindowOwnerName = "kCGWindowOwnerName";
+inline constexpr const char *kCGWindowName = "kCGWindowName";
+// The owner and name under which the menu bar appears in the list while it is on screen.
+inline constexpr const char *kMenubarOwnerName = "Window Server";
+inline constexpr const char *kMenubarWindowName = "Menubar";
+
+// The window server's list of on-screen windows, front to back. Each entry is a dictionary with
+// the kCGWindow keys above; "kCGWindowBounds" is itself a dictionary of "X", "Y", "Width",
+// "Height" in the accessibility space.
+class WindowList
+{
+public:
+    virtual ~WindowList() = default;
+    virtual ValueArray onScreenWindowInfo() = 0;
+};
+
+} // namespace tarnvik

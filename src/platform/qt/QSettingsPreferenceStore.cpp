@@ -1,0 +1,108 @@
+#include "platform/qt/QSettingsPreferenceStore.h"
+
+#include <QSettings>
+#include <QStringList>
+
+namespace tarnvik {
+
+namespace {
+
+QString key(const std::string &k)
+{
+    return QString::fromStdString(k);
+}
+
+} // namespace
+
+QSettingsPreferenceStore::QSettingsPreferenceStore()
+    : _settings(std::make_unique<QSettings>(QStringLiteral("tarnvik"), QStringLiteral("tarnvik")))
+{
+}
+
+QSettingsPreferenceStore::QSettingsPreferenceStore(const std::string &path)
+    : _settings(std::make_unique<QSettings>(QString::fromStdString(path), QSettings::IniFormat))
+{
+}
+
+QSettingsPreferenceStore::~QSettingsPreferenceStore() = default;
+
+std::optional<bool> QSettingsPreferenceStore::boolValue(const std::string &k) const
+{
+    const QVariant v = _settings->value(key(k));
+    if (v.typeId() == QMetaType::Bool)
+        return v.toBool();
+    if (v.typeId() == QMetaType::QString) {
+        if (v.toString() == QLatin1String("true"))
+            return true;
+        if (v.toString() == QLatin1String("false"))
+            return false;
+    }
+    return std::nullopt;
+}
+
+std::optional<double> QSettingsPreferenceStore::doubleValue(const std::string &k) const
+{
+    const QVariant v = _settings->value(key(k));
+    if (v.typeId() == QMetaType::Double || v.typeId() == QMetaType::Int
+        || v.typeId() == QMetaType::LongLong)
+        return v.toDouble();
+    if (v.typeId() == QMetaType::QString) {
+        bool ok = false;
+        const double d = v.toString().toDouble(&ok);
+        if (ok)
+            return d;
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> QSettingsPreferenceStore::stringValue(const std::string &k) const
+{
+    const QVariant v = _settings->value(key(k));
+    if (v.typeId() == QMetaType::QString)
+        return v.toString().toStdString();
+    return std::nullopt;
+}
+
+std::optional<std::vector<std::string>>
+QSettingsPreferenceStore::stringListValue(const std::string &k) const
+{
+    const QVariant v = _settings->value(key(k));
+    if (v.typeId() != QMetaType::QStringList)
+        return std::nullopt;
+    std::vector<std::string> list;
+    for (const auto &s : v.toStringList())
+        list.push_back(s.toStdString());
+    return list;
+}
+
+void QSettingsPreferenceStore::setBool(const std::string &k, bool value)
+{
+    _settings->setValue(key(k), value);
+}
+
+void QSettingsPreferenceStore::setDouble(const std::string &k, double value)
+{
+    _settings->setValue(key(k), value);
+}
+
+void QSettingsPreferenceStore::setString(const std::string &k, const std::string &value)
+{
+    _settings->setValue(key(k), QString::fromStdString(value));
+}
+
+void QSettingsPreferenceStore::setStringList(const std::string &k,
+                                             const std::vector<std::string> &value)
+{
+    QStringList list;
+    for (const auto &s : value)
+        list << QString::fromStdString(s);
+    // Marks the value as a list in the file, so that one path reads back as a list too.
+    _settings->setValue(key(k), QVariant::fromValue(list));
+}
+
+void QSettingsPreferenceStore::remove(const std::string &k)
+{
+    _settings->remove(key(k));
+}
+
+} // namespace tarnvik

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "platform/PreferenceStore.h"
+
+#include <memory>
+
+class QSettings;
+
+namespace tarnvik {
+
+// The user's settings in Qt's store (an INI file under ~/.config on Linux). Values read back
+// from a file come as text, so each typed read converts strictly and treats what doesn't
+// convert as absent.
+class QSettingsPreferenceStore : public PreferenceStore
+{
+public:
+    QSettingsPreferenceStore();
+    // A store at a file of its own, for tests and for several profiles.
+    explicit QSettingsPreferenceStore(const std::string &path);
+    ~QSettingsPreferenceStore() override;
+
+    std::optional<bool> boolValue(const std::string &key) const override;
+    std::optional<double> doubleValue(const std::string &key) const override;
+    std::optional<std::string> stringValue(const std::string &key) const override;
+    std::optional<std::vector<std::string>>
+    stringListValue(const std::string &key) const override;
+
+    void setBool(const std::string &key, bool value) override;
+    void setDouble(const std::string &key, double value) override;
+    void setString(const std::string &key, const std::string &value) override;
+    void setStringList(const std::string &key, const std::vector<std::string> &value) override;
+    void remove(const std::string &key) override;
+
+private:
+    std::unique_ptr<QSettings> _settings;
+};
+
+} // namespace tarnvik
