@@ -1,9 +1,12 @@
 # Compiler settings shared by every target of the project, through one interface target.
+# Designated initializers leave members at their defaults on purpose, hence no
+# missing-field-initializers; null-dereference is left out for its false alarms inside
+# libstdc++ and GoogleTest at -O2.
 add_library(tarnvik_options INTERFACE)
 target_compile_options(tarnvik_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Wcast-align
-  -Woverloaded-virtual -Wconversion -Wsign-conversion -Wnull-dereference -Wdouble-promotion
-  -Wformat=2 -Wimplicit-fallthrough)
+  -Woverloaded-virtual -Wconversion -Wsign-conversion -Wdouble-promotion -Wformat=2
+  -Wimplicit-fallthrough -Wno-missing-field-initializers)
 if(TARNVIK_WERROR)
   target_compile_options(tarnvik_options INTERFACE -Werror)
 endif()

@@ -86,6 +86,7 @@ public:
         app = it->second.get();
         node = &app->nodes[h->node];
         ++desktop._totalCalls;
+        desktop._callingThreads.insert(std::this_thread::get_id());
         ++node->calls;
         FakeApplication &facade = *app->facade;
         if (facade._callsLeft) {
@@ -366,6 +367,12 @@ int FakeDesktop::totalCalls() const
 {
     std::lock_guard lock(_mutex);
     return _totalCalls;
+}
+
+std::set<std::thread::id> FakeDesktop::callingThreads() const
+{
+    std::lock_guard lock(_mutex);
+    return _callingThreads;
 }
 
 std::optional<Value> FakeDesktop::lastPredicateParameter() const

@@ -11,7 +11,9 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace tarnvik::fake {
@@ -133,6 +135,8 @@ public:
     void addScreen(Screen screen) { _screens.push_back(screen); }
 
     int totalCalls() const;
+    // The threads that made platform calls so far.
+    std::set<std::thread::id> callingThreads() const;
     // The last parameter the search-predicate query was asked with.
     std::optional<Value> lastPredicateParameter() const;
     std::optional<float> messagingTimeout(const AXUIElement &element) const;
@@ -193,10 +197,12 @@ private:
     std::vector<pid_t> _appOrder;
     std::optional<pid_t> _frontmost;
     std::optional<pid_t> _menuBarOwner;
-    pid_t _currentProcess = 1;
+    // This program, unless a test makes it one of the fake applications.
+    pid_t _currentProcess = 424242;
     ValueArray _windowInfo;
     std::vector<Screen> _screens;
     int _totalCalls = 0;
+    std::set<std::thread::id> _callingThreads;
     std::optional<Value> _lastPredicateParameter;
     std::vector<std::string> _performed;
 };

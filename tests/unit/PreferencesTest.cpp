@@ -1,0 +1,85 @@
+#include "platform/fake/FakePreferenceStore.h"
+#include "platform/qt/QSettingsPreferenceStore.h"
+#include "preferences/Preferences.h"
+
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace tarnvik {
+namespace {
+
+using Keys = Preferences::Keys;
+
+TEST(Preferences, AFreshStoreReadsTheRegisteredDefaultsAndDocumentedFallbacks)
+{
+    fake::FakePreferenceStore store;
+    Preferences p(store);
+    EXPECT_EQ(p.stringForKey(Keys::nonSearchShortcut), "⇧⌘Space");
+    EXPECT_EQ(p.stringForKey(Keys::scrollShortcut), "⇧⌘J");
+    EXPECT_FALSE(p.stringForKey(Keys::searchShortcut));
+    EXPECT_TRUE(p.boolForKey(Keys::useSearchPredicate));
+    EXPECT_TRUE(p.boolForKey(Keys::isAutoClickEnabled));
+    EXPECT_FALSE(p.boolForKey(Keys::mapArrowKeysToScroll));
+    EXPECT_FALSE(p.boolForKey(Keys::enableHyperKey));
+    EXPECT_FLOAT_EQ(p.floatForKey(Keys::labelFontSize), 10.0f);
+    EXPECT_DOUBLE_EQ(p.doubleForKey(Keys::soundEffectVolume), 0.6);
+    EXPECT_EQ(p.themeId(), "original");
+    EXPECT_TRUE(p.disabledBundlePaths().empty());
+    EXPECT_FALSE(p.scrollKeys());
+    EXPECT_EQ(Preferences::registeredDefaults().size(), 21u);
+}
+
+TEST(Preferences, StoredValuesWinAndWronglyTypedOnesCountAsAbsent)
+{
+    fake::FakePreferenceStore store;
+    Preferences p(store);
+    p.setBool(Keys::mapArrowKeysToScroll, true);
+    EXPECT_TRUE(p.boolForKey(Keys::mapArrowKeysToScroll));
+    store.setString(Keys::useSearchPredicate, "no");
+    EXPECT_TRUE(p.boolForKey(Keys::useSearchPredicate)) << "falls back to the default";
+    store.setString(Keys::isExperimentalSupportEnabled, "true");
+    EXPECT_FALSE(p.isExperimentalSupportEnabled());
+    p.setBool(Keys::isExperimentalSupportEnabled, true);
+    EXPECT_TRUE(p.isExperimentalSupportEnabled());
+
+    for (const char *keys : {"hjk", "hjklm"}) {
+        p.setString(Keys::scrollKeys, keys);
+        EXPECT_FALSE(p.scrollKeys()) << keys;
+    }
+    p.setString(Keys::scrollKeys, "äsdf");
+    EXPECT_EQ(p.scrollKeys(), "äsdf");
+
+    p.setDisabledBundlePaths({"/b.app", "/a.app", "/b.app"});
+    EXPECT_EQ(p.disabledBundlePaths(), (std::vector<std::string>{"/a.app", "/b.app"}));
+    p.removeObjectForKey(Keys::mapArrowKeysToScroll);
+    EXPECT_FALSE(p.boolForKey(Keys::mapArrowKeysToScroll));
+}
+
+TEST(QSettingsPreferenceStore, ValuesSurviveTheFileWithTheirTypes)
+{
+    QTemporaryDir dir;
+    const std::string path = dir.filePath("settings.ini").toStdString();
+    {
+        QSettingsPreferenceStore store(path);
+        store.setBool("b", true);
+        store.setDouble("d", 1.25);
+        store.setString("s", "⇧⌘Space");
+        store.setStringList("one", {"/only.app"});
+        store.setStringList("two", {"/a.app", "/b.app"});
+    }
+    QSettingsPreferenceStore store(path);
+    EXPECT_EQ(store.boolValue("b"), true);
+    EXPECT_EQ(store.doubleValue("d"), 1.25);
+    EXPECT_EQ(store.stringValue("s"), "⇧⌘Space");
+    EXPECT_EQ(store.stringListValue("one"), (std::vector<std::string>{"/only.app"}));
+    EXPECT_EQ(store.stringListValue("two"), (std::vector<std::string>{"/a.app", "/b.app"}));
+    EXPECT_FALSE(store.boolValue("s")) << "text that isn't a Boolean";
+    EXPECT_FALSE(store.doubleValue("s"));
+    EXPECT_FALSE(store.stringValue("missing"));
+    store.remove("b");
+    EXPECT_FALSE(store.boolValue("b"));
+}
+
+} // namespace
+} // namespace tarnvik
