@@ -46,9 +46,8 @@ AttributeRead<AXUIElement> elementAttribute(Accessibility &ax, const std::string
     return readAs<AXUIElement>(ax, name, of);
 }
 
-AttributeRead<std::vector<AXUIElement>> elementsAttribute(Accessibility &ax,
-                                                          const std::string &name,
-                                                          const AXUIElement &of)
+AttributeRead<std::vector<AXUIElement>>
+elementsAttribute(Accessibility &ax, const std::string &name, const AXUIElement &of)
 {
     auto result = read(ax, name, of);
     if (!result.ok())

@@ -15,9 +15,8 @@ using AttributeRead = AXResult<std::optional<T>>;
 
 AttributeRead<AXUIElement> elementAttribute(Accessibility &ax, const std::string &name,
                                             const AXUIElement &of);
-AttributeRead<std::vector<AXUIElement>> elementsAttribute(Accessibility &ax,
-                                                          const std::string &name,
-                                                          const AXUIElement &of);
+AttributeRead<std::vector<AXUIElement>>
+elementsAttribute(Accessibility &ax, const std::string &name, const AXUIElement &of);
 AttributeRead<std::string> stringAttribute(Accessibility &ax, const std::string &name,
                                            const AXUIElement &of);
 AttributeRead<CGPoint> pointAttribute(Accessibility &ax, const std::string &name,

@@ -25,7 +25,7 @@ std::optional<BuildUITree::Url> parseUrl(const std::string &text)
     const QUrl url(QString::fromStdString(text), QUrl::StrictMode);
     if (!url.isValid() || text.empty())
         return std::nullopt;
-    BuildUITree::Url parsed{text, std::nullopt};
+    BuildUITree::Url parsed {text, std::nullopt};
     if (!url.host().isEmpty())
         parsed.host = url.host().toStdString();
     return parsed;
@@ -39,9 +39,9 @@ Value searchPredicateParameter()
     parameter.insert("AXResultsLimit", -1);
     parameter.insert("AXVisibleOnly", true);
     parameter.insert("AXSearchKey",
-                     ValueArray{"AXButtonSearchKey", "AXCheckBoxSearchKey", "AXControlSearchKey",
-                                "AXGraphicSearchKey", "AXLinkSearchKey", "AXRadioGroupSearchKey",
-                                "AXTextFieldSearchKey", "AXKeyboardFocusableSearchKey"});
+                     ValueArray {"AXButtonSearchKey", "AXCheckBoxSearchKey", "AXControlSearchKey",
+                                 "AXGraphicSearchKey", "AXLinkSearchKey", "AXRadioGroupSearchKey",
+                                 "AXTextFieldSearchKey", "AXKeyboardFocusableSearchKey"});
     return parameter;
 }
 
@@ -55,10 +55,10 @@ bool fallsThrough(AXError error)
 
 BuildUITree::BuildUITree(AccessibilityPlatform platform, bool withSearchAttributes,
                          bool withSearchPredicate)
-    : fetchSearchAttributes(withSearchAttributes), useSearchPredicate(withSearchPredicate),
-      _platform(platform)
-{
-}
+    : fetchSearchAttributes(withSearchAttributes)
+    , useSearchPredicate(withSearchPredicate)
+    , _platform(platform)
+{ }
 
 UIElementPtr BuildUITree::makeElement(const AXUIElement &ref) const
 {
@@ -194,8 +194,8 @@ std::shared_ptr<UITree> BuildUITree::buildMenubar(const AXUIElement &app)
 
 std::shared_ptr<UITree> BuildUITree::buildDock()
 {
-    auto docks = _platform.workspace.runningApplicationsWithBundleIdentifier(
-        std::string(bundles::dock));
+    auto docks =
+        _platform.workspace.runningApplicationsWithBundleIdentifier(std::string(bundles::dock));
     if (docks.empty())
         return nullptr;
     const AXUIElement app = _platform.ax.createApplication(docks.front().processIdentifier);
@@ -276,8 +276,8 @@ std::vector<std::shared_ptr<UITree>> BuildUITree::buildMenubarExtras(const UIEle
             }
             const CGPoint centre = extra->centre();
             if (!CGRectContainsPoint(menubarFrame, centre)) {
-                printLine("removed out-of-bounds menubar extra: app=" + name + ", frame="
-                          + describe(extra->frame()) + ", center=" + describe(centre));
+                printLine("removed out-of-bounds menubar extra: app=" + name
+                          + ", frame=" + describe(extra->frame()) + ", center=" + describe(centre));
                 continue;
             }
             auto hit = _platform.ax.copyElementAtPosition(appElement, static_cast<float>(centre.x),

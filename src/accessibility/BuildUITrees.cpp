@@ -14,13 +14,15 @@ namespace tarnvik {
 BuildUITrees::BuildUITrees(Services services, RunningApplication app, UIElementPtr window,
                            std::optional<RunningApplication> menubarOwner, UITreePtr dock,
                            bool withSearchAttributes)
-    : frontmostApp(std::move(app)), frontmostWindow(std::move(window)),
-      menubarApp(std::move(menubarOwner)), dockUiTree(std::move(dock)),
-      isTargetSelf(frontmostApp.processIdentifier
-                   == services.platform.workspace.currentProcessIdentifier()),
-      fetchSearchAttributes(withSearchAttributes), _services(services)
-{
-}
+    : frontmostApp(std::move(app))
+    , frontmostWindow(std::move(window))
+    , menubarApp(std::move(menubarOwner))
+    , dockUiTree(std::move(dock))
+    , isTargetSelf(frontmostApp.processIdentifier
+                   == services.platform.workspace.currentProcessIdentifier())
+    , fetchSearchAttributes(withSearchAttributes)
+    , _services(services)
+{ }
 
 BuildUITree BuildUITrees::makeBuilder(bool useSearchPredicate) const
 {
@@ -69,7 +71,7 @@ std::optional<BuildUITrees::MenubarTrees>
 BuildUITrees::buildMenubarWithExtras(const std::stop_token &cancellation)
 {
     if (!menubarApp || !isMenubarOnScreen())
-        return MenubarTrees{};
+        return MenubarTrees {};
     if (cancellation.stop_requested())
         return std::nullopt;
     auto builder = makeBuilder(false);

@@ -12,20 +12,20 @@ namespace tarnvik {
 // Applications that the tree building treats differently, by exact bundle identifier.
 namespace bundles {
 
-inline constexpr std::array safari = {
-    "com.apple.Safari"sv, "com.apple.SafariTechnologyPreview"sv};
-inline constexpr std::array intelliJ = {
-    "com.jetbrains.intellij"sv, "com.jetbrains.intellij.ce"sv};
+inline constexpr std::array safari = {"com.apple.Safari"sv, "com.apple.SafariTechnologyPreview"sv};
+inline constexpr std::array intelliJ = {"com.jetbrains.intellij"sv, "com.jetbrains.intellij.ce"sv};
 // Electron applications whose windows are one web page: read through the page at their centre.
-inline constexpr std::array windowCentreApps = {
-    "notion.id"sv, "com.superhuman.electron"sv, "com.microsoft.teams"sv, "com.microsoft.teams2"sv};
+inline constexpr std::array windowCentreApps = {"notion.id"sv, "com.superhuman.electron"sv,
+                                                "com.microsoft.teams"sv, "com.microsoft.teams2"sv};
 inline constexpr std::array chromiumBrowsers = {
-    "com.google.Chrome"sv,          "com.google.Chrome.canary"sv,  "com.google.Chrome.beta"sv,
-    "com.google.Chrome.dev"sv,      "com.brave.Browser"sv,         "com.brave.Browser.beta"sv,
-    "com.brave.Browser.nightly"sv,  "company.thebrowser.Browser"sv, "com.microsoft.edgemac"sv,
-    "com.microsoft.edgemac.Beta"sv, "com.microsoft.edgemac.Dev"sv, "com.microsoft.edgemac.Canary"sv};
-inline constexpr std::array firefoxBrowsers = {
-    "org.mozilla.firefox"sv, "org.mozilla.nightly"sv, "org.mozilla.firefoxdeveloperedition"sv};
+    "com.google.Chrome"sv,         "com.google.Chrome.canary"sv,
+    "com.google.Chrome.beta"sv,    "com.google.Chrome.dev"sv,
+    "com.brave.Browser"sv,         "com.brave.Browser.beta"sv,
+    "com.brave.Browser.nightly"sv, "company.thebrowser.Browser"sv,
+    "com.microsoft.edgemac"sv,     "com.microsoft.edgemac.Beta"sv,
+    "com.microsoft.edgemac.Dev"sv, "com.microsoft.edgemac.Canary"sv};
+inline constexpr std::array firefoxBrowsers = {"org.mozilla.firefox"sv, "org.mozilla.nightly"sv,
+                                               "org.mozilla.firefoxdeveloperedition"sv};
 
 inline constexpr std::string_view dock = "com.apple.dock";
 inline constexpr std::string_view controlCentre = "com.apple.controlcenter";

@@ -45,8 +45,12 @@ std::optional<CGWindow> CGWindow::fromInfo(const ValueDictionary &info)
     const auto *ownerName = owner ? owner->get<std::string>() : nullptr;
     if (!x || !y || !width || !height || !layer || !pid || !ownerName)
         return std::nullopt;
-    CGWindow window{makeRect(*x, *y, *width, *height), *layer, static_cast<pid_t>(*pid),
-                    *ownerName, std::nullopt, info};
+    CGWindow window {makeRect(*x, *y, *width, *height),
+                     *layer,
+                     static_cast<pid_t>(*pid),
+                     *ownerName,
+                     std::nullopt,
+                     info};
     if (const Value *name = info.find(kCGWindowName)) {
         if (const auto *s = name->get<std::string>())
             window.windowName = *s;

@@ -22,9 +22,8 @@ bool anySearchableStringContains(const UIElement &e, const std::string &query)
     if (role.starts_with("AX"))
         role.remove_prefix(2);
     if (optionalContains(e.title) || contains(role) || optionalContains(e.subrole)
-        || optionalContains(e.value) || optionalContains(e.description)
-        || optionalContains(e.help) || optionalContains(e.roleDescription)
-        || optionalContains(e.placeholderValue))
+        || optionalContains(e.value) || optionalContains(e.description) || optionalContains(e.help)
+        || optionalContains(e.roleDescription) || optionalContains(e.placeholderValue))
         return true;
     for (const auto &[key, value] : e.customAttributes) {
         if (contains(value))

@@ -11,7 +11,10 @@ namespace tarnvik {
 class UITree::TargetSelection
 {
 public:
-    explicit TargetSelection(const UITree &tree) : t(tree), isTarget(tree.size(), 0) { }
+    explicit TargetSelection(const UITree &tree)
+        : t(tree)
+        , isTarget(tree.size(), 0)
+    { }
 
     std::vector<UIElementPtr> run(bool includeAll)
     {
@@ -37,7 +40,7 @@ private:
 
     void descend()
     {
-        std::vector<Index> stack{0};
+        std::vector<Index> stack {0};
         std::vector<Index> kept;
         while (!stack.empty()) {
             const Index e = stack.back();
@@ -161,8 +164,7 @@ private:
     {
         const auto &children = childrenOf(row);
         return children.size() == 1 && role(children[0]) == "AXLink"
-            && CGRectEqualToRect(el(row).frame(), el(children[0]).frame())
-            && isTarget[children[0]];
+            && CGRectEqualToRect(el(row).frame(), el(children[0]).frame()) && isTarget[children[0]];
     }
 
     // False when the row has nothing pressable inside and the remaining rules are to be tried.

@@ -19,7 +19,11 @@ class Tree
 public:
     using ID = std::string;
 
-    explicit Tree(Element root) : _rootId(root->id) { append(std::move(root), none); }
+    explicit Tree(Element root)
+        : _rootId(root->id)
+    {
+        append(std::move(root), none);
+    }
 
     const ID &rootId() const { return _rootId; }
     std::size_t size() const { return _nodes.size(); }
@@ -29,7 +33,7 @@ public:
     Element element(const ID &id) const
     {
         const Index i = indexOf(id);
-        return i == none ? Element{} : _nodes[i].element;
+        return i == none ? Element {} : _nodes[i].element;
     }
 
     std::optional<ID> parentId(const ID &id) const
@@ -97,7 +101,7 @@ private:
     {
         const auto index = static_cast<Index>(_nodes.size());
         _indexById.emplace(element->id, index);
-        _nodes.push_back(Node{std::move(element), parent, {}});
+        _nodes.push_back(Node {std::move(element), parent, {}});
         if (parent != none)
             _nodes[parent].children.push_back(index);
     }

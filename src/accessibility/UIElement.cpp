@@ -15,24 +15,32 @@ namespace tarnvik {
 namespace {
 
 const std::vector<std::string> fullAttributes = {
-    NSAccessibilityRoleAttribute,        NSAccessibilityPositionAttribute,
-    NSAccessibilitySizeAttribute,        NSAccessibilitySubroleAttribute,
-    NSAccessibilityTitleAttribute,       NSAccessibilityValueAttribute,
-    NSAccessibilityDescriptionAttribute, NSAccessibilityHelpAttribute,
-    NSAccessibilityPlaceholderValueAttribute, NSAccessibilityEnabledAttribute,
-    NSAccessibilityActivationPointAttribute,  NSAccessibilityIdentifierAttribute,
+    NSAccessibilityRoleAttribute,
+    NSAccessibilityPositionAttribute,
+    NSAccessibilitySizeAttribute,
+    NSAccessibilitySubroleAttribute,
+    NSAccessibilityTitleAttribute,
+    NSAccessibilityValueAttribute,
+    NSAccessibilityDescriptionAttribute,
+    NSAccessibilityHelpAttribute,
+    NSAccessibilityPlaceholderValueAttribute,
+    NSAccessibilityEnabledAttribute,
+    NSAccessibilityActivationPointAttribute,
+    NSAccessibilityIdentifierAttribute,
 };
 
 const std::vector<std::string> lightAttributes = {
-    NSAccessibilityRoleAttribute,    NSAccessibilityPositionAttribute,
-    NSAccessibilitySizeAttribute,    NSAccessibilitySubroleAttribute,
-    NSAccessibilityEnabledAttribute, NSAccessibilityActivationPointAttribute,
+    NSAccessibilityRoleAttribute,       NSAccessibilityPositionAttribute,
+    NSAccessibilitySizeAttribute,       NSAccessibilitySubroleAttribute,
+    NSAccessibilityEnabledAttribute,    NSAccessibilityActivationPointAttribute,
     NSAccessibilityIdentifierAttribute,
 };
 
 const std::vector<std::string> searchAttributes = {
-    NSAccessibilityTitleAttribute,       NSAccessibilityValueAttribute,
-    NSAccessibilityDescriptionAttribute, NSAccessibilityHelpAttribute,
+    NSAccessibilityTitleAttribute,
+    NSAccessibilityValueAttribute,
+    NSAccessibilityDescriptionAttribute,
+    NSAccessibilityHelpAttribute,
     NSAccessibilityPlaceholderValueAttribute,
 };
 
@@ -61,8 +69,8 @@ std::optional<std::vector<std::string>> readActions(Accessibility &ax, const AXU
 }
 
 // Slots 0 to 2 (role, position, size) are compulsory; the caller fills the rest from the batch.
-UIElementPtr fetch(Accessibility &ax, const AXUIElement &ref,
-                   const std::vector<std::string> &names, ValueArray &slots)
+UIElementPtr fetch(Accessibility &ax, const AXUIElement &ref, const std::vector<std::string> &names,
+                   ValueArray &slots)
 {
     auto batch = batchAttributes(ax, names, ref);
     if (!batch.ok() || batch.value().size() != names.size())
@@ -95,16 +103,15 @@ const std::unordered_map<std::string_view, RoleVerdict> &actionableRoles()
     static const std::unordered_map<std::string_view, RoleVerdict> table = [] {
         std::unordered_map<std::string_view, RoleVerdict> t;
         for (const char *r :
-             {"AXWindow", "AXSheet", "AXMenuBar", "AXOutline", "AXToolbar", "AXList",
-              "AXTabGroup", "AXSplitGroup", "AXScrollArea", "AXColumn", "AXUnknown",
-              "AXSplitter", "AXScrollBar", "AXMenu", "AXPopover", "AXCell", "AXTable",
-              "AXWebArea", "AXHeading", "AXGroup"})
+             {"AXWindow",  "AXSheet",    "AXMenuBar",    "AXOutline",    "AXToolbar",
+              "AXList",    "AXTabGroup", "AXSplitGroup", "AXScrollArea", "AXColumn",
+              "AXUnknown", "AXSplitter", "AXScrollBar",  "AXMenu",       "AXPopover",
+              "AXCell",    "AXTable",    "AXWebArea",    "AXHeading",    "AXGroup"})
             t.emplace(r, RoleVerdict::NotActionable);
         for (const char *r :
-             {"AXStaticText", "AXTextField", "AXComboBox", "AXTextArea", "AXLayoutItem",
-              "AXButton", "AXMenuBarItem", "AXPopUpButton", "AXRadioButton", "AXCheckBox",
-              "AXMenuButton", "AXDisclosureTriangle", "AXLink", "AXMenuItem", "AXSlider",
-              "AXRow", "AXDockItem"})
+             {"AXStaticText", "AXTextField", "AXComboBox", "AXTextArea", "AXLayoutItem", "AXButton",
+              "AXMenuBarItem", "AXPopUpButton", "AXRadioButton", "AXCheckBox", "AXMenuButton",
+              "AXDisclosureTriangle", "AXLink", "AXMenuItem", "AXSlider", "AXRow", "AXDockItem"})
             t.emplace(r, RoleVerdict::Actionable);
         return t;
     }();
@@ -120,16 +127,16 @@ bool isIncidentalAction(const std::string &action)
 std::string formatDouble(double v)
 {
     if (std::isfinite(v) && v == std::trunc(v) && std::fabs(v) < 1e15) {
-        std::array<char, 32> buf{};
-        auto [end, ec] = std::to_chars(buf.data(), buf.data() + buf.size(), v,
-                                       std::chars_format::fixed, 1);
+        std::array<char, 32> buf {};
+        auto [end, ec] =
+            std::to_chars(buf.data(), buf.data() + buf.size(), v, std::chars_format::fixed, 1);
         return std::string(buf.data(), end);
     }
     if (std::isnan(v))
         return "nan";
     if (std::isinf(v))
         return v > 0 ? "inf" : "-inf";
-    std::array<char, 64> buf{};
+    std::array<char, 64> buf {};
     auto [end, ec] = std::to_chars(buf.data(), buf.data() + buf.size(), v);
     return std::string(buf.data(), end);
 }
@@ -156,10 +163,12 @@ std::string describe(const std::optional<std::vector<std::string>> &list)
 
 UIElement::UIElement(std::optional<AXUIElement> handle, std::string axRole, CGPoint origin,
                      CGSize extent)
-    : id(makeUuidString()), ref(std::move(handle)), role(std::move(axRole)), position(origin),
-      size(extent)
-{
-}
+    : id(makeUuidString())
+    , ref(std::move(handle))
+    , role(std::move(axRole))
+    , position(origin)
+    , size(extent)
+{ }
 
 bool UIElement::isActionable() const
 {
@@ -214,8 +223,8 @@ void UIElement::loadSearchAttributes(Accessibility &ax, UIElement &element)
 {
     auto batch = batchAttributes(ax, searchAttributes, *element.ref);
     if (!batch.ok() || batch.value().size() != searchAttributes.size()) {
-        element.title = element.value = element.description = element.help
-            = element.placeholderValue = std::nullopt;
+        element.title = element.value = element.description = element.help =
+            element.placeholderValue = std::nullopt;
         return;
     }
     fillSearchAttributes(element, batch.value(), 0);
@@ -223,7 +232,7 @@ void UIElement::loadSearchAttributes(Accessibility &ax, UIElement &element)
 
 std::string makeUuidString()
 {
-    thread_local std::mt19937_64 generator{std::random_device{}()};
+    thread_local std::mt19937_64 generator {std::random_device {}()};
     std::uint64_t high = generator();
     std::uint64_t low = generator();
     high = (high & ~0xF000ull) | 0x4000ull; // version 4

@@ -48,7 +48,7 @@ public:
     // ("App", application name) on menu-bar extras, so that search finds them by application.
     std::vector<std::pair<std::string, std::string>> customAttributes;
 
-    CGRect frame() const { return CGRect{position, size}; }
+    CGRect frame() const { return CGRect {position, size}; }
     CGPoint centre() const { return centreOf(frame()); }
 
     // Whether an element of this kind may carry a label at all.

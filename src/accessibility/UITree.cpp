@@ -22,7 +22,8 @@ bool clipsBySubrole(std::string_view subrole)
 
 } // namespace
 
-UITree::UITree(Private, UIElementPtr root) : Tree(std::move(root))
+UITree::UITree(Private, UIElementPtr root)
+    : Tree(std::move(root))
 {
     const auto &r = node(0).element;
     if (r->ref)
@@ -32,7 +33,7 @@ UITree::UITree(Private, UIElementPtr root) : Tree(std::move(root))
 
 std::shared_ptr<UITree> UITree::make(UIElementPtr root)
 {
-    auto tree = std::make_shared<UITree>(Private{}, std::move(root));
+    auto tree = std::make_shared<UITree>(Private {}, std::move(root));
     tree->node(0).element->uiTree = tree;
     return tree;
 }

@@ -18,8 +18,7 @@ class Preferences;
 class UITree : public Tree<UIElementPtr>, public std::enable_shared_from_this<UITree>
 {
     struct Private
-    {
-    };
+    { };
 
 public:
     UITree(Private, UIElementPtr root);

@@ -26,8 +26,8 @@ std::vector<std::string> characters(const QString &text)
 
 const std::vector<std::string> &defaultAlphabet()
 {
-    static const std::vector<std::string> alphabet
-        = characters(QString::fromLatin1(Preferences::defaultLabelCharacters));
+    static const std::vector<std::string> alphabet =
+        characters(QString::fromLatin1(Preferences::defaultLabelCharacters));
     return alphabet;
 }
 
@@ -56,7 +56,7 @@ std::vector<std::string> LabelMaker::makeLabels(const std::vector<std::string> &
     const auto wanted = static_cast<std::size_t>(count);
     // A queue of prefixes, expanded front first: each expansion replaces one label by its
     // children at the end, so shorter labels stay in front and none is a prefix of another.
-    std::vector<std::string> queue{std::string()};
+    std::vector<std::string> queue {std::string()};
     queue.reserve(wanted + characters.size() + 1);
     std::size_t head = 0;
     while (queue.size() - head < wanted || queue.size() - head == 1) {

@@ -38,8 +38,14 @@ template<class T>
 class AXResult
 {
 public:
-    AXResult(T value) : _storage(std::move(value)) { }
-    AXResult(AXError error) : _storage(error) { assert(error != AXError::Success); }
+    AXResult(T value)
+        : _storage(std::move(value))
+    { }
+    AXResult(AXError error)
+        : _storage(error)
+    {
+        assert(error != AXError::Success);
+    }
 
     bool ok() const { return _storage.index() == 0; }
     const T &value() const & { return std::get<0>(_storage); }

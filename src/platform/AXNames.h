@@ -28,8 +28,8 @@ inline constexpr const char *NSAccessibilityCloseButtonAttribute = "AXCloseButto
 inline constexpr const char *NSAccessibilityMinimizeButtonAttribute = "AXMinimizeButton";
 inline constexpr const char *NSAccessibilityFullScreenButtonAttribute = "AXFullScreenButton";
 inline constexpr const char *AXChildrenInNavigationOrderAttribute = "AXChildrenInNavigationOrder";
-inline constexpr const char *AXUIElementsForSearchPredicateAttribute
-    = "AXUIElementsForSearchPredicate";
+inline constexpr const char *AXUIElementsForSearchPredicateAttribute =
+    "AXUIElementsForSearchPredicate";
 inline constexpr const char *AXManualAccessibilityAttribute = "AXManualAccessibility";
 inline constexpr const char *AXEnhancedUserInterfaceAttribute = "AXEnhancedUserInterface";
 

@@ -21,17 +21,16 @@ class AXUIElement
 {
 public:
     explicit AXUIElement(std::shared_ptr<const PlatformElement> element)
-        : _element(std::move(element)), _hash(_element->hash())
-    {
-    }
+        : _element(std::move(element))
+        , _hash(_element->hash())
+    { }
 
     const PlatformElement &platform() const { return *_element; }
     std::size_t hash() const { return _hash; }
 
     friend bool operator==(const AXUIElement &a, const AXUIElement &b)
     {
-        return a._element == b._element
-            || (a._hash == b._hash && a._element->equals(*b._element));
+        return a._element == b._element || (a._hash == b._hash && a._element->equals(*b._element));
     }
 
 private:

@@ -27,37 +27,32 @@ public:
     // One attribute. A success always carries a value: an absent one is NoValue or
     // AttributeUnsupported.
     virtual AXResult<Value> copyAttributeValue(const AXUIElement &element,
-                                               const std::string &name)
-        = 0;
+                                               const std::string &name) = 0;
 
     // All named attributes in one round trip, one slot per name in order; an attribute that can't
     // be read puts its AXError in its slot and doesn't fail the call.
-    virtual AXResult<ValueArray> copyMultipleAttributeValues(const AXUIElement &element,
-                                                             const std::vector<std::string> &names)
-        = 0;
+    virtual AXResult<ValueArray>
+    copyMultipleAttributeValues(const AXUIElement &element,
+                                const std::vector<std::string> &names) = 0;
 
     // A slice of an array attribute: at most maxValues entries from index on.
     virtual AXResult<ValueArray> copyAttributeValues(const AXUIElement &element,
                                                      const std::string &name, long index,
-                                                     long maxValues)
-        = 0;
+                                                     long maxValues) = 0;
 
     // The action names; a backend answers with strings but callers don't rely on it.
     virtual AXResult<ValueArray> copyActionNames(const AXUIElement &element) = 0;
 
     virtual AXResult<Value> copyParameterizedAttributeValue(const AXUIElement &element,
                                                             const std::string &name,
-                                                            const Value &parameter)
-        = 0;
+                                                            const Value &parameter) = 0;
 
     // The deepest element of the application under a point of the accessibility space.
     virtual AXResult<AXUIElement> copyElementAtPosition(const AXUIElement &application, float x,
-                                                        float y)
-        = 0;
+                                                        float y) = 0;
 
     virtual AXError setAttributeValue(const AXUIElement &element, const std::string &name,
-                                      const Value &value)
-        = 0;
+                                      const Value &value) = 0;
 
     // Bounds every later call on this element (and, for an application element, on elements
     // reached through it) by `seconds`.

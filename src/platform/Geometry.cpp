@@ -63,7 +63,7 @@ CGRect NSIntersectionRect(const CGRect &a, const CGRect &b)
     const double bMaxX = b.origin.x + b.size.width;
     const double bMaxY = b.origin.y + b.size.height;
     if (aMaxX <= b.origin.x || bMaxX <= a.origin.x || aMaxY <= b.origin.y || bMaxY <= a.origin.y)
-        return CGRect{};
+        return CGRect {};
     const double x = std::max(a.origin.x, b.origin.x);
     const double y = std::max(a.origin.y, b.origin.y);
     return makeRect(x, y, std::min(aMaxX, bMaxX) - x, std::min(aMaxY, bMaxY) - y);
@@ -71,7 +71,7 @@ CGRect NSIntersectionRect(const CGRect &a, const CGRect &b)
 
 CGPoint centreOf(const CGRect &r)
 {
-    return CGPoint{r.origin.x + r.size.width / 2, r.origin.y + r.size.height / 2};
+    return CGPoint {r.origin.x + r.size.width / 2, r.origin.y + r.size.height / 2};
 }
 
 CGRect flippedRect(const CGRect &r, double firstScreenHeight)
@@ -84,7 +84,7 @@ std::size_t hashRect(const CGRect &r)
 {
     std::size_t h = 0;
     for (double v : {r.origin.x, r.origin.y, r.size.width, r.size.height})
-        h = h * 1000003u ^ std::hash<double>{}(v);
+        h = h * 1000003u ^ std::hash<double> {}(v);
     return h;
 }
 

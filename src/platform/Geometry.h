@@ -39,7 +39,7 @@ struct CFRange
 
 constexpr CGRect makeRect(double x, double y, double width, double height)
 {
-    return CGRect{CGPoint{x, y}, CGSize{width, height}};
+    return CGRect {CGPoint {x, y}, CGSize {width, height}};
 }
 
 // A rectangle with its size made non-negative, as the Core Graphics predicates see it.

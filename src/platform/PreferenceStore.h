@@ -16,8 +16,8 @@ public:
     virtual std::optional<bool> boolValue(const std::string &key) const = 0;
     virtual std::optional<double> doubleValue(const std::string &key) const = 0;
     virtual std::optional<std::string> stringValue(const std::string &key) const = 0;
-    virtual std::optional<std::vector<std::string>> stringListValue(const std::string &key) const
-        = 0;
+    virtual std::optional<std::vector<std::string>>
+    stringListValue(const std::string &key) const = 0;
 
     virtual void setBool(const std::string &key, bool value) = 0;
     virtual void setDouble(const std::string &key, double value) = 0;

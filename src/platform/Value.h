@@ -29,19 +29,22 @@ struct ValueDictionary
 // stands. An empty value is "no value at all", which a successful read must never return.
 struct Value
 {
-    using Storage = std::variant<std::monostate, bool, std::int64_t, double, std::string, CGPoint,
-                                 CGSize, CGRect, CFRange, AXError, AXUIElement, ValueArray,
-                                 ValueDictionary>;
+    using Storage =
+        std::variant<std::monostate, bool, std::int64_t, double, std::string, CGPoint, CGSize,
+                     CGRect, CFRange, AXError, AXUIElement, ValueArray, ValueDictionary>;
     Storage storage;
 
     Value() = default;
     template<class T>
-        requires std::is_constructible_v<Storage, T &&>
-    Value(T &&v) : storage(std::forward<T>(v))
-    {
-    }
-    Value(const char *s) : storage(std::string(s)) { }
-    Value(int i) : storage(std::int64_t{i}) { }
+    requires std::is_constructible_v<Storage, T &&> Value(T &&v)
+        : storage(std::forward<T>(v))
+    { }
+    Value(const char *s)
+        : storage(std::string(s))
+    { }
+    Value(int i)
+        : storage(std::int64_t {i})
+    { }
 
     bool isEmpty() const { return std::holds_alternative<std::monostate>(storage); }
     template<class T>

@@ -87,7 +87,7 @@ bool Preferences::isExperimentalSupportEnabled() const
 
 std::vector<std::string> Preferences::disabledBundlePaths() const
 {
-    return _store.stringListValue(Keys::disabledBundlePaths).value_or(std::vector<std::string>{});
+    return _store.stringListValue(Keys::disabledBundlePaths).value_or(std::vector<std::string> {});
 }
 
 void Preferences::setDisabledBundlePaths(const std::vector<std::string> &paths)
@@ -102,9 +102,9 @@ std::optional<std::string> Preferences::scrollKeys() const
 {
     auto keys = _store.stringValue(Keys::scrollKeys);
     // Characters, not bytes: a key may be any letter of the user's layout.
-    const auto characters = keys ? std::count_if(keys->begin(), keys->end(),
-                                                 [](char c) { return (c & 0xC0) != 0x80; })
-                                 : 0;
+    const auto characters = keys
+        ? std::count_if(keys->begin(), keys->end(), [](char c) { return (c & 0xC0) != 0x80; })
+        : 0;
     if (characters != 4)
         return std::nullopt;
     return keys;

@@ -23,19 +23,19 @@ public:
         static constexpr const char *chainClicks = "chain-clicks";
         static constexpr const char *launchAtLogin = "launch-at-login";
         static constexpr const char *showMenubarIcon = "show-menubar-icon";
-        static constexpr const char *checkForUpdatesAutomatically
-            = "check-for-updates-automatically";
+        static constexpr const char *checkForUpdatesAutomatically =
+            "check-for-updates-automatically";
         static constexpr const char *isAutoClickEnabled = "is-auto-click-enabled";
         static constexpr const char *isScrollShortcutsEnabled = "is-scroll-shortcuts-enabled";
-        static constexpr const char *hideLabelsWhenNothingIsSearched
-            = "hide-labels-when-nothing-is-searched";
+        static constexpr const char *hideLabelsWhenNothingIsSearched =
+            "hide-labels-when-nothing-is-searched";
         static constexpr const char *useSearchPredicate = "use-search-predicate";
         static constexpr const char *labelFontSize = "label-font-size";
         static constexpr const char *scrollPxPerMs = "scroll-px-per-ms";
         static constexpr const char *dashSpeedMultiplier = "dash-speed-multiplier";
         static constexpr const char *autoDeactivateScrolling = "auto-deactivate-scrolling";
-        static constexpr const char *autoDeactivateScrollingDelayS
-            = "auto-deactivate-scrolling-delay-s";
+        static constexpr const char *autoDeactivateScrollingDelayS =
+            "auto-deactivate-scrolling-delay-s";
         static constexpr const char *scrollShowNumbers = "scroll-show-numbers";
         static constexpr const char *mapArrowKeysToScroll = "map-arrow-keys-to-scroll";
         static constexpr const char *autoActivateMissionControl = "auto-activate-mission-control";
@@ -47,8 +47,8 @@ public:
         static constexpr const char *themeId = "theme-id";
         static constexpr const char *enableHyperKey = "enable-hyper-key";
         static constexpr const char *autoSwitchInputSourceId = "auto-switch-input-source-id";
-        static constexpr const char *isExperimentalSupportEnabled
-            = "is-experimental-support-enabled";
+        static constexpr const char *isExperimentalSupportEnabled =
+            "is-experimental-support-enabled";
         static constexpr const char *disabledBundlePaths = "disabled-bundle-paths";
     };
 
@@ -60,7 +60,9 @@ public:
     // type, and are never written to the store.
     static const std::map<std::string, DefaultValue> &registeredDefaults();
 
-    explicit Preferences(PreferenceStore &store) : _store(store) { }
+    explicit Preferences(PreferenceStore &store)
+        : _store(store)
+    { }
 
     // Reads in the manner of the platform's defaults: the stored value, else the registered
     // default, else false, 0 or nothing.

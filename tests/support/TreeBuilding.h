@@ -17,7 +17,8 @@ inline UIElementPtr element(const std::string &role, CGRect frame)
 class HandTree
 {
 public:
-    HandTree(const std::string &role, CGRect frame) : root(element(role, frame))
+    HandTree(const std::string &role, CGRect frame)
+        : root(element(role, frame))
     {
         tree = UITree::make(root);
     }

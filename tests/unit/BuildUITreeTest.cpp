@@ -1,4 +1,5 @@
 #include "accessibility/BuildUITree.h"
+
 #include "platform/AXNames.h"
 #include "platform/fake/FakeDesktop.h"
 #include "support/TreeBuilding.h"
@@ -48,8 +49,9 @@ TEST_F(BuildUITreeTest, WalksDepthFirstInDocumentOrderAndSkipsWhatCannotBeSeen)
 
     auto tree = walk(window, true);
 
-    EXPECT_EQ(all(tree), (Names{"AXWindow Main", "AXToolbar", "AXButton Back", "AXImage",
-                                "AXScrollArea", "AXGroup", "AXButton Visible"}));
+    EXPECT_EQ(all(tree),
+              (Names {"AXWindow Main", "AXToolbar", "AXButton Back", "AXImage", "AXScrollArea",
+                      "AXGroup", "AXButton Visible"}));
     EXPECT_EQ(insideImage.calls(), 0) << "an image is never entered";
     EXPECT_EQ(belowFold.calls(), 0) << "an invisible element costs one element, no subtree";
     EXPECT_EQ(offscreen.calls(), 2) << "light fetch only: no texts, no children";
@@ -61,11 +63,11 @@ TEST_F(BuildUITreeTest, ReadsSearchTextsOnlyWhenAskedAndOnlyForVisibleElements)
     auto hidden = window.add("AXButton", makeRect(0, 900, 30, 30)).title("Hidden");
 
     auto light = walk(window, false);
-    EXPECT_EQ(all(light), (Names{"AXWindow Main", "AXButton", "AXButton"}));
+    EXPECT_EQ(all(light), (Names {"AXWindow Main", "AXButton", "AXButton"}));
 
     const int before = hidden.calls();
     auto full = walk(window, true);
-    EXPECT_EQ(all(full), (Names{"AXWindow Main", "AXButton Shown", "AXButton"}));
+    EXPECT_EQ(all(full), (Names {"AXWindow Main", "AXButton Shown", "AXButton"}));
     EXPECT_EQ(hidden.calls() - before, 2);
 }
 
@@ -74,13 +76,13 @@ TEST_F(BuildUITreeTest, ACycleKeepsTheFirstOccurrenceAndPrintsOnce)
     auto group = window.add("AXGroup", makeRect(0, 0, 100, 100));
     auto button = group.add("AXButton", makeRect(0, 0, 10, 10)).title("Twice");
     window.appendChild(button); // a second parent
-    group.appendChild(window);  // an ancestor below its descendant
+    group.appendChild(window); // an ancestor below its descendant
 
     ::testing::internal::CaptureStdout();
     auto tree = walk(window, true);
     EXPECT_EQ(::testing::internal::GetCapturedStdout(),
               "UITree#add: cycle detected\nUITree#add: cycle detected\n");
-    EXPECT_EQ(all(tree), (Names{"AXWindow Main", "AXGroup", "AXButton Twice"}));
+    EXPECT_EQ(all(tree), (Names {"AXWindow Main", "AXGroup", "AXButton Twice"}));
     EXPECT_EQ(tree->parent(tree->childIds(tree->rootId())->at(0))->role, "AXWindow");
 }
 
@@ -98,8 +100,9 @@ TEST_F(BuildUITreeTest, ChildrenComeFromTheFirstAttributeThatAnswers)
     tabs.childList(AXChildrenInNavigationOrderAttribute, {first, second});
     tabs.childList(NSAccessibilityVisibleChildrenAttribute, {first});
 
-    EXPECT_EQ(all(walk(window, true)), (Names{"AXWindow Main", "AXTable", "AXTabGroup",
-                                              "AXRadioButton First", "AXRadioButton Second"}));
+    EXPECT_EQ(all(walk(window, true)),
+              (Names {"AXWindow Main", "AXTable", "AXTabGroup", "AXRadioButton First",
+                      "AXRadioButton Second"}));
 
     auto &ide = makeApp(11, "com.jetbrains.intellij");
     auto ideWindow = ide.addWindow(makeRect(0, 0, 400, 300), "IDE");
@@ -112,8 +115,8 @@ TEST_F(BuildUITreeTest, ChildrenComeFromTheFirstAttributeThatAnswers)
     ideTabs.childList(NSAccessibilityVisibleChildrenAttribute, {only});
 
     EXPECT_EQ(all(walk(ideWindow, true)),
-              (Names{"AXWindow IDE", "AXTable", "AXRow All rows", "AXTabGroup",
-                     "AXRadioButton Visible tab"}));
+              (Names {"AXWindow IDE", "AXTable", "AXRow All rows", "AXTabGroup",
+                      "AXRadioButton Visible tab"}));
 }
 
 TEST_F(BuildUITreeTest, ChildrenAreCappedAndFailuresEndTheDescentQuietly)
@@ -126,7 +129,7 @@ TEST_F(BuildUITreeTest, ChildrenAreCappedAndFailuresEndTheDescentQuietly)
     broken.fail(NSAccessibilityChildrenAttribute, AXError::CannotComplete);
     auto odd = window.add("AXGroup", makeRect(0, 0, 10, 10));
     odd.add("AXButton", makeRect(0, 0, 10, 10));
-    odd.set(AXChildrenInNavigationOrderAttribute, ValueArray{Value("not an element")});
+    odd.set(AXChildrenInNavigationOrderAttribute, ValueArray {Value("not an element")});
 
     auto tree = walk(window);
     const auto manyId = tree->childIds(tree->rootId())->at(0);
@@ -148,27 +151,27 @@ TEST_F(BuildUITreeTest, BrowsersReadWebAreasByPredicateUnlessTurnedOff)
     ::testing::internal::CaptureStdout();
     auto fast = walk(browser, true, true);
     EXPECT_EQ(::testing::internal::GetCapturedStdout(), "UITree#add: cycle detected\n");
-    EXPECT_EQ(all(fast), (Names{"AXWindow Chrome", "AXButton Reload", "AXWebArea",
-                                "AXLink News"}));
+    EXPECT_EQ(all(fast),
+              (Names {"AXWindow Chrome", "AXButton Reload", "AXWebArea", "AXLink News"}));
     EXPECT_EQ(fast->parent(fast->elementsInOrder().back()->id)->role, "AXWebArea");
     EXPECT_EQ(below.calls(), 0) << "what the query returns is not walked";
 
     const auto parameter = desktop.lastPredicateParameter();
     ASSERT_TRUE(parameter);
     const auto &dictionary = *parameter->get<ValueDictionary>();
-    EXPECT_EQ(dictionary.keys, (std::vector<std::string>{"AXDirection", "AXImmediateDescendantsOnly",
-                                                         "AXResultsLimit", "AXVisibleOnly",
-                                                         "AXSearchKey"}));
+    EXPECT_EQ(dictionary.keys,
+              (std::vector<std::string> {"AXDirection", "AXImmediateDescendantsOnly",
+                                         "AXResultsLimit", "AXVisibleOnly", "AXSearchKey"}));
     EXPECT_EQ(*dictionary.find("AXResultsLimit")->get<std::int64_t>(), -1);
     EXPECT_EQ(dictionary.find("AXSearchKey")->get<ValueArray>()->size(), 8u);
 
     EXPECT_EQ(all(walk(browser, true, false)),
-              (Names{"AXWindow Chrome", "AXButton Reload", "AXWebArea", "AXGroup", "AXLink News",
-                     "AXStaticText News"}));
+              (Names {"AXWindow Chrome", "AXButton Reload", "AXWebArea", "AXGroup", "AXLink News",
+                      "AXStaticText News"}));
 
     page.fail(AXUIElementsForSearchPredicateAttribute, AXError::Failure);
     EXPECT_EQ(all(walk(browser, true, true)),
-              (Names{"AXWindow Chrome", "AXButton Reload", "AXWebArea"}))
+              (Names {"AXWindow Chrome", "AXButton Reload", "AXWebArea"}))
         << "a failed query leaves the page empty; there is no fallback walk";
 }
 
@@ -187,7 +190,7 @@ TEST_F(BuildUITreeTest, SafariWalksThePagesOfTheExceptedHost)
         auto tree = walk(browser, searchAttributes);
         auto webArea = tree->elementsInOrder()[2];
         EXPECT_EQ(webArea->role, "AXWebArea");
-        return tree->children(webArea->id).value_or(std::vector<UIElementPtr>{}).size();
+        return tree->children(webArea->id).value_or(std::vector<UIElementPtr> {}).size();
     };
     EXPECT_EQ(pageChildren(true), 1u) << "no address read: the fast query";
     for (const char *url : {"https://vscode.dev/github", "https://www.vscode.dev/"}) {
@@ -216,18 +219,18 @@ TEST_F(BuildUITreeTest, WindowCentreAppsReadTheButtonsAndThePageAtTheCentre)
     page.predicateResults({link});
 
     EXPECT_EQ(all(walk(win, true, false)),
-              (Names{"AXWindow Notion", "AXButton", "AXWebArea", "AXLink Page"}))
+              (Names {"AXWindow Notion", "AXButton", "AXWebArea", "AXLink Page"}))
         << "whatever useSearchPredicate says";
     EXPECT_EQ(text.calls(), 3) << "the text at the centre, then its parent";
 
     notion.setHitTestResult(page);
     EXPECT_EQ(all(walk(win, false, true)),
-              (Names{"AXWindow Notion", "AXButton", "AXWebArea", "AXLink"}))
+              (Names {"AXWindow Notion", "AXButton", "AXWebArea", "AXLink"}))
         << "light results without search attributes";
 
     auto native = win.add("AXGroup", makeRect(0, 30, 800, 570));
     notion.setHitTestResult(native);
-    EXPECT_EQ(all(walk(win)), (Names{"AXWindow Notion", "AXButton"}))
+    EXPECT_EQ(all(walk(win)), (Names {"AXWindow Notion", "AXButton"}))
         << "a native view at the centre leaves the buttons alone";
 }
 
@@ -245,7 +248,7 @@ TEST_F(BuildUITreeTest, FlatBuildersReadTheMenuBarAndTheDock)
     file.add("AXMenu", makeRect(40, 24, 200, 300));
     auto menubar = builder.buildMenubar(app.element().ref());
     ASSERT_TRUE(menubar);
-    EXPECT_EQ(all(menubar), (Names{"AXMenuBar", "AXMenuBarItem File", "AXMenuBarItem Edit"}));
+    EXPECT_EQ(all(menubar), (Names {"AXMenuBar", "AXMenuBarItem File", "AXMenuBarItem Edit"}));
 
     auto &dock = makeApp(50, "com.apple.dock");
     dock.element().add("AXGroup");
@@ -255,7 +258,7 @@ TEST_F(BuildUITreeTest, FlatBuildersReadTheMenuBarAndTheDock)
     list.add("AXDockItem", makeRect(50, 850, 50, 50)).title("Mail");
     auto tree = builder.buildDock();
     ASSERT_TRUE(tree);
-    EXPECT_EQ(all(tree), (Names{"AXList", "AXDockItem Finder", "AXDockItem Mail"}));
+    EXPECT_EQ(all(tree), (Names {"AXList", "AXDockItem Finder", "AXDockItem Mail"}));
 }
 
 } // namespace

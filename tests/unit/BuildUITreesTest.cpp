@@ -1,13 +1,13 @@
 #include "accessibility/BuildUITrees.h"
+
 #include "platform/AXNames.h"
 #include "platform/fake/FakeDesktop.h"
 #include "platform/fake/FakePreferenceStore.h"
 #include "preferences/Preferences.h"
 #include "support/TreeBuilding.h"
 
-#include <gtest/gtest.h>
-
 #include <future>
+#include <gtest/gtest.h>
 
 namespace tarnvik {
 namespace {
@@ -62,7 +62,7 @@ protected:
 
     fake::FakeDesktop desktop;
     fake::FakePreferenceStore store;
-    Preferences preferences{store};
+    Preferences preferences {store};
     fake::FakeApplication &front = desktop.addApplication(
         {.processIdentifier = 1, .bundleIdentifier = "org.example.app", .localizedName = "App"});
 };
@@ -82,12 +82,12 @@ TEST_F(BuildUITreesTest, ReadsWindowMenuBarExtrasAndOpenMenus)
     EXPECT_EQ(printed, "menubar frame: (0.0, 0.0, 1440.0, 24.0)\n");
 
     EXPECT_EQ(names(trees->frontmostWindowUiTree->elementsInOrder()),
-              (Names{"AXWindow Page", "AXButton Back"}));
+              (Names {"AXWindow Page", "AXButton Back"}));
     EXPECT_EQ(names(trees->menubarUiTree->elementsInOrder()),
-              (Names{"AXMenuBar", "AXMenuBarItem File"}));
+              (Names {"AXMenuBar", "AXMenuBarItem File"}));
     ASSERT_EQ(trees->overlayUiTrees.size(), 1u);
     EXPECT_EQ(names(trees->overlayUiTrees[0]->elementsInOrder()),
-              (Names{"AXMenu", "AXMenuItem Open"}));
+              (Names {"AXMenu", "AXMenuItem Open"}));
 
     ASSERT_EQ(trees->menubarExtraUiTrees.size(), 2u);
     auto wifi = trees->menubarExtraUiTrees[0]->element(trees->menubarExtraUiTrees[0]->rootId());
@@ -97,7 +97,7 @@ TEST_F(BuildUITreesTest, ReadsWindowMenuBarExtrasAndOpenMenus)
     EXPECT_EQ(clock->frame(), makeRect(1380, 0, 60, 24))
         << "no window shares its centre: the bar's top and height";
     EXPECT_EQ(clock->customAttributes,
-              (std::vector<std::pair<std::string, std::string>>{{"App", "Clock"}}));
+              (std::vector<std::pair<std::string, std::string>> {{"App", "Clock"}}));
     EXPECT_FALSE(trees->dockUiTree);
     EXPECT_FALSE(trees->missionControlUiTree);
 }
@@ -118,9 +118,10 @@ TEST_F(BuildUITreesTest, NoMenuBarOnScreenMeansNoMenuBarAndNoExtras)
 TEST_F(BuildUITreesTest, ExtrasThatAreNotReallyThereAreRemovedWithTheirReason)
 {
     desktop.showMenubar(menubarFrame);
-    auto &odd = extrasApp(2, "Odd", {{"Outside", makeRect(1500, 0, 20, 24)},
-                                     {"Covered", makeRect(1000, 0, 20, 24)},
-                                     {"Kept", makeRect(900, 0, 20, 24)}});
+    auto &odd = extrasApp(2, "Odd",
+                          {{"Outside", makeRect(1500, 0, 20, 24)},
+                           {"Covered", makeRect(1000, 0, 20, 24)},
+                           {"Kept", makeRect(900, 0, 20, 24)}});
     // Something of the same application lies over the second extra.
     odd.element().add("AXWindow", makeRect(990, 0, 40, 24));
     desktop.addWindowInfo(makeRect(900, 0, 200, 24), 2, "Odd");
@@ -137,10 +138,9 @@ TEST_F(BuildUITreesTest, ExtrasThatAreNotReallyThereAreRemovedWithTheirReason)
 
     ASSERT_TRUE(trees);
     ASSERT_EQ(trees->menubarExtraUiTrees.size(), 1u);
-    EXPECT_EQ(trees->menubarExtraUiTrees[0]
-                  ->element(trees->menubarExtraUiTrees[0]->rootId())
-                  ->title,
-              "Kept");
+    EXPECT_EQ(
+        trees->menubarExtraUiTrees[0]->element(trees->menubarExtraUiTrees[0]->rootId())->title,
+        "Kept");
     EXPECT_NE(printed.find("removed out-of-bounds menubar extra: app=Odd, frame=(1500.0, 0.0, "
                            "20.0, 24.0), center=(1510.0, 12.0)\n"),
               std::string::npos)
@@ -166,7 +166,7 @@ TEST_F(BuildUITreesTest, OverlaysIncludeVisibleControlCentreWindowsFirst)
     ASSERT_TRUE(trees);
     ASSERT_EQ(trees->overlayUiTrees.size(), 2u);
     EXPECT_EQ(names(trees->overlayUiTrees[0]->elementsInOrder()),
-              (Names{"AXWindow Panel", "AXCheckBox Wi-Fi"}));
+              (Names {"AXWindow Panel", "AXCheckBox Wi-Fi"}));
     EXPECT_EQ(names(trees->overlayUiTrees[1]->elementsInOrder()).front(), "AXMenu");
 }
 
@@ -174,12 +174,14 @@ TEST_F(BuildUITreesTest, OnlyBrowsersUseThePredicateAndOnlyWhenFast)
 {
     BuildUITrees trees({{desktop, desktop, desktop}, preferences, desktop.scheduler()},
                        front.info(), nullptr, std::nullopt, nullptr, false);
-    auto app = [](const char *id) { return RunningApplication{.bundleIdentifier = id}; };
+    auto app = [](const char *id) {
+        return RunningApplication {.bundleIdentifier = id};
+    };
     EXPECT_TRUE(trees.shouldUseSearchPredicate(app("com.google.Chrome")));
     EXPECT_TRUE(trees.shouldUseSearchPredicate(app("org.mozilla.firefox")));
     EXPECT_TRUE(trees.shouldUseSearchPredicate(app("com.apple.Safari")));
     EXPECT_FALSE(trees.shouldUseSearchPredicate(app("notion.id")));
-    EXPECT_FALSE(trees.shouldUseSearchPredicate(RunningApplication{}));
+    EXPECT_FALSE(trees.shouldUseSearchPredicate(RunningApplication {}));
     preferences.setBool(Preferences::Keys::useSearchPredicate, false);
     EXPECT_FALSE(trees.shouldUseSearchPredicate(app("com.google.Chrome")));
 }
@@ -201,7 +203,7 @@ TEST_F(BuildUITreesTest, ThisProgramsOwnWindowsAreReadOnTheMainThread)
     while (result.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
         desktop.scheduler().runPending();
     ASSERT_TRUE(result.get());
-    EXPECT_EQ(desktop.callingThreads(), std::set{std::this_thread::get_id()});
+    EXPECT_EQ(desktop.callingThreads(), std::set {std::this_thread::get_id()});
 }
 
 } // namespace

@@ -38,32 +38,32 @@ protected:
     }
 
     fake::FakePreferenceStore store;
-    Preferences preferences{store};
-    HandTree window{"AXWindow", makeRect(0, 0, 400, 400)};
-    HandTree menubarExtra{"AXMenuBarItem", makeRect(500, 0, 20, 20)};
+    Preferences preferences {store};
+    HandTree window {"AXWindow", makeRect(0, 0, 400, 400)};
+    HandTree menubarExtra {"AXMenuBarItem", makeRect(500, 0, 20, 20)};
     UITrees trees;
 };
 
 TEST_F(ElementSearchTest, MatchesAnySearchableStringIgnoringCaseBlanksAndHyphens)
 {
     for (const auto *query : {"signin", "sign in", "SIGN-IN", "Sign\u2011in"})
-        EXPECT_EQ(search(query), (Names{"AXButton Sign-In"})) << query;
-    EXPECT_EQ(search("button"), (Names{"AXButton Sign-In"})) << "the role without its AX";
-    EXPECT_EQ(search("axswitch"), (Names{"AXCheckBox"})) << "the subrole keeps its AX";
-    EXPECT_EQ(search("lights"), (Names{"AXCheckBox"}));
-    EXPECT_EQ(search("STRASSE"), Names{}) << "no folding beyond lower case";
-    EXPECT_EQ(search("STRAßE"), (Names{"AXTextField"}));
-    EXPECT_EQ(search("clock"), (Names{"AXMenuBarItem"})) << "extras are found by application";
+        EXPECT_EQ(search(query), (Names {"AXButton Sign-In"})) << query;
+    EXPECT_EQ(search("button"), (Names {"AXButton Sign-In"})) << "the role without its AX";
+    EXPECT_EQ(search("axswitch"), (Names {"AXCheckBox"})) << "the subrole keeps its AX";
+    EXPECT_EQ(search("lights"), (Names {"AXCheckBox"}));
+    EXPECT_EQ(search("STRASSE"), Names {}) << "no folding beyond lower case";
+    EXPECT_EQ(search("STRAßE"), (Names {"AXTextField"}));
+    EXPECT_EQ(search("clock"), (Names {"AXMenuBarItem"})) << "extras are found by application";
 }
 
 TEST_F(ElementSearchTest, EmptyQueriesShowAllOrNothingButStarAndSemicolonAlwaysShowAll)
 {
-    const Names all{"AXMenuBarItem", "AXButton Sign-In", "AXTextField", "AXCheckBox"};
+    const Names all {"AXMenuBarItem", "AXButton Sign-In", "AXTextField", "AXCheckBox"};
     EXPECT_EQ(search(""), all) << "extras come before the window";
     EXPECT_EQ(search(" - "), all);
     preferences.setBool(Preferences::Keys::hideLabelsWhenNothingIsSearched, true);
-    EXPECT_EQ(search(""), Names{});
-    EXPECT_EQ(search("- -"), Names{});
+    EXPECT_EQ(search(""), Names {});
+    EXPECT_EQ(search("- -"), Names {});
     EXPECT_EQ(search("*"), all);
     EXPECT_EQ(search(";"), all);
 }

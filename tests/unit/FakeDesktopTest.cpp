@@ -1,5 +1,6 @@
-#include "platform/AXNames.h"
 #include "platform/fake/FakeDesktop.h"
+
+#include "platform/AXNames.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
 #include "click/LabelMaker.h"
+
 #include "platform/fake/FakePreferenceStore.h"
 #include "preferences/Preferences.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
+#include <gtest/gtest.h>
 #include <set>
 
 namespace tarnvik {
@@ -21,9 +21,9 @@ std::vector<std::string> defaultAlphabet()
 TEST(LabelMaker, FollowsTheDocumentedSequence)
 {
     const auto abc = defaultAlphabet();
-    EXPECT_EQ(abc, (Labels{"S", "A", "D", "F", "J", "K", "L", "E", "W", "C", "M", "P", "G", "H"}));
-    EXPECT_EQ(LabelMaker::makeLabels(abc, 0), Labels{});
-    EXPECT_EQ(LabelMaker::makeLabels(abc, 1), Labels{"S"});
+    EXPECT_EQ(abc, (Labels {"S", "A", "D", "F", "J", "K", "L", "E", "W", "C", "M", "P", "G", "H"}));
+    EXPECT_EQ(LabelMaker::makeLabels(abc, 0), Labels {});
+    EXPECT_EQ(LabelMaker::makeLabels(abc, 1), Labels {"S"});
     EXPECT_EQ(LabelMaker::makeLabels(abc, 14), abc);
 
     auto fifteen = LabelMaker::makeLabels(abc, 15);
@@ -46,9 +46,8 @@ TEST(LabelMaker, LabelsAreExactlyCountedPrefixFreeAndShortestFirst)
     for (long count : {2L, 13L, 196L, 197L, 500L, 2745L, 2746L, 10000L}) {
         auto labels = LabelMaker::makeLabels(abc, count);
         ASSERT_EQ(labels.size(), static_cast<std::size_t>(count));
-        EXPECT_TRUE(std::is_sorted(labels.begin(), labels.end(), [](auto &a, auto &b) {
-            return a.size() < b.size();
-        }));
+        EXPECT_TRUE(std::is_sorted(labels.begin(), labels.end(),
+                                   [](auto &a, auto &b) { return a.size() < b.size(); }));
         std::set<std::string> sorted(labels.begin(), labels.end());
         ASSERT_EQ(sorted.size(), labels.size());
         // In sorted order a prefix stands right before the labels it starts.
@@ -71,12 +70,12 @@ TEST(LabelMaker, AlphabetComesFromThePreferenceWhenItHasMoreThanThreeCharacters)
     preferences.setString(Preferences::Keys::labelCharacters, "abcd");
     auto custom = LabelMaker::labelCharacters(preferences);
     std::sort(custom.begin(), custom.end());
-    EXPECT_EQ(custom, (Labels{"A", "B", "C", "D"}));
+    EXPECT_EQ(custom, (Labels {"A", "B", "C", "D"}));
 
     preferences.setString(Preferences::Keys::labelCharacters, "äöüé\u0065\u0301");
     custom = LabelMaker::labelCharacters(preferences);
     std::sort(custom.begin(), custom.end());
-    EXPECT_EQ(custom, (Labels{"E\u0301", "Ä", "É", "Ö", "Ü"}))
+    EXPECT_EQ(custom, (Labels {"E\u0301", "Ä", "É", "Ö", "Ü"}))
         << "whole characters, accents and all";
 }
 

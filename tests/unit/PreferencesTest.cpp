@@ -1,6 +1,7 @@
+#include "preferences/Preferences.h"
+
 #include "platform/fake/FakePreferenceStore.h"
 #include "platform/qt/QSettingsPreferenceStore.h"
-#include "preferences/Preferences.h"
 
 #include <QTemporaryDir>
 
@@ -51,7 +52,7 @@ TEST(Preferences, StoredValuesWinAndWronglyTypedOnesCountAsAbsent)
     EXPECT_EQ(p.scrollKeys(), "äsdf");
 
     p.setDisabledBundlePaths({"/b.app", "/a.app", "/b.app"});
-    EXPECT_EQ(p.disabledBundlePaths(), (std::vector<std::string>{"/a.app", "/b.app"}));
+    EXPECT_EQ(p.disabledBundlePaths(), (std::vector<std::string> {"/a.app", "/b.app"}));
     p.removeObjectForKey(Keys::mapArrowKeysToScroll);
     EXPECT_FALSE(p.boolForKey(Keys::mapArrowKeysToScroll));
 }
@@ -72,8 +73,8 @@ TEST(QSettingsPreferenceStore, ValuesSurviveTheFileWithTheirTypes)
     EXPECT_EQ(store.boolValue("b"), true);
     EXPECT_EQ(store.doubleValue("d"), 1.25);
     EXPECT_EQ(store.stringValue("s"), "⇧⌘Space");
-    EXPECT_EQ(store.stringListValue("one"), (std::vector<std::string>{"/only.app"}));
-    EXPECT_EQ(store.stringListValue("two"), (std::vector<std::string>{"/a.app", "/b.app"}));
+    EXPECT_EQ(store.stringListValue("one"), (std::vector<std::string> {"/only.app"}));
+    EXPECT_EQ(store.stringListValue("two"), (std::vector<std::string> {"/a.app", "/b.app"}));
     EXPECT_FALSE(store.boolValue("s")) << "text that isn't a Boolean";
     EXPECT_FALSE(store.doubleValue("s"));
     EXPECT_FALSE(store.stringValue("missing"));

@@ -5,9 +5,8 @@
 #include "platform/fake/FakePreferenceStore.h"
 #include "preferences/Preferences.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <gtest/gtest.h>
 #include <limits>
 #include <random>
 #include <set>
@@ -24,9 +23,9 @@ class HostileApplication
 {
 public:
     HostileApplication(fake::FakeDesktop &desktop, pid_t pid, std::uint32_t seed, int nodes)
-        : app(desktop.addApplication(
-              {.processIdentifier = pid, .bundleIdentifier = bundleFor(seed)})),
-          random(seed)
+        : app(
+            desktop.addApplication({.processIdentifier = pid, .bundleIdentifier = bundleFor(seed)}))
+        , random(seed)
     {
         window = app.addWindow(makeRect(0, 0, 1000, 800), "Hostile");
         all.push_back(window);
@@ -43,7 +42,7 @@ public:
     }
 
     fake::FakeApplication &app;
-    FakeElement window{app.element()};
+    FakeElement window {app.element()};
     std::vector<FakeElement> all;
     std::size_t edges = 0;
 
@@ -76,9 +75,9 @@ private:
 
     void grow()
     {
-        static const char *roles[] = {"AXGroup",    "AXButton",     "AXWebArea",  "AXScrollArea",
-                                      "AXRow",      "AXStaticText", "AXImage",    "AXTable",
-                                      "AXLink",     "AXCell",       "AXTextArea", "AXUnknown"};
+        static const char *roles[] = {"AXGroup", "AXButton",     "AXWebArea",  "AXScrollArea",
+                                      "AXRow",   "AXStaticText", "AXImage",    "AXTable",
+                                      "AXLink",  "AXCell",       "AXTextArea", "AXUnknown"};
         auto child = pick().add(roles[random() % std::size(roles)], frame());
         child.title("t" + std::to_string(all.size()));
         all.push_back(child);
@@ -119,7 +118,7 @@ private:
             e.set(NSAccessibilityChildrenAttribute, "children");
             break;
         case 4:
-            e.set(NSAccessibilityValueAttribute, ValueArray{Value(true)});
+            e.set(NSAccessibilityValueAttribute, ValueArray {Value(true)});
             break;
         default:
             e.kill();
@@ -131,8 +130,7 @@ private:
 };
 
 class RobustnessTest : public ::testing::TestWithParam<std::uint32_t>
-{
-};
+{ };
 
 TEST_P(RobustnessTest, HostileTreesNeverCrashHangOrGrowBeyondWhatTheyGave)
 {

@@ -13,7 +13,7 @@ using Names = std::vector<std::string>;
 class TargetSelectionTest : public ::testing::Test
 {
 protected:
-    HandTree t{"AXWindow", makeRect(0, 0, 800, 600)};
+    HandTree t {"AXWindow", makeRect(0, 0, 800, 600)};
 
     UIElementPtr add(const UIElementPtr &parent, const std::string &role, CGRect frame,
                      const std::string &title = {})
@@ -50,12 +50,13 @@ TEST_F(TargetSelectionTest, AControlKeepsTheLabelOfWhatItHolds)
     add(outer, "AXButton", makeRect(110, 80, 90, 30), "Right");
     text(outer, makeRect(95, 85, 10, 20), "Sep");
 
-    EXPECT_EQ(targets(), (Names{"AXButton Plain", "AXButton Beside", "AXButton Outer",
-                                "AXButton Left", "AXButton Right"}));
+    EXPECT_EQ(targets(),
+              (Names {"AXButton Plain", "AXButton Beside", "AXButton Outer", "AXButton Left",
+                      "AXButton Right"}));
     EXPECT_EQ(targets(true),
-              (Names{"AXButton Plain", "AXStaticText Plain", "AXButton Beside",
-                     "AXStaticText Beside", "AXImage", "AXButton Outer", "AXButton Left",
-                     "AXStaticText Left", "AXButton Right", "AXStaticText Sep"}))
+              (Names {"AXButton Plain", "AXStaticText Plain", "AXButton Beside",
+                      "AXStaticText Beside", "AXImage", "AXButton Outer", "AXButton Left",
+                      "AXStaticText Left", "AXButton Right", "AXStaticText Sep"}))
         << "without heuristics every actionable candidate stays";
 }
 
@@ -66,7 +67,7 @@ TEST_F(TargetSelectionTest, ASingleInnerTargetOverTheCentreGivesWayWhateverItsRo
     add(tab, "AXCheckBox", makeRect(0, 0, 100, 30), "Inner");
     auto link = add(t.root, "AXLink", makeRect(0, 50, 100, 30), "Link");
     add(link, "AXButton", makeRect(0, 50, 10, 10), "Corner");
-    EXPECT_EQ(targets(), (Names{"AXRadioButton Tab", "AXLink Link", "AXButton Corner"}))
+    EXPECT_EQ(targets(), (Names {"AXRadioButton Tab", "AXLink Link", "AXButton Corner"}))
         << "a single inner button off the centre is no static text or image, and stays";
 }
 
@@ -95,8 +96,8 @@ TEST_F(TargetSelectionTest, RowsGiveWayToWhatTheyHoldUnlessItRepeatsThem)
     text(described, makeRect(0, 100, 100, 20), "Drafts");
 
     EXPECT_EQ(targets(),
-              (Names{"AXRow Inbox (3)", "AXStaticText A", "AXButton One", "AXButton Other",
-                     "AXRow Empty", "AXLink Link", "AXRow"}));
+              (Names {"AXRow Inbox (3)", "AXStaticText A", "AXButton One", "AXButton Other",
+                      "AXRow Empty", "AXLink Link", "AXRow"}));
 }
 
 TEST_F(TargetSelectionTest, ComboBoxesMenuItemsAndTextAreasAbsorbTheirInnerLabels)
@@ -110,7 +111,7 @@ TEST_F(TargetSelectionTest, ComboBoxesMenuItemsAndTextAreasAbsorbTheirInnerLabel
     text(area, makeRect(0, 100, 200, 20), "line one");
     add(area, "AXLink", makeRect(0, 120, 50, 20), "Inline");
     EXPECT_EQ(targets(),
-              (Names{"AXComboBox Combo", "AXMenuItem Item", "AXTextArea Area", "AXLink Inline"}));
+              (Names {"AXComboBox Combo", "AXMenuItem Item", "AXTextArea Area", "AXLink Inline"}));
 }
 
 TEST_F(TargetSelectionTest, EmptyCellsAndSplitSentencesBecomeTargets)
@@ -129,8 +130,9 @@ TEST_F(TargetSelectionTest, EmptyCellsAndSplitSentencesBecomeTargets)
     text(other, makeRect(0, 300, 40, 20), "Sign");
     text(other, makeRect(40, 300, 40, 20), "up");
 
-    EXPECT_EQ(targets(), (Names{"AXCell Empty", "AXButton Go", "AXGroup Sentence",
-                                "AXStaticText Sign", "AXStaticText up"}));
+    EXPECT_EQ(targets(),
+              (Names {"AXCell Empty", "AXButton Go", "AXGroup Sentence", "AXStaticText Sign",
+                      "AXStaticText up"}));
 }
 
 TEST_F(TargetSelectionTest, RepeatedTextsGetOneLabelAndStackedTextAreasOne)
@@ -141,7 +143,7 @@ TEST_F(TargetSelectionTest, RepeatedTextsGetOneLabelAndStackedTextAreasOne)
     text(b, makeRect(0, 0, 50, 20), "second");
     add(t.root, "AXTextArea", makeRect(0, 200, 100, 50), "Editor");
     add(t.root, "AXTextArea", makeRect(0, 200, 100, 50), "Shadow");
-    EXPECT_EQ(targets(), (Names{"AXStaticText first", "AXTextArea Editor"}));
+    EXPECT_EQ(targets(), (Names {"AXStaticText first", "AXTextArea Editor"}));
 
     HandTree lone("AXWindow", makeRect(0, 0, 100, 100));
     auto area = lone.add(lone.root, "AXTextArea", makeRect(0, 0, 50, 50));
@@ -161,7 +163,7 @@ TEST_F(TargetSelectionTest, WebContentDropsPageSizedLinksAndImagesOverLinks)
     cover->enabled = true;
     auto aside = add(page, "AXImage", makeRect(400, 400, 50, 50), "Aside");
     aside->enabled = true;
-    EXPECT_EQ(targets(), (Names{"AXImage Hero", "AXLink Story", "AXImage Aside"}))
+    EXPECT_EQ(targets(), (Names {"AXImage Hero", "AXLink Story", "AXImage Aside"}))
         << "the first child is kept; the cover image repeats the story link";
 }
 
@@ -178,7 +180,7 @@ TEST_F(TargetSelectionTest, InvisibleAndTinyElementsGetNoLabelsButTinyOnesAreEnt
     auto grain = add(grainParent, "AXImage", makeRect(0, 400, 100, 100), "Grain");
     grain->description = "grain";
     grain->enabled = true;
-    EXPECT_EQ(targets(), (Names{"AXButton Inside hairline"}));
+    EXPECT_EQ(targets(), (Names {"AXButton Inside hairline"}));
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "accessibility/UIElement.h"
+
 #include "platform/AXNames.h"
 #include "platform/fake/FakeDesktop.h"
 #include "support/TreeBuilding.h"
@@ -28,9 +29,9 @@ TEST_F(UIElementTest, FullElementReadsEverythingSearchNeedsInTwoRoundTrips)
                       .identifier("save-button")
                       .enabled(true)
                       .actions({"AXPress", "AXShowMenu"});
-    button.set(NSAccessibilityHelpAttribute, "help").set(NSAccessibilityPlaceholderValueAttribute,
-                                                         "hint");
-    button.set(NSAccessibilityActivationPointAttribute, CGPoint{50, 32});
+    button.set(NSAccessibilityHelpAttribute, "help")
+        .set(NSAccessibilityPlaceholderValueAttribute, "hint");
+    button.set(NSAccessibilityActivationPointAttribute, CGPoint {50, 32});
 
     auto e = UIElement::fullElement(desktop, button.ref());
 
@@ -46,8 +47,8 @@ TEST_F(UIElementTest, FullElementReadsEverythingSearchNeedsInTwoRoundTrips)
     EXPECT_EQ(e->subrole, "AXSecureTextField");
     EXPECT_EQ(e->identifier, "save-button");
     EXPECT_EQ(e->enabled, true);
-    EXPECT_EQ(e->activationPoint, (CGPoint{50, 32}));
-    EXPECT_EQ(e->actions, (std::vector<std::string>{"AXPress", "AXShowMenu"}));
+    EXPECT_EQ(e->activationPoint, (CGPoint {50, 32}));
+    EXPECT_EQ(e->actions, (std::vector<std::string> {"AXPress", "AXShowMenu"}));
     EXPECT_EQ(e->ref, button.ref());
     EXPECT_FALSE(e->roleDescription);
     EXPECT_FALSE(e->attributes);
@@ -135,29 +136,29 @@ TEST(UIElementActionable, RoleTableDecidesBeforeActions)
         e->enabled = enabled;
         return e->isActionable();
     };
-    EXPECT_FALSE(withActions("AXGroup", std::vector<std::string>{"AXPress"}));
-    EXPECT_FALSE(withActions("AXWebArea", std::vector<std::string>{"AXPress"}));
+    EXPECT_FALSE(withActions("AXGroup", std::vector<std::string> {"AXPress"}));
+    EXPECT_FALSE(withActions("AXWebArea", std::vector<std::string> {"AXPress"}));
     EXPECT_TRUE(withActions("AXStaticText", std::nullopt));
     EXPECT_TRUE(withActions("AXDockItem", std::nullopt));
 
     EXPECT_TRUE(withActions("AXImage", std::nullopt, true));
-    EXPECT_FALSE(withActions("AXImage", std::vector<std::string>{"AXPress"}))
+    EXPECT_FALSE(withActions("AXImage", std::vector<std::string> {"AXPress"}))
         << "an image counts only when enabled";
 
     EXPECT_FALSE(withActions("AXUnknownThing", std::nullopt));
-    EXPECT_FALSE(withActions("AXUnknownThing", std::vector<std::string>{"AXShowMenu"}));
+    EXPECT_FALSE(withActions("AXUnknownThing", std::vector<std::string> {"AXShowMenu"}));
     EXPECT_FALSE(withActions("AXUnknownThing",
-                             std::vector<std::string>{"AXScrollToVisible", "AXShowDefaultUI",
-                                                      "AXShowAlternateUI", "AX(null)Press"}));
-    EXPECT_TRUE(withActions("AXUnknownThing", std::vector<std::string>{"AXShowMenu", "AXPress"}));
-    EXPECT_TRUE(withActions("AXValueIndicator", std::vector<std::string>{"AXIncrement"}));
+                             std::vector<std::string> {"AXScrollToVisible", "AXShowDefaultUI",
+                                                       "AXShowAlternateUI", "AX(null)Press"}));
+    EXPECT_TRUE(withActions("AXUnknownThing", std::vector<std::string> {"AXShowMenu", "AXPress"}));
+    EXPECT_TRUE(withActions("AXValueIndicator", std::vector<std::string> {"AXIncrement"}));
 }
 
 TEST(UIElementDescription, PrintsFieldsInOrderWithNilForAbsent)
 {
     auto e = test::element("AXButton", makeRect(1, 2.5, 30, 40));
     e->title = "OK";
-    e->actions = std::vector<std::string>{"AXPress", "AXShowMenu"};
+    e->actions = std::vector<std::string> {"AXPress", "AXShowMenu"};
     EXPECT_EQ(e->debugDescription(),
               "id=" + e->id
                   + ", role=AXButton, subrole=<nil>, frame=(1.0, 2.5, 30.0, 40.0), title=OK, "

@@ -46,7 +46,7 @@ TEST(UITreeAdd, LinksByIdAndRefusesUnknownParentsAndDuplicates)
     EXPECT_TRUE(t.tree->add(test::element("AXButton", {}), c->id))
         << "an element without a handle is never taken for a cycle";
 
-    EXPECT_EQ(t.tree->childIds(t.root->id), (std::vector<std::string>{a->id, b->id}));
+    EXPECT_EQ(t.tree->childIds(t.root->id), (std::vector<std::string> {a->id, b->id}));
     EXPECT_FALSE(t.tree->childIds(b->id)) << "no children, no entry";
     EXPECT_EQ(t.tree->parent(c->id), a);
     EXPECT_FALSE(t.tree->parent(t.root->id));
@@ -70,7 +70,7 @@ TEST(UITreeBounds, OnlyClippingRolesCutTheirDescendants)
     auto row = t.add(scroll, "AXRow", makeRect(0, 350, 400, 20));
     auto half = t.add(scroll, "AXRow", makeRect(0, 290, 400, 20));
     EXPECT_FALSE(t.tree->isVisible(row->id));
-    EXPECT_EQ(t.tree->visibleFrame(row->id), CGRect{});
+    EXPECT_EQ(t.tree->visibleFrame(row->id), CGRect {});
     EXPECT_EQ(t.tree->visibleFrame(half->id), makeRect(0, 290, 400, 10));
 
     // So does a heading, and an article or main landmark by subrole; a popover escapes.
@@ -140,7 +140,9 @@ TEST(UITreeVisibility, EnclosingWebAreaCountsTheRootButNotTheElementItself)
 
 TEST(UITrees, AllTreesFollowTheFixedOrderAndAnswerVisibleFrames)
 {
-    auto tree = [](const char *role) { return HandTree(role, makeRect(0, 0, 10, 10)).tree; };
+    auto tree = [](const char *role) {
+        return HandTree(role, makeRect(0, 0, 10, 10)).tree;
+    };
     UITrees trees;
     trees.frontmostWindowUiTree = tree("AXWindow");
     trees.menubarUiTree = tree("AXMenuBar");
@@ -151,8 +153,9 @@ TEST(UITrees, AllTreesFollowTheFixedOrderAndAnswerVisibleFrames)
     std::vector<std::string> roles;
     for (const auto &t : trees.allTrees())
         roles.push_back(t->element(t->rootId())->role);
-    EXPECT_EQ(roles, (std::vector<std::string>{"AXMenuBar", "AXMenuBarItem", "AXMenuBarItem",
-                                               "AXMenu", "AXWindow", "AXList"}));
+    EXPECT_EQ(roles,
+              (std::vector<std::string> {"AXMenuBar", "AXMenuBarItem", "AXMenuBarItem", "AXMenu",
+                                         "AXWindow", "AXList"}));
     EXPECT_EQ(trees.visibleFrame(trees.dockUiTree->rootId()), makeRect(0, 0, 10, 10));
     EXPECT_FALSE(trees.visibleFrame("no-such-id"));
 }

@@ -13,7 +13,10 @@ namespace {
 
 struct FakeHandle final : PlatformElement
 {
-    FakeHandle(pid_t p, std::uint32_t n) : pid(p), node(n) { }
+    FakeHandle(pid_t p, std::uint32_t n)
+        : pid(p)
+        , node(n)
+    { }
     bool equals(const PlatformElement &other) const override
     {
         const auto *o = dynamic_cast<const FakeHandle *>(&other);
@@ -21,7 +24,7 @@ struct FakeHandle final : PlatformElement
     }
     std::size_t hash() const override
     {
-        return std::hash<std::uint64_t>{}(static_cast<std::uint64_t>(pid) << 32 | node);
+        return std::hash<std::uint64_t> {}(static_cast<std::uint64_t>(pid) << 32 | node);
     }
     pid_t pid;
     std::uint32_t node;
@@ -75,7 +78,8 @@ struct FakeDesktop::App
 class FakeDesktop::Call
 {
 public:
-    Call(FakeDesktop &desktop, const AXUIElement &element) : _lock(desktop._mutex)
+    Call(FakeDesktop &desktop, const AXUIElement &element)
+        : _lock(desktop._mutex)
     {
         const auto *h = dynamic_cast<const FakeHandle *>(&element.platform());
         auto it = h ? desktop._apps.find(h->pid) : desktop._apps.end();
@@ -246,7 +250,7 @@ FakeElement FakeApplication::addWindow(CGRect frame, const std::string &title) c
     auto &attributes = _desktop.node(_info.processIdentifier, 0).attributes;
     auto &windows = attributes[NSAccessibilityWindowsAttribute];
     if (!windows.get<ValueArray>())
-        windows = ValueArray{};
+        windows = ValueArray {};
     std::get<ValueArray>(windows.storage).push_back(window.ref());
     attributes.try_emplace(NSAccessibilityFocusedWindowAttribute, window.ref());
     return window;
@@ -351,7 +355,7 @@ void FakeDesktop::addWindowInfo(CGRect frame, pid_t pid, const std::string &owne
     ValueDictionary info;
     info.insert(kCGWindowBounds, std::move(bounds));
     info.insert(kCGWindowLayer, layer);
-    info.insert(kCGWindowOwnerPID, std::int64_t{pid});
+    info.insert(kCGWindowOwnerPID, std::int64_t {pid});
     info.insert(kCGWindowOwnerName, ownerName);
     if (windowName)
         info.insert(kCGWindowName, *windowName);
@@ -394,8 +398,7 @@ std::vector<std::string> FakeDesktop::performed() const
     return _performed;
 }
 
-AXResult<Value> FakeDesktop::attribute(const App &app, const Node &n,
-                                       const std::string &name) const
+AXResult<Value> FakeDesktop::attribute(const App &app, const Node &n, const std::string &name) const
 {
     if (auto failure = n.failures.find(name); failure != n.failures.end())
         return failure->second;
@@ -425,8 +428,7 @@ AXUIElement FakeDesktop::createApplication(pid_t pid)
     return handle(pid, 0);
 }
 
-AXResult<Value> FakeDesktop::copyAttributeValue(const AXUIElement &element,
-                                                const std::string &name)
+AXResult<Value> FakeDesktop::copyAttributeValue(const AXUIElement &element, const std::string &name)
 {
     Call call(*this, element);
     if (call.error() != AXError::Success)
@@ -475,7 +477,7 @@ AXResult<ValueArray> FakeDesktop::copyActionNames(const AXUIElement &element)
         return call.error();
     if (call.node->actionsFailure)
         return *call.node->actionsFailure;
-    return call.node->actions.value_or(ValueArray{});
+    return call.node->actions.value_or(ValueArray {});
 }
 
 AXResult<Value> FakeDesktop::copyParameterizedAttributeValue(const AXUIElement &element,
@@ -507,11 +509,11 @@ std::optional<std::uint32_t> FakeDesktop::hitTest(const App &app, CGPoint point)
         const auto &children = app.nodes[current].children;
         for (auto it = children.rbegin(); it != children.rend(); ++it) {
             const Node &child = app.nodes[*it];
-            const auto *position = child.attributes.at(NSAccessibilityPositionAttribute)
-                                       .get<CGPoint>();
+            const auto *position =
+                child.attributes.at(NSAccessibilityPositionAttribute).get<CGPoint>();
             const auto *size = child.attributes.at(NSAccessibilitySizeAttribute).get<CGSize>();
             if (child.callFailure || !position || !size
-                || !CGRectContainsPoint(CGRect{*position, *size}, point))
+                || !CGRectContainsPoint(CGRect {*position, *size}, point))
                 continue;
             deepest = current = *it;
             descended = true;
@@ -530,7 +532,7 @@ AXResult<AXUIElement> FakeDesktop::copyElementAtPosition(const AXUIElement &appl
     const pid_t pid = call.app->facade->info().processIdentifier;
     if (auto forced = call.app->facade->_hitTestResult)
         return handle(pid, *forced);
-    if (auto hit = hitTest(*call.app, CGPoint{x, y}))
+    if (auto hit = hitTest(*call.app, CGPoint {x, y}))
         return handle(pid, *hit);
     return AXError::NoValue;
 }
@@ -565,9 +567,9 @@ AXError FakeDesktop::performAction(const AXUIElement &element, const std::string
         return call.error();
     const auto &actions = call.node->actions;
     const bool offered = actions && std::any_of(actions->begin(), actions->end(), [&](auto &v) {
-        const auto *name = v.template get<std::string>();
-        return name && *name == action;
-    });
+                             const auto *name = v.template get<std::string>();
+                             return name && *name == action;
+                         });
     if (!offered)
         return AXError::ActionUnsupported;
     _performed.push_back(action);

@@ -26,9 +26,10 @@ class FakeElement
 {
 public:
     FakeElement(FakeDesktop &desktop, pid_t pid, std::uint32_t node)
-        : _desktop(&desktop), _pid(pid), _node(node)
-    {
-    }
+        : _desktop(&desktop)
+        , _pid(pid)
+        , _node(node)
+    { }
 
     // A new child at the end of the element's children.
     FakeElement add(const std::string &role, CGRect frame = {}) const;
@@ -76,9 +77,9 @@ class FakeApplication
 {
 public:
     FakeApplication(FakeDesktop &desktop, RunningApplication info)
-        : _desktop(desktop), _info(std::move(info))
-    {
-    }
+        : _desktop(desktop)
+        , _info(std::move(info))
+    { }
 
     const RunningApplication &info() const { return _info; }
     FakeElement element() const { return {_desktop, _info.processIdentifier, 0}; }
@@ -101,7 +102,7 @@ private:
     friend class FakeDesktop;
     FakeDesktop &_desktop;
     RunningApplication _info;
-    Seconds _latency{0};
+    Seconds _latency {0};
     std::optional<int> _callsLeft;
     std::optional<std::uint32_t> _hitTestResult;
 };
@@ -145,8 +146,9 @@ public:
     AXUIElement createApplication(pid_t pid) override;
     AXResult<Value> copyAttributeValue(const AXUIElement &element,
                                        const std::string &name) override;
-    AXResult<ValueArray> copyMultipleAttributeValues(const AXUIElement &element,
-                                                     const std::vector<std::string> &names) override;
+    AXResult<ValueArray>
+    copyMultipleAttributeValues(const AXUIElement &element,
+                                const std::vector<std::string> &names) override;
     AXResult<ValueArray> copyAttributeValues(const AXUIElement &element, const std::string &name,
                                              long index, long maxValues) override;
     AXResult<ValueArray> copyActionNames(const AXUIElement &element) override;
@@ -191,7 +193,7 @@ private:
     AXResult<Value> attribute(const App &app, const Node &node, const std::string &name) const;
 
     FakeClock _clock;
-    FakeScheduler _scheduler{_clock};
+    FakeScheduler _scheduler {_clock};
     mutable std::recursive_mutex _mutex;
     std::map<pid_t, std::unique_ptr<App>> _apps;
     std::vector<pid_t> _appOrder;

@@ -21,9 +21,9 @@ void FakeClock::set(TimePoint to)
 }
 
 FakeScheduler::FakeScheduler(FakeClock &clock)
-    : _clock(clock), _mainThread(std::this_thread::get_id())
-{
-}
+    : _clock(clock)
+    , _mainThread(std::this_thread::get_id())
+{ }
 
 void FakeScheduler::postToMain(std::function<void()> task)
 {

@@ -20,7 +20,7 @@ public:
 
 private:
     mutable std::mutex _mutex;
-    TimePoint _now{Seconds(1000)};
+    TimePoint _now {Seconds(1000)};
 };
 
 // The main queue and its timers on a manual clock. The thread that makes it is the main thread;

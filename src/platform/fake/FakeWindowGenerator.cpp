@@ -3,6 +3,7 @@
 #include "platform/AXNames.h"
 
 #include <cmath>
+#include <optional>
 #include <random>
 #include <string>
 
@@ -10,14 +11,16 @@ namespace tarnvik::fake {
 
 namespace {
 
-const char *const words[] = {"Open",   "Save",    "Close", "Print",   "Share",   "Export",
+const char *const words[] = {"Open",   "Save",     "Close",  "Print",   "Share",   "Export",
                              "Import", "Settings", "Search", "Sign in", "Help",    "Delete",
-                             "Rename", "Copy",    "Paste", "Undo",    "Archive", "Reply"};
+                             "Rename", "Copy",     "Paste",  "Undo",    "Archive", "Reply"};
 
 class Generator
 {
 public:
-    Generator(std::uint32_t seed) : _random(seed) { }
+    Generator(std::uint32_t seed)
+        : _random(seed)
+    { }
 
     // Adds one block of a random kind inside `area`; returns the elements it made.
     std::size_t block(const FakeElement &parent, CGRect area)
@@ -86,8 +89,8 @@ private:
     {
         auto scroll = parent.add("AXScrollArea", area);
         // Taller than its scroll area: the last rows are scrolled out.
-        const CGRect content = makeRect(area.origin.x, area.origin.y, area.size.width,
-                                         area.size.height * 1.4);
+        const CGRect content =
+            makeRect(area.origin.x, area.origin.y, area.size.width, area.size.height * 1.4);
         auto table = scroll.add("AXTable", content);
         std::vector<FakeElement> visibleRows;
         std::size_t n = 2;
@@ -171,19 +174,25 @@ GeneratedWindow generateWindow(FakeApplication &app, std::size_t elements, std::
         made += 2;
     }
     // Blocks in a grid that fills the content, the last rows below the window's edge.
-    const CGRect content = makeRect(frame.origin.x, frame.origin.y + 40, frame.size.width,
-                                    frame.size.height - 40);
+    const CGRect content =
+        makeRect(frame.origin.x, frame.origin.y + 40, frame.size.width, frame.size.height - 40);
     const double blocks = std::max(1.0, static_cast<double>(elements) / 8.0);
     const auto columns = static_cast<int>(std::ceil(std::sqrt(blocks * 1.6)));
     const double width = content.size.width / columns;
     const double height = width / 1.6 * 0.9;
     auto scroll = window.add("AXScrollArea", content);
     made += 1;
+    // One group per row of blocks, as real layouts nest: no element holds more than a row.
+    std::optional<FakeElement> row;
     for (int i = 0; made < elements; ++i) {
-        const CGRect area = makeRect(content.origin.x + width * (i % columns),
-                                     content.origin.y + height * (i / columns), width - 2,
-                                     height - 2);
-        made += generator.block(scroll, area);
+        const double y = content.origin.y + height * (i / columns);
+        if (i % columns == 0) {
+            row = scroll.add("AXGroup", makeRect(content.origin.x, y, content.size.width, height));
+            made += 1;
+        }
+        const CGRect area =
+            makeRect(content.origin.x + width * (i % columns), y, width - 2, height - 2);
+        made += generator.block(*row, area);
     }
     return {window, made};
 }

@@ -16,13 +16,11 @@ QString key(const std::string &k)
 
 QSettingsPreferenceStore::QSettingsPreferenceStore()
     : _settings(std::make_unique<QSettings>(QStringLiteral("tarnvik"), QStringLiteral("tarnvik")))
-{
-}
+{ }
 
 QSettingsPreferenceStore::QSettingsPreferenceStore(const std::string &path)
     : _settings(std::make_unique<QSettings>(QString::fromStdString(path), QSettings::IniFormat))
-{
-}
+{ }
 
 QSettingsPreferenceStore::~QSettingsPreferenceStore() = default;
 

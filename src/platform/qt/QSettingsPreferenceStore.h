@@ -22,8 +22,7 @@ public:
     std::optional<bool> boolValue(const std::string &key) const override;
     std::optional<double> doubleValue(const std::string &key) const override;
     std::optional<std::string> stringValue(const std::string &key) const override;
-    std::optional<std::vector<std::string>>
-    stringListValue(const std::string &key) const override;
+    std::optional<std::vector<std::string>> stringListValue(const std::string &key) const override;
 
     void setBool(const std::string &key, bool value) override;
     void setDouble(const std::string &key, double value) override;
