@@ -7,6 +7,8 @@ target_compile_options(tarnvik_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Wcast-align
   -Woverloaded-virtual -Wconversion -Wsign-conversion -Wdouble-promotion -Wformat=2
   -Wimplicit-fallthrough -Wno-missing-field-initializers)
+# Qt's signals/slots/emit keywords clash with ordinary names; the Q_ macros stay.
+target_compile_definitions(tarnvik_options INTERFACE QT_NO_KEYWORDS)
 if(TARNVIK_WERROR)
   target_compile_options(tarnvik_options INTERFACE -Werror)
 endif()

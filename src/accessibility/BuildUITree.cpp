@@ -161,6 +161,8 @@ std::vector<UIElementPtr> BuildUITree::fetchChildren(const UIElement &element,
         auto refs = elementsOf(values.value());
         if (!refs)
             return {};
+        // The children are made light, and those that prove visible get their texts next.
+        UIElement::prefetch(_platform.ax, *refs, fetchSearchAttributes);
         std::vector<UIElementPtr> children;
         children.reserve(refs->size());
         for (const auto &ref : *refs) {
@@ -184,6 +186,7 @@ std::shared_ptr<UITree> BuildUITree::buildMenubar(const AXUIElement &app)
         elementsAttribute(_platform.ax, NSAccessibilityVisibleChildrenAttribute, *root->ref);
     if (!items.ok() || !items.value())
         return nullptr;
+    UIElement::prefetch(_platform.ax, *items.value(), fetchSearchAttributes);
     auto tree = UITree::make(root);
     for (const auto &ref : *items.value()) {
         if (auto item = makeElement(ref))
@@ -215,6 +218,7 @@ std::shared_ptr<UITree> BuildUITree::buildDock()
     auto items = elementsAttribute(_platform.ax, NSAccessibilityChildrenAttribute, *list->ref);
     if (!items.ok() || !items.value())
         return nullptr;
+    UIElement::prefetch(_platform.ax, *items.value(), fetchSearchAttributes);
     auto tree = UITree::make(list);
     for (const auto &ref : *items.value()) {
         if (auto item = makeElement(ref))
@@ -322,6 +326,7 @@ std::vector<UIElementPtr> BuildUITree::searchPredicateElements(const UIElement &
     auto refs = array ? elementsOf(*array) : std::nullopt;
     if (!refs)
         return {};
+    UIElement::prefetch(_platform.ax, *refs, fetchSearchAttributes);
     std::vector<UIElementPtr> elements;
     elements.reserve(refs->size());
     for (const auto &ref : *refs) {

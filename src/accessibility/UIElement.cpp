@@ -230,6 +230,11 @@ void UIElement::loadSearchAttributes(Accessibility &ax, UIElement &element)
     fillSearchAttributes(element, batch.value(), 0);
 }
 
+void UIElement::prefetch(Accessibility &ax, const std::vector<AXUIElement> &refs, bool full)
+{
+    ax.prefetch(refs, full ? fullAttributes : lightAttributes, true);
+}
+
 std::string makeUuidString()
 {
     thread_local std::mt19937_64 generator {std::random_device {}()};

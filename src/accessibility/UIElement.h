@@ -65,6 +65,10 @@ public:
     // whole lot when the read fails, becomes absent.
     static void loadSearchAttributes(Accessibility &ax, UIElement &element);
 
+    // Tells the platform that these elements are about to be made, full or light, so that it
+    // can read them together.
+    static void prefetch(Accessibility &ax, const std::vector<AXUIElement> &refs, bool full);
+
     friend bool operator==(const UIElement &a, const UIElement &b) { return a.id == b.id; }
 };
 

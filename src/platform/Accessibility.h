@@ -65,6 +65,20 @@ public:
 
     // Whether this program may read and drive other applications at all.
     virtual bool isProcessTrusted() = 0;
+
+    // A hint that these attributes of these elements, and with `actionNames` their action
+    // names, are about to be read one by one: a backend that can fetch them together does so.
+    virtual void prefetch(const std::vector<AXUIElement> &elements,
+                          const std::vector<std::string> &attributes, bool actionNames)
+    {
+        (void)elements;
+        (void)attributes;
+        (void)actionNames;
+    }
+
+    // Values read before this call are not answered from a backend's cache after it: each
+    // reading of the desktop starts fresh.
+    virtual void invalidateCache() { }
 };
 
 } // namespace tarnvik

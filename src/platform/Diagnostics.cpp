@@ -8,14 +8,21 @@ namespace tarnvik {
 
 namespace {
 std::mutex outputMutex;
+std::FILE *diagnostics = stdout;
+} // namespace
+
+void sendDiagnosticsToStandardError()
+{
+    std::lock_guard lock(outputMutex);
+    diagnostics = stderr;
 }
 
 void printLine(std::string_view line)
 {
     std::lock_guard lock(outputMutex);
-    std::fwrite(line.data(), 1, line.size(), stdout);
-    std::fputc('\n', stdout);
-    std::fflush(stdout);
+    std::fwrite(line.data(), 1, line.size(), diagnostics);
+    std::fputc('\n', diagnostics);
+    std::fflush(diagnostics);
 }
 
 void fatal(std::string_view text)

@@ -1,0 +1,125 @@
+#include "app/TargetsCommand.h"
+
+#include "accessibility/AttributeReaders.h"
+#include "accessibility/BuildUITrees.h"
+#include "click/LabelMaker.h"
+#include "click/SessionGeometry.h"
+#include "platform/AXNames.h"
+#include "platform/Diagnostics.h"
+#include "platform/Screens.h"
+#include "preferences/Preferences.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <chrono>
+#include <cstdio>
+
+namespace tarnvik {
+
+namespace {
+
+struct Reading
+{
+    UITrees trees;
+    Screen screen;
+    double firstScreenHeight = 0;
+    double buildMs = 0;
+};
+
+QJsonValue jsonText(const std::optional<std::string> &s)
+{
+    return s ? QJsonValue(QString::fromStdString(*s)) : QJsonValue(QJsonValue::Null);
+}
+
+void printTree(const UITree &tree, const std::string &id, int depth)
+{
+    const auto e = tree.element(id);
+    std::printf("%*s%s%s\n", depth * 2, "", tree.isVisible(id) ? "" : "(hidden) ",
+                e->debugDescription().c_str());
+    for (const auto &child : tree.childIds(id).value_or(std::vector<std::string>{}))
+        printTree(tree, child, depth + 1);
+}
+
+} // namespace
+
+int TargetsCommand::run(const Options &options)
+{
+    auto &ax = _services.platform.ax;
+    auto &workspace = _services.platform.workspace;
+    const bool searchMode = options.search.has_value();
+    std::optional<Reading> reading;
+    for (int i = 0; i < std::max(1, options.repeat); ++i) {
+        const auto start = std::chrono::steady_clock::now();
+        ax.invalidateCache();
+        const auto app = workspace.frontmostApplication();
+        const auto menubarApp = workspace.menuBarOwningApplication();
+        if (!app || !menubarApp) {
+            std::fputs("tarnvik: no frontmost application\n", stderr);
+            return 1;
+        }
+        auto windowRef = elementAttribute(ax, NSAccessibilityFocusedWindowAttribute,
+                                          ax.createApplication(app->processIdentifier));
+        auto window = windowRef.ok() && windowRef.value()
+            ? UIElement::fullElement(ax, *windowRef.value())
+            : nullptr;
+        const auto screens = _services.screens.screens();
+        const auto screen = window ? chooseScreen(window->frame(), screens) : std::nullopt;
+        if (!screen) {
+            printLine("Mode: unable to find a frontmost window or active menu bar. deactivating.");
+            return 1;
+        }
+        const double height = screens.front().frame.size.height;
+        UITreePtr dock = BuildUITree(_services.platform, searchMode, false).buildDock();
+        if (dock && !dockFrameOnScreen(*dock, *screen, height))
+            dock = nullptr;
+        BuildUITrees builder({_services.platform, _services.preferences, _services.scheduler},
+                             *app, window, menubarApp, dock, searchMode);
+        auto trees = builder.build({});
+        const std::chrono::duration<double, std::milli> elapsed =
+            std::chrono::steady_clock::now() - start;
+        reading = Reading{std::move(*trees), *screen, height, elapsed.count()};
+        if (options.repeat > 1)
+            std::fprintf(stderr, "build %d: %.2f ms\n", i + 1, reading->buildMs);
+    }
+
+    if (options.tree) {
+        for (const auto &tree : reading->trees.allTrees())
+            printTree(*tree, tree->rootId(), 0);
+        return 0;
+    }
+
+    const auto elements = elementsOnScreen(
+        reading->trees.matchingElements(options.search.value_or("*"), false,
+                                        _services.preferences),
+        reading->screen, reading->firstScreenHeight);
+    const auto labels = LabelMaker::makeLabels(LabelMaker::labelCharacters(_services.preferences),
+                                               static_cast<long>(elements.size()));
+    if (options.json) {
+        QJsonArray targets;
+        for (std::size_t i = 0; i < elements.size(); ++i) {
+            const auto &e = *elements[i];
+            targets.append(QJsonObject{
+                {"label", QString::fromStdString(labels[i])},
+                {"role", QString::fromStdString(e.role)},
+                {"subrole", jsonText(e.subrole)},
+                {"title", jsonText(e.title)},
+                {"frame", QJsonArray{e.position.x, e.position.y, e.size.width, e.size.height}},
+            });
+        }
+        const QJsonObject result{{"buildMs", reading->buildMs}, {"targets", targets}};
+        std::puts(QJsonDocument(result).toJson(QJsonDocument::Compact).constData());
+        return 0;
+    }
+    std::printf("build: %.2f ms, %zu targets\n", reading->buildMs, elements.size());
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        const auto &e = *elements[i];
+        std::printf("%-4s %-16s %-14s %-40s %s\n", labels[i].c_str(), e.role.c_str(),
+                    e.subrole.value_or("").c_str(), e.title.value_or("").c_str(),
+                    describe(e.frame()).c_str());
+    }
+    return 0;
+}
+
+} // namespace tarnvik

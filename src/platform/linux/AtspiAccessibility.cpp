@@ -1,0 +1,994 @@
+#include "platform/linux/AtspiAccessibility.h"
+
+#include "platform/AXNames.h"
+#include "platform/linux/AtspiBus.h"
+#include "platform/linux/AtspiRoles.h"
+
+#include <QDBusPendingReply>
+#include <QDBusVariant>
+#include <QHash>
+
+#include <atomic>
+#include <mutex>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace tarnvik::linux {
+
+namespace {
+
+QString keyOf(const ObjectRef &r)
+{
+    return r.service + QLatin1Char('\n') + r.path.path();
+}
+
+struct AtspiElement final : PlatformElement
+{
+    explicit AtspiElement(ObjectRef r) : ref(std::move(r)), key(keyOf(ref)) { }
+    bool equals(const PlatformElement &other) const override
+    {
+        const auto *o = dynamic_cast<const AtspiElement *>(&other);
+        return o && o->key == key;
+    }
+    std::size_t hash() const override { return qHash(key); }
+    ObjectRef ref;
+    QString key;
+};
+
+AXUIElement handleOf(const ObjectRef &r)
+{
+    return AXUIElement(std::make_shared<AtspiElement>(r));
+}
+
+const ObjectRef *refOf(const AXUIElement &e)
+{
+    const auto *a = dynamic_cast<const AtspiElement *>(&e.platform());
+    return a ? &a->ref : nullptr;
+}
+
+bool isApplicationRoot(const ObjectRef &r)
+{
+    return r.path.path() == QLatin1String(rootPath);
+}
+
+// What may be read of an object, one bit each.
+enum Need : unsigned {
+    NRole = 1u << 0,
+    NStates = 1u << 1,
+    NName = 1u << 2,
+    NDescription = 1u << 3,
+    NParent = 1u << 4,
+    NChildren = 1u << 5,
+    NExtents = 1u << 6,
+    NActions = 1u << 7,
+    NText = 1u << 8,
+    NAttributes = 1u << 9,
+    NId = 1u << 10,
+    // Derived: the states of the children (visible children), the roles of parent and children
+    // (for roles that depend on them).
+    NChildStates = 1u << 11,
+    NContext = 1u << 12,
+};
+
+struct Node
+{
+    unsigned fetched = 0;
+    bool gone = false;
+    std::optional<std::uint32_t> role;
+    std::optional<StateSet> states;
+    std::optional<QString> name;
+    std::optional<QString> description;
+    std::optional<ObjectRef> parent;
+    std::optional<std::vector<ObjectRef>> children;
+    std::optional<Extents> extents;
+    std::optional<int> actionCount;
+    std::vector<std::optional<QString>> actionNames;
+    std::optional<QString> text;
+    std::optional<QMap<QString, QString>> attributes;
+    std::optional<QString> id;
+    std::optional<QStringList> interfaces;
+};
+
+struct Application
+{
+    bool snapshotTaken = false;
+    bool unresponsive = false;
+};
+
+struct Toolkit
+{
+    bool known = false;
+    bool gtk4 = false;
+};
+
+StateSet statesOf(const QList<uint> &words)
+{
+    StateSet s;
+    if (!words.isEmpty())
+        s.low = words[0];
+    if (words.size() > 1)
+        s.high = words[1];
+    return s;
+}
+
+bool isTextRole(const std::string &axRole)
+{
+    return axRole == "AXTextField" || axRole == "AXTextArea" || axRole == "AXStaticText"
+        || axRole == "AXComboBox";
+}
+
+unsigned needsOf(const std::string &attribute)
+{
+    static const std::unordered_map<std::string, unsigned> table = {
+        {NSAccessibilityRoleAttribute, NRole | NStates | NContext},
+        {NSAccessibilitySubroleAttribute, NRole | NStates | NContext},
+        {NSAccessibilityPositionAttribute, NExtents},
+        {NSAccessibilitySizeAttribute, NExtents},
+        {NSAccessibilityTitleAttribute, NName},
+        {NSAccessibilityDescriptionAttribute, NDescription},
+        {NSAccessibilityValueAttribute, NRole | NStates | NContext | NText},
+        {NSAccessibilityPlaceholderValueAttribute, NRole | NStates | NContext | NAttributes},
+        {NSAccessibilityIdentifierAttribute, NId},
+        {NSAccessibilityEnabledAttribute, NStates},
+        {NSAccessibilityChildrenAttribute, NChildren},
+        {NSAccessibilityVisibleChildrenAttribute, NChildren | NChildStates},
+        {NSAccessibilityVisibleRowsAttribute, NChildren | NChildStates},
+        {NSAccessibilityParentAttribute, NParent},
+    };
+    auto it = table.find(attribute);
+    return it == table.end() ? 0u : it->second;
+}
+
+// The roles the search keys ask for, as a bit set of role numbers.
+QList<int> searchKeyRoles()
+{
+    const std::uint32_t roles[] = {role::PushButton, 62 /* toggle button */, role::CheckBox,
+                                   role::RadioButton, role::PageTab, role::Link, role::Entry,
+                                   role::PasswordText, role::ComboBox, role::ListBox,
+                                   role::Slider, role::SpinButton, role::Image, role::MenuItem,
+                                   role::CheckMenuItem, role::RadioMenuItem};
+    QList<int> words(4, 0);
+    for (auto r : roles)
+        words[static_cast<qsizetype>(r / 32)] |= static_cast<int>(1u << (r % 32));
+    return words;
+}
+
+} // namespace
+
+class AtspiAccessibility::State
+{
+public:
+    State(AtspiBus &b, ClientWindowsOf w) : bus(b), windowsOf(std::move(w)) { }
+
+    AtspiBus &bus;
+    ClientWindowsOf windowsOf;
+    std::atomic<long> calls{0};
+
+    // Reads what `needs` asks of each object, fetching what isn't known yet in bursts of calls
+    // issued together, a few rounds deep for what depends on an earlier answer.
+    void ensure(const std::vector<ObjectRef> &objects, unsigned needs)
+    {
+        for (const auto &o : objects)
+            takeSnapshot(o.service);
+        for (int round = 0; round < 4; ++round) {
+            std::vector<std::pair<ObjectRef, unsigned>> work;
+            {
+                std::lock_guard lock(mutex);
+                for (const auto &o : objects)
+                    addMissing(o, needs, work);
+            }
+            if (work.empty())
+                return;
+            fetch(work);
+        }
+    }
+
+    Node node(const ObjectRef &o)
+    {
+        std::lock_guard lock(mutex);
+        return nodes[keyOf(o)];
+    }
+
+    std::optional<AXError> failure(const ObjectRef &o)
+    {
+        if (o.service.isEmpty())
+            return AXError::CannotComplete;
+        std::lock_guard lock(mutex);
+        if (applications[o.service].unresponsive)
+            return AXError::CannotComplete;
+        if (nodes[keyOf(o)].gone)
+            return AXError::InvalidUIElement;
+        return std::nullopt;
+    }
+
+    AxRole axRole(const Node &n)
+    {
+        RoleContext context;
+        context.role = n.role.value_or(0);
+        context.states = n.states.value_or(StateSet{});
+        std::lock_guard lock(mutex);
+        if (n.parent)
+            context.parentRole = nodes[keyOf(*n.parent)].role;
+        if (n.children && needsChildren(context.role)) {
+            for (const auto &c : *n.children) {
+                const auto r = nodes[keyOf(c)].role;
+                context.hasEntryChild = context.hasEntryChild
+                    || r == std::optional<std::uint32_t>(role::Entry)
+                    || r == std::optional<std::uint32_t>(role::Text);
+            }
+        }
+        if (n.attributes)
+            context.xmlRoles = n.attributes->value(QStringLiteral("xml-roles"));
+        return axRoleOf(context);
+    }
+
+    int timeoutFor(const ObjectRef &o)
+    {
+        std::lock_guard lock(mutex);
+        auto it = timeouts.find(keyOf(o));
+        return it == timeouts.end() ? defaultTimeoutMs : it->second;
+    }
+
+    bool isGtk4(const QString &service)
+    {
+        {
+            std::lock_guard lock(mutex);
+            if (toolkits[service].known)
+                return toolkits[service].gtk4;
+        }
+        const ObjectRef root{service, QDBusObjectPath(QLatin1String(rootPath))};
+        QDBusPendingReply<QDBusVariant> name =
+            bus.property(root, applicationInterface, "ToolkitName", defaultTimeoutMs);
+        QDBusPendingReply<QDBusVariant> version =
+            bus.property(root, applicationInterface, "Version", defaultTimeoutMs);
+        calls += 2;
+        name.waitForFinished();
+        version.waitForFinished();
+        const bool gtk4 = !name.isError() && !version.isError()
+            && name.value().variant().toString().compare(QLatin1String("gtk"), Qt::CaseInsensitive)
+                == 0
+            && version.value().variant().toString().startsWith(QLatin1Char('4'));
+        std::lock_guard lock(mutex);
+        toolkits[service] = Toolkit{true, gtk4};
+        return gtk4;
+    }
+
+    // Where a toolkit that reports positions relative to its window has its origin.
+    CGPoint originOf(const QString &service)
+    {
+        if (!isGtk4(service))
+            return {};
+        const auto pid = bus.processOf(service, defaultTimeoutMs);
+        if (!pid)
+            return {};
+        const auto windows = windowsOf(*pid);
+        for (const auto &w : windows) {
+            if (w.isActive)
+                return w.frame.origin;
+        }
+        return windows.empty() ? CGPoint{} : windows.front().frame.origin;
+    }
+
+    void invalidate()
+    {
+        std::lock_guard lock(mutex);
+        nodes.clear();
+        applications.clear();
+    }
+
+    std::vector<ObjectRef> showingDescendants(const std::vector<ObjectRef> &from, std::size_t max)
+    {
+        std::lock_guard lock(mutex);
+        std::vector<ObjectRef> result;
+        std::unordered_set<QString> seen;
+        std::vector<ObjectRef> stack(from.begin(), from.end());
+        while (!stack.empty() && result.size() < max) {
+            ObjectRef o = stack.back();
+            stack.pop_back();
+            const QString key = keyOf(o);
+            if (!seen.insert(key).second)
+                continue;
+            result.push_back(o);
+            const Node &n = nodes[key];
+            if (!n.children || !n.states || !n.states->has(state::Showing))
+                continue;
+            for (const auto &c : *n.children)
+                stack.push_back(c);
+        }
+        return result;
+    }
+
+    std::mutex mutex;
+    std::unordered_map<QString, Node> nodes;
+    std::unordered_map<QString, Application> applications;
+    std::unordered_map<QString, Toolkit> toolkits;
+    std::unordered_map<QString, int> timeouts;
+    std::unordered_map<pid_t, QString> services;
+
+private:
+    // What of `needs` is not known of `o` yet, including what the answers so far make necessary.
+    void addMissing(const ObjectRef &o, unsigned needs,
+                    std::vector<std::pair<ObjectRef, unsigned>> &work)
+    {
+        if (applications[o.service].unresponsive)
+            return;
+        Node &n = nodes[keyOf(o)];
+        if (n.gone)
+            return;
+        unsigned own = needs & (NRole | NStates | NName | NDescription | NParent | NChildren
+                                | NExtents | NActions | NId);
+        if (n.role && (needs & NContext)) {
+            if (needsParentRole(*n.role))
+                own |= NParent;
+            if (needsChildren(*n.role))
+                own |= NChildren;
+            if (*n.role == role::Landmark)
+                own |= NAttributes;
+        }
+        const bool roleKnown = n.role && n.states;
+        if (roleKnown && (needs & (NText | NAttributes))) {
+            RoleContext c{*n.role, *n.states, {}, true, {}};
+            if (isTextRole(axRoleOf(c).role)) {
+                if (!n.interfaces || n.interfaces->contains(QLatin1String(textInterface)))
+                    own |= needs & NText;
+                own |= needs & NAttributes;
+            }
+        }
+        const unsigned missing = own & ~n.fetched;
+        if (missing)
+            work.emplace_back(o, missing);
+        if (n.actionCount && (needs & NActions)) {
+            for (int i = 1; i < *n.actionCount && i < 32; ++i) {
+                if (static_cast<std::size_t>(i) >= n.actionNames.size() || !n.actionNames[static_cast<std::size_t>(i)])
+                    work.emplace_back(o, NActions | (static_cast<unsigned>(i) << 16));
+            }
+        }
+        // What others must answer for this one.
+        auto needFrom = [&](const ObjectRef &other, unsigned what) {
+            Node &m = nodes[keyOf(other)];
+            if (!m.gone && (what & ~m.fetched) && !applications[other.service].unresponsive)
+                work.emplace_back(other, what & ~m.fetched);
+        };
+        if (n.role && (needs & NContext)) {
+            if (needsParentRole(*n.role) && n.parent && !n.parent->isNull())
+                needFrom(*n.parent, NRole);
+            if (needsChildren(*n.role) && n.children) {
+                for (const auto &c : *n.children)
+                    needFrom(c, NRole);
+            }
+        }
+        if ((needs & NChildStates) && n.children) {
+            for (const auto &c : *n.children)
+                needFrom(c, NStates);
+        }
+    }
+
+    struct Call
+    {
+        QString key;
+        QString service;
+        unsigned need;
+        int index;
+        QDBusPendingCall call;
+    };
+
+    void fetch(const std::vector<std::pair<ObjectRef, unsigned>> &work)
+    {
+        std::vector<Call> pending;
+        pending.reserve(work.size() * 3);
+        for (const auto &[o, needs] : work) {
+            const int t = timeoutFor(o);
+            const QString key = keyOf(o);
+            auto add = [&](unsigned need, QDBusPendingCall call, int index = 0) {
+                pending.push_back(Call{key, o.service, need, index, std::move(call)});
+            };
+            const auto actionIndex = static_cast<int>(needs >> 16);
+            if (actionIndex > 0) {
+                add(NActions, bus.call(o, actionInterface, "GetName", {actionIndex}, t),
+                    actionIndex);
+                continue;
+            }
+            if (needs & NRole)
+                add(NRole, bus.call(o, accessibleInterface, "GetRole", {}, t));
+            if (needs & NStates)
+                add(NStates, bus.call(o, accessibleInterface, "GetState", {}, t));
+            if (needs & NName)
+                add(NName, bus.property(o, accessibleInterface, "Name", t));
+            if (needs & NDescription)
+                add(NDescription, bus.property(o, accessibleInterface, "Description", t));
+            if (needs & NParent)
+                add(NParent, bus.property(o, accessibleInterface, "Parent", t));
+            if (needs & NChildren)
+                add(NChildren, bus.call(o, accessibleInterface, "GetChildren", {}, t));
+            if (needs & NExtents)
+                add(NExtents, bus.call(o, componentInterface, "GetExtents", {0u}, t));
+            if (needs & NActions) {
+                // The first name is asked for at once: most controls have one action.
+                add(NActions, bus.property(o, actionInterface, "NActions", t), -1);
+                add(NActions, bus.call(o, actionInterface, "GetName", {0}, t), 0);
+            }
+            if (needs & NText)
+                add(NText, bus.call(o, textInterface, "GetText", {0, -1}, t));
+            if (needs & NAttributes)
+                add(NAttributes, bus.call(o, accessibleInterface, "GetAttributes", {}, t));
+            if (needs & NId)
+                add(NId, bus.property(o, accessibleInterface, "AccessibleId", t));
+        }
+        calls += static_cast<long>(pending.size());
+        for (auto &p : pending)
+            p.call.waitForFinished();
+        std::lock_guard lock(mutex);
+        for (auto &p : pending)
+            store(p);
+    }
+
+    static QVariant propertyValue(const QDBusPendingCall &call)
+    {
+        QDBusPendingReply<QDBusVariant> reply(call);
+        return reply.value().variant();
+    }
+
+    void store(Call &p)
+    {
+        Node &n = nodes[p.key];
+        if (p.index <= 0)
+            n.fetched |= p.need;
+        if (p.call.isError()) {
+            const auto type = p.call.error().type();
+            if (type == QDBusError::NoReply || type == QDBusError::Timeout
+                || type == QDBusError::TimedOut)
+                applications[p.service].unresponsive = true;
+            else if (type == QDBusError::UnknownObject || type == QDBusError::ServiceUnknown
+                     || type == QDBusError::Disconnected)
+                n.gone = true;
+            else if (p.need == NActions && p.index == -1)
+                n.actionCount = 0;
+            return;
+        }
+        switch (p.need) {
+        case NRole:
+            n.role = QDBusPendingReply<uint>(p.call).value();
+            break;
+        case NStates:
+            n.states = statesOf(QDBusPendingReply<QList<uint>>(p.call).value());
+            break;
+        case NName:
+            n.name = propertyValue(p.call).toString();
+            break;
+        case NDescription:
+            n.description = propertyValue(p.call).toString();
+            break;
+        case NParent:
+            n.parent = qdbus_cast<ObjectRef>(propertyValue(p.call).value<QDBusArgument>());
+            break;
+        case NChildren: {
+            const auto list = QDBusPendingReply<ObjectRefList>(p.call).value();
+            n.children = std::vector<ObjectRef>(list.begin(), list.end());
+            break;
+        }
+        case NExtents:
+            n.extents = QDBusPendingReply<Extents>(p.call).value();
+            break;
+        case NActions:
+            if (p.index == -1) {
+                n.actionCount = propertyValue(p.call).toInt();
+            } else {
+                const auto i = static_cast<std::size_t>(p.index);
+                if (n.actionNames.size() <= i)
+                    n.actionNames.resize(i + 1);
+                n.actionNames[i] = QDBusPendingReply<QString>(p.call).value();
+            }
+            break;
+        case NText:
+            n.text = QDBusPendingReply<QString>(p.call).value();
+            break;
+        case NAttributes:
+            n.attributes = QDBusPendingReply<QMap<QString, QString>>(p.call).value();
+            break;
+        case NId:
+            n.id = propertyValue(p.call).toString();
+            break;
+        default:
+            break;
+        }
+    }
+
+    // One call for what the toolkit knows of every object of the application: roles, states,
+    // names, descriptions and the links between them.
+    void takeSnapshot(const QString &service)
+    {
+        if (service.isEmpty())
+            return;
+        {
+            std::lock_guard lock(mutex);
+            auto &app = applications[service];
+            if (app.snapshotTaken || app.unresponsive)
+                return;
+            app.snapshotTaken = true;
+        }
+        const ObjectRef cache{service, QDBusObjectPath(QStringLiteral("/org/a11y/atspi/cache"))};
+        QDBusPendingReply<CacheItemList> reply =
+            bus.call(cache, "org.a11y.atspi.Cache", "GetItems", {}, defaultTimeoutMs);
+        ++calls;
+        reply.waitForFinished();
+        std::lock_guard lock(mutex);
+        if (reply.isError()) {
+            const auto type = reply.error().type();
+            if (type == QDBusError::NoReply || type == QDBusError::Timeout
+                || type == QDBusError::TimedOut)
+                applications[service].unresponsive = true;
+            return;
+        }
+        const auto items = reply.value();
+        std::unordered_map<QString, std::vector<std::pair<int, ObjectRef>>> childrenOf;
+        std::unordered_map<QString, int> childCounts;
+        for (const auto &item : items) {
+            const QString key = keyOf(item.object);
+            Node &n = nodes[key];
+            n.role = item.role;
+            n.states = statesOf(item.states);
+            n.name = item.name;
+            n.description = item.description;
+            n.parent = item.parent;
+            n.interfaces = item.interfaces;
+            n.fetched |= NRole | NStates | NName | NDescription | NParent;
+            if (!n.interfaces->contains(QLatin1String(actionInterface))) {
+                n.actionCount = 0;
+                n.fetched |= NActions;
+            }
+            childCounts[key] = item.childCount;
+            childrenOf[keyOf(item.parent)].emplace_back(item.indexInParent, item.object);
+        }
+        // A child list is taken from the snapshot only where it is complete.
+        for (auto &[parentKey, children] : childrenOf) {
+            auto count = childCounts.find(parentKey);
+            if (count == childCounts.end() || count->second != static_cast<int>(children.size()))
+                continue;
+            std::sort(children.begin(), children.end(),
+                      [](const auto &a, const auto &b) { return a.first < b.first; });
+            Node &n = nodes[parentKey];
+            n.children.emplace();
+            for (const auto &[index, child] : children)
+                n.children->push_back(child);
+            n.fetched |= NChildren;
+        }
+    }
+};
+
+AtspiAccessibility::AtspiAccessibility(AtspiBus &bus, ClientWindowsOf windowsOf)
+    : _state(std::make_unique<State>(bus, std::move(windowsOf)))
+{
+    bus.listenForChildrenChanges(defaultTimeoutMs);
+}
+
+AtspiAccessibility::~AtspiAccessibility() = default;
+
+long AtspiAccessibility::callCount() const
+{
+    return _state->calls.load();
+}
+
+void AtspiAccessibility::invalidateCache()
+{
+    _state->invalidate();
+}
+
+AXUIElement AtspiAccessibility::createApplication(pid_t pid)
+{
+    {
+        std::lock_guard lock(_state->mutex);
+        if (auto it = _state->services.find(pid); it != _state->services.end())
+            return handleOf(ObjectRef{it->second, QDBusObjectPath(QLatin1String(rootPath))});
+    }
+    for (const auto &app : _state->bus.applications(defaultTimeoutMs)) {
+        if (_state->bus.processOf(app.service, defaultTimeoutMs) == pid) {
+            std::lock_guard lock(_state->mutex);
+            _state->services[pid] = app.service;
+            return handleOf(ObjectRef{app.service, QDBusObjectPath(QLatin1String(rootPath))});
+        }
+    }
+    // No accessible application: calls on this element fail.
+    return handleOf(ObjectRef{QString(), QDBusObjectPath(QLatin1String(rootPath))});
+}
+
+namespace {
+
+Value refsValue(const std::vector<ObjectRef> &refs)
+{
+    ValueArray array;
+    array.reserve(refs.size());
+    for (const auto &r : refs)
+        array.push_back(handleOf(r));
+    return array;
+}
+
+std::optional<Value> text(const std::optional<QString> &s)
+{
+    if (!s)
+        return std::nullopt;
+    return Value(s->toStdString());
+}
+
+} // namespace
+
+AXResult<ValueArray>
+AtspiAccessibility::copyMultipleAttributeValues(const AXUIElement &element,
+                                                const std::vector<std::string> &names)
+{
+    const ObjectRef *ref = refOf(element);
+    if (!ref)
+        return AXError::IllegalArgument;
+    unsigned needs = 0;
+    for (const auto &name : names)
+        needs |= needsOf(name);
+    if (!isApplicationRoot(*ref))
+        _state->ensure({*ref}, needs);
+    if (auto failure = _state->failure(*ref))
+        return *failure;
+    ValueArray slots;
+    slots.reserve(names.size());
+    for (const auto &name : names) {
+        auto v = copyAttributeValue(element, name);
+        slots.push_back(v.ok() ? std::move(v).value() : Value(v.error()));
+    }
+    return slots;
+}
+
+AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &element,
+                                                       const std::string &name)
+{
+    const ObjectRef *ref = refOf(element);
+    if (!ref)
+        return AXError::IllegalArgument;
+    if (name == AXChildrenInNavigationOrderAttribute)
+        return AXError::AttributeUnsupported;
+    auto &s = *_state;
+    if (isApplicationRoot(*ref)) {
+        // The application element: its windows, the focused one and its menu bar.
+        s.ensure({*ref}, NChildren | NName);
+        if (auto failure = s.failure(*ref))
+            return *failure;
+        const Node app = s.node(*ref);
+        std::vector<ObjectRef> windows;
+        s.ensure(app.children.value_or(std::vector<ObjectRef>{}), NRole | NStates | NName);
+        for (const auto &c : app.children.value_or(std::vector<ObjectRef>{})) {
+            const Node w = s.node(c);
+            if (w.role && isWindowRole(*w.role))
+                windows.push_back(c);
+        }
+        if (name == NSAccessibilityRoleAttribute)
+            return Value("AXApplication");
+        if (name == NSAccessibilityTitleAttribute && app.name)
+            return Value(app.name->toStdString());
+        if (name == NSAccessibilityChildrenAttribute || name == NSAccessibilityWindowsAttribute)
+            return refsValue(name == NSAccessibilityWindowsAttribute ? windows
+                                                                     : *app.children);
+        if (name == NSAccessibilityFocusedWindowAttribute
+            || name == NSAccessibilityMenuBarAttribute) {
+            auto focused = focusedWindow(*ref, windows);
+            if (!focused)
+                return AXError::NoValue;
+            if (name == NSAccessibilityFocusedWindowAttribute)
+                return Value(handleOf(*focused));
+            auto bar = menuBarUnder(*focused);
+            return bar ? Value(handleOf(*bar)) : Value(AXError::NoValue);
+        }
+        return AXError::NoValue;
+    }
+    const unsigned needs = needsOf(name);
+    if (needs == 0)
+        return AXError::NoValue;
+    s.ensure({*ref}, needs);
+    if (auto failure = s.failure(*ref))
+        return *failure;
+    const Node n = s.node(*ref);
+    if (name == NSAccessibilityRoleAttribute || name == NSAccessibilitySubroleAttribute) {
+        if (!n.role || !n.states)
+            return AXError::CannotComplete;
+        auto role = s.axRole(n);
+        if (name == NSAccessibilityRoleAttribute)
+            return Value(role.role);
+        return role.subrole ? Value(*role.subrole) : Value(AXError::NoValue);
+    }
+    if (name == NSAccessibilityPositionAttribute || name == NSAccessibilitySizeAttribute) {
+        if (!n.extents)
+            return AXError::AttributeUnsupported;
+        if (name == NSAccessibilitySizeAttribute)
+            return Value(CGSize{static_cast<double>(n.extents->width),
+                                static_cast<double>(n.extents->height)});
+        const CGPoint origin = s.originOf(ref->service);
+        return Value(CGPoint{n.extents->x + origin.x, n.extents->y + origin.y});
+    }
+    if (name == NSAccessibilityTitleAttribute) {
+        if (!n.name || n.name->isEmpty())
+            return AXError::NoValue;
+        return Value((s.isGtk4(ref->service) ? withoutMnemonic(*n.name) : *n.name).toStdString());
+    }
+    if (name == NSAccessibilityDescriptionAttribute) {
+        if (!n.description || n.description->isEmpty())
+            return AXError::NoValue;
+        return *text(n.description);
+    }
+    if (name == NSAccessibilityValueAttribute)
+        return text(n.text).value_or(Value(AXError::NoValue));
+    if (name == NSAccessibilityPlaceholderValueAttribute) {
+        if (!n.attributes || !n.attributes->contains(QStringLiteral("placeholder-text")))
+            return AXError::NoValue;
+        return Value(n.attributes->value(QStringLiteral("placeholder-text")).toStdString());
+    }
+    if (name == NSAccessibilityIdentifierAttribute) {
+        if (!n.id || n.id->isEmpty())
+            return AXError::NoValue;
+        return *text(n.id);
+    }
+    if (name == NSAccessibilityEnabledAttribute) {
+        if (!n.states)
+            return AXError::CannotComplete;
+        return Value(n.states->has(state::Enabled) || n.states->has(state::Sensitive));
+    }
+    if (name == NSAccessibilityParentAttribute) {
+        if (!n.parent || n.parent->isNull())
+            return AXError::NoValue;
+        return Value(handleOf(*n.parent));
+    }
+    if (!n.children)
+        return AXError::CannotComplete;
+    if (name == NSAccessibilityChildrenAttribute)
+        return refsValue(*n.children);
+    std::vector<ObjectRef> showing;
+    for (const auto &c : *n.children) {
+        const auto states = s.node(c).states;
+        if (states && states->has(state::Showing))
+            showing.push_back(c);
+    }
+    return refsValue(showing);
+}
+
+std::optional<ObjectRef> AtspiAccessibility::focusedWindow(const ObjectRef &app,
+                                                           const std::vector<ObjectRef> &windows)
+{
+    auto &s = *_state;
+    if (windows.empty())
+        return std::nullopt;
+    // The X server knows which window is active; some toolkits never say so themselves.
+    if (auto pid = s.bus.processOf(app.service, defaultTimeoutMs)) {
+        for (const auto &client : s.windowsOf(*pid)) {
+            if (!client.isActive)
+                continue;
+            for (const auto &w : windows) {
+                const Node n = s.node(w);
+                if (n.name && *n.name == client.title)
+                    return w;
+            }
+        }
+    }
+    for (const auto &w : windows) {
+        const Node n = s.node(w);
+        if (n.states && n.states->has(state::Active))
+            return w;
+    }
+    for (const auto &w : windows) {
+        const Node n = s.node(w);
+        if (n.states && n.states->has(state::Showing))
+            return w;
+    }
+    return windows.front();
+}
+
+std::optional<ObjectRef> AtspiAccessibility::menuBarUnder(const ObjectRef &window)
+{
+    auto &s = *_state;
+    std::vector<ObjectRef> level{window};
+    for (int depth = 0; depth < 6 && !level.empty(); ++depth) {
+        s.ensure(level, NChildren);
+        std::vector<ObjectRef> next;
+        for (const auto &o : level) {
+            const auto children = s.node(o).children;
+            if (children)
+                next.insert(next.end(), children->begin(), children->end());
+        }
+        s.ensure(next, NRole | NStates);
+        for (const auto &o : next) {
+            const Node n = s.node(o);
+            if (n.role == std::optional<std::uint32_t>(role::MenuBar) && n.states
+                && n.states->has(state::Showing))
+                return o;
+        }
+        level = std::move(next);
+    }
+    return std::nullopt;
+}
+
+AXResult<ValueArray> AtspiAccessibility::copyAttributeValues(const AXUIElement &element,
+                                                             const std::string &name,
+                                                             long index, long maxValues)
+{
+    auto value = copyAttributeValue(element, name);
+    if (!value.ok())
+        return value.error();
+    const auto *array = value.value().get<ValueArray>();
+    if (!array || index < 0 || maxValues < 0)
+        return AXError::IllegalArgument;
+    const auto begin = std::min(array->size(), static_cast<std::size_t>(index));
+    const auto end = std::min(array->size(), begin + static_cast<std::size_t>(maxValues));
+    return ValueArray(array->begin() + static_cast<std::ptrdiff_t>(begin),
+                      array->begin() + static_cast<std::ptrdiff_t>(end));
+}
+
+AXResult<ValueArray> AtspiAccessibility::copyActionNames(const AXUIElement &element)
+{
+    const ObjectRef *ref = refOf(element);
+    if (!ref)
+        return AXError::IllegalArgument;
+    if (isApplicationRoot(*ref))
+        return ValueArray{};
+    _state->ensure({*ref}, NActions);
+    if (auto failure = _state->failure(*ref))
+        return *failure;
+    const Node n = _state->node(*ref);
+    ValueArray names;
+    for (int i = 0; i < n.actionCount.value_or(0); ++i) {
+        const auto index = static_cast<std::size_t>(i);
+        if (index < n.actionNames.size() && n.actionNames[index])
+            names.push_back(axActionName(*n.actionNames[index]));
+    }
+    return names;
+}
+
+AXResult<Value> AtspiAccessibility::copyParameterizedAttributeValue(const AXUIElement &element,
+                                                                    const std::string &name,
+                                                                    const Value &parameter)
+{
+    (void)parameter; // the query's shape is fixed: what is showing and matches a search key
+    const ObjectRef *ref = refOf(element);
+    if (!ref)
+        return AXError::IllegalArgument;
+    if (name != AXUIElementsForSearchPredicateAttribute)
+        return AXError::ParameterizedAttributeUnsupported;
+    if (auto failure = _state->failure(*ref))
+        return *failure;
+    MatchRule rule;
+    rule.states = {static_cast<int>((1u << state::Showing) | (1u << state::Visible)), 0};
+    rule.stateMatchType = 1; // all
+    rule.attributeMatchType = 1;
+    rule.roles = searchKeyRoles();
+    rule.roleMatchType = 2; // any
+    rule.interfaceMatchType = 1;
+    const int canonical = 1;
+    QDBusPendingReply<ObjectRefList> reply = _state->bus.call(
+        *ref, collectionInterface, "GetMatches",
+        {QVariant::fromValue(rule), static_cast<uint>(canonical), 0, true},
+        _state->timeoutFor(*ref));
+    ++_state->calls;
+    reply.waitForFinished();
+    if (reply.isError())
+        return AXError::ParameterizedAttributeUnsupported;
+    const auto list = reply.value();
+    return refsValue(std::vector<ObjectRef>(list.begin(), list.end()));
+}
+
+AXResult<AXUIElement> AtspiAccessibility::copyElementAtPosition(const AXUIElement &application,
+                                                                float x, float y)
+{
+    const ObjectRef *app = refOf(application);
+    if (!app)
+        return AXError::IllegalArgument;
+    auto windowsValue = copyAttributeValue(application, NSAccessibilityWindowsAttribute);
+    if (!windowsValue.ok())
+        return windowsValue.error();
+    auto &s = *_state;
+    const CGPoint origin = s.originOf(app->service);
+    const int px = static_cast<int>(x - static_cast<float>(origin.x));
+    const int py = static_cast<int>(y - static_cast<float>(origin.y));
+    auto focused = copyAttributeValue(application, NSAccessibilityFocusedWindowAttribute);
+    std::vector<ObjectRef> windows;
+    if (focused.ok())
+        windows.push_back(*refOf(*focused.value().get<AXUIElement>()));
+    for (const auto &w : *windowsValue.value().get<ValueArray>())
+        windows.push_back(*refOf(*w.get<AXUIElement>()));
+    for (const auto &w : windows) {
+        s.ensure({w}, NExtents);
+        const auto e = s.node(w).extents;
+        if (!e || px < e->x || py < e->y || px >= e->x + e->width || py >= e->y + e->height)
+            continue;
+        ObjectRef current = w;
+        for (int depth = 0; depth < 64; ++depth) {
+            QDBusPendingReply<ObjectRef> hit = s.bus.call(current, componentInterface,
+                                                          "GetAccessibleAtPoint",
+                                                          {px, py, 0u}, s.timeoutFor(current));
+            ++s.calls;
+            hit.waitForFinished();
+            if (hit.isError() || hit.value().isNull() || keyOf(hit.value()) == keyOf(current))
+                break;
+            current = hit.value();
+        }
+        return handleOf(current);
+    }
+    return AXError::NoValue;
+}
+
+AXError AtspiAccessibility::setAttributeValue(const AXUIElement &element, const std::string &name,
+                                              const Value &value)
+{
+    (void)element;
+    const auto *on = value.get<bool>();
+    if ((name != AXManualAccessibilityAttribute && name != AXEnhancedUserInterfaceAttribute)
+        || !on || !*on)
+        return AXError::AttributeUnsupported;
+    return _state->bus.enableAccessibility(defaultTimeoutMs) ? AXError::Success
+                                                             : AXError::Failure;
+}
+
+AXError AtspiAccessibility::setMessagingTimeout(const AXUIElement &element, float seconds)
+{
+    const ObjectRef *ref = refOf(element);
+    if (!ref || seconds < 0)
+        return AXError::IllegalArgument;
+    std::lock_guard lock(_state->mutex);
+    _state->timeouts[keyOf(*ref)] =
+        seconds == 0 ? defaultTimeoutMs : std::max(1, static_cast<int>(seconds * 1000));
+    return AXError::Success;
+}
+
+AXError AtspiAccessibility::performAction(const AXUIElement &element, const std::string &action)
+{
+    const ObjectRef *ref = refOf(element);
+    if (!ref)
+        return AXError::IllegalArgument;
+    _state->ensure({*ref}, NActions);
+    if (auto failure = _state->failure(*ref))
+        return *failure;
+    const Node n = _state->node(*ref);
+    for (int i = 0; i < n.actionCount.value_or(0); ++i) {
+        const auto index = static_cast<std::size_t>(i);
+        if (index >= n.actionNames.size() || !n.actionNames[index]
+            || axActionName(*n.actionNames[index]) != action)
+            continue;
+        QDBusPendingReply<bool> done =
+            _state->bus.call(*ref, actionInterface, "DoAction", {i}, _state->timeoutFor(*ref));
+        ++_state->calls;
+        done.waitForFinished();
+        return done.isError() || !done.value() ? AXError::CannotComplete : AXError::Success;
+    }
+    return AXError::ActionUnsupported;
+}
+
+AXResult<pid_t> AtspiAccessibility::getPid(const AXUIElement &element)
+{
+    const ObjectRef *ref = refOf(element);
+    if (!ref || ref->service.isEmpty())
+        return AXError::InvalidUIElement;
+    auto pid = _state->bus.processOf(ref->service, defaultTimeoutMs);
+    if (!pid)
+        return AXError::CannotComplete;
+    return *pid;
+}
+
+bool AtspiAccessibility::isProcessTrusted()
+{
+    return true;
+}
+
+void AtspiAccessibility::prefetch(const std::vector<AXUIElement> &elements,
+                                  const std::vector<std::string> &attributes, bool actionNames)
+{
+    unsigned needs = actionNames ? NActions : 0u;
+    for (const auto &a : attributes)
+        needs |= needsOf(a);
+    std::vector<ObjectRef> refs;
+    refs.reserve(elements.size());
+    for (const auto &e : elements) {
+        if (const ObjectRef *r = refOf(e))
+            refs.push_back(*r);
+    }
+    if (refs.empty())
+        return;
+    _state->ensure(refs, needs);
+    // What is showing below these elements will be read next: fetch it in the same go.
+    constexpr std::size_t lookahead = 4000;
+    auto below = _state->showingDescendants(refs, lookahead);
+    if (below.size() > refs.size())
+        _state->ensure(below, needs);
+}
+
+} // namespace tarnvik::linux

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "platform/Accessibility.h"
+
+#include <QString>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace tarnvik::linux {
+
+class AtspiBus;
+struct ObjectRef;
+
+// What the X server says of one top-level window of a process: how the focused window is found
+// without relying on the toolkit's active state, and where a toolkit that reports positions
+// relative to its window has its origin.
+struct ClientWindow
+{
+    QString title;
+    CGRect frame;
+    bool isActive = false;
+};
+using ClientWindowsOf = std::function<std::vector<ClientWindow>(pid_t)>;
+
+// The accessibility operations over AT-SPI2. Reads are answered from what was fetched in bulk:
+// a snapshot of the whole application (Cache.GetItems) where the toolkit offers one, and bursts
+// of calls issued together for the elements the core says it will read. Every call has a
+// time-out, and an application that times out once is not waited for again until the next
+// invalidateCache(), so a hung application costs one time-out per read of the desktop.
+class AtspiAccessibility final : public Accessibility
+{
+public:
+    static constexpr int defaultTimeoutMs = 500;
+
+    AtspiAccessibility(AtspiBus &bus, ClientWindowsOf windowsOf);
+    ~AtspiAccessibility() override;
+
+    AXUIElement createApplication(pid_t pid) override;
+    AXResult<Value> copyAttributeValue(const AXUIElement &element,
+                                       const std::string &name) override;
+    AXResult<ValueArray> copyMultipleAttributeValues(const AXUIElement &element,
+                                                     const std::vector<std::string> &names) override;
+    AXResult<ValueArray> copyAttributeValues(const AXUIElement &element, const std::string &name,
+                                             long index, long maxValues) override;
+    AXResult<ValueArray> copyActionNames(const AXUIElement &element) override;
+    AXResult<Value> copyParameterizedAttributeValue(const AXUIElement &element,
+                                                    const std::string &name,
+                                                    const Value &parameter) override;
+    AXResult<AXUIElement> copyElementAtPosition(const AXUIElement &application, float x,
+                                                float y) override;
+    AXError setAttributeValue(const AXUIElement &element, const std::string &name,
+                              const Value &value) override;
+    AXError setMessagingTimeout(const AXUIElement &element, float seconds) override;
+    AXError performAction(const AXUIElement &element, const std::string &action) override;
+    AXResult<pid_t> getPid(const AXUIElement &element) override;
+    bool isProcessTrusted() override;
+    void prefetch(const std::vector<AXUIElement> &elements,
+                  const std::vector<std::string> &attributes, bool actionNames) override;
+    void invalidateCache() override;
+
+    // Calls made on the bus since the start, for measurements.
+    long callCount() const;
+
+private:
+    class State;
+    std::optional<ObjectRef> focusedWindow(const ObjectRef &application,
+                                                  const std::vector<ObjectRef> &windows);
+    std::optional<ObjectRef> menuBarUnder(const ObjectRef &window);
+
+    std::unique_ptr<State> _state;
+};
+
+} // namespace tarnvik::linux

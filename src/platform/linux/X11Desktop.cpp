@@ -1,0 +1,278 @@
+#include "platform/linux/X11Desktop.h"
+
+#include "platform/linux/DesktopIdentity.h"
+
+#include <xcb/randr.h>
+#include <xcb/xcb.h>
+
+#include <cstdlib>
+#include <map>
+#include <mutex>
+#include <unistd.h>
+
+namespace tarnvik::linux {
+
+namespace {
+
+template<class T>
+struct FreeDeleter
+{
+    void operator()(T *p) const { std::free(p); }
+};
+template<class T>
+using Reply = std::unique_ptr<T, FreeDeleter<T>>;
+
+} // namespace
+
+// One connection to the X server, its atoms, and typed property reads. Calls are serialised:
+// the workspace is asked from the tree-building tasks as well as the main thread.
+class X11Desktop::Connection
+{
+public:
+    explicit Connection(xcb_connection_t *c) : connection(c)
+    {
+        root = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
+    }
+    ~Connection() { xcb_disconnect(connection); }
+
+    xcb_atom_t atom(const char *name)
+    {
+        if (auto it = atoms.find(name); it != atoms.end())
+            return it->second;
+        Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
+            connection,
+            xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(std::strlen(name)), name),
+            nullptr));
+        const xcb_atom_t a = reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+        atoms[name] = a;
+        return a;
+    }
+
+    Reply<xcb_get_property_reply_t> property(xcb_window_t w, const char *name, xcb_atom_t type,
+                                             std::uint32_t length = 1024)
+    {
+        return Reply<xcb_get_property_reply_t>(xcb_get_property_reply(
+            connection, xcb_get_property(connection, 0, w, atom(name), type, 0, length),
+            nullptr));
+    }
+
+    std::vector<xcb_window_t> windows(const char *name)
+    {
+        auto reply = property(root, name, XCB_ATOM_WINDOW, 4096);
+        if (!reply || reply->format != 32)
+            return {};
+        const auto *data = static_cast<const xcb_window_t *>(xcb_get_property_value(reply.get()));
+        return {data, data + xcb_get_property_value_length(reply.get()) / 4};
+    }
+
+    std::optional<std::uint32_t> cardinal(xcb_window_t w, const char *name)
+    {
+        auto reply = property(w, name, XCB_ATOM_CARDINAL);
+        if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) < 4)
+            return std::nullopt;
+        return *static_cast<const std::uint32_t *>(xcb_get_property_value(reply.get()));
+    }
+
+    std::string text(xcb_window_t w, const char *name, xcb_atom_t type)
+    {
+        auto reply = property(w, name, type);
+        if (!reply)
+            return {};
+        const auto *data = static_cast<const char *>(xcb_get_property_value(reply.get()));
+        return std::string(data, static_cast<std::size_t>(xcb_get_property_value_length(reply.get())));
+    }
+
+    std::string title(xcb_window_t w)
+    {
+        std::string name = text(w, "_NET_WM_NAME", atom("UTF8_STRING"));
+        return name.empty() ? text(w, "WM_NAME", XCB_ATOM_STRING) : name;
+    }
+
+    WindowIdentity identity(xcb_window_t w)
+    {
+        WindowIdentity id;
+        const std::string wmClass = text(w, "WM_CLASS", XCB_ATOM_STRING);
+        const auto split = wmClass.find('\0');
+        id.wmInstance = wmClass.substr(0, split);
+        if (split != std::string::npos)
+            id.wmClass = std::string(wmClass.c_str() + split + 1);
+        const std::string gtk = text(w, "_GTK_APPLICATION_ID", atom("UTF8_STRING"));
+        if (!gtk.empty())
+            id.gtkApplicationId = gtk;
+        return id;
+    }
+
+    // The window's frame on the root window, in the accessibility space.
+    std::optional<CGRect> frame(xcb_window_t w)
+    {
+        Reply<xcb_get_geometry_reply_t> geometry(
+            xcb_get_geometry_reply(connection, xcb_get_geometry(connection, w), nullptr));
+        if (!geometry)
+            return std::nullopt;
+        Reply<xcb_translate_coordinates_reply_t> position(xcb_translate_coordinates_reply(
+            connection, xcb_translate_coordinates(connection, w, root, 0, 0), nullptr));
+        if (!position)
+            return std::nullopt;
+        return makeRect(position->dst_x, position->dst_y, geometry->width, geometry->height);
+    }
+
+    bool isViewable(xcb_window_t w)
+    {
+        Reply<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
+            connection, xcb_get_window_attributes(connection, w), nullptr));
+        return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
+    }
+
+    std::optional<xcb_window_t> activeWindow()
+    {
+        auto active = windows("_NET_ACTIVE_WINDOW");
+        if (active.empty() || active.front() == XCB_WINDOW_NONE)
+            return std::nullopt;
+        return active.front();
+    }
+
+    xcb_connection_t *connection;
+    xcb_window_t root;
+    std::map<std::string, xcb_atom_t> atoms;
+    std::mutex mutex;
+};
+
+std::unique_ptr<X11Desktop> X11Desktop::connect()
+{
+    xcb_connection_t *c = xcb_connect(nullptr, nullptr);
+    if (!c || xcb_connection_has_error(c)) {
+        if (c)
+            xcb_disconnect(c);
+        return nullptr;
+    }
+    return std::unique_ptr<X11Desktop>(new X11Desktop(std::make_unique<Connection>(c)));
+}
+
+X11Desktop::X11Desktop(std::unique_ptr<Connection> connection) : _x(std::move(connection)) { }
+X11Desktop::~X11Desktop() = default;
+
+void X11Desktop::setMenubarFrame(std::function<std::optional<CGRect>()> frame)
+{
+    _menubarFrame = std::move(frame);
+}
+
+std::vector<ClientWindow> X11Desktop::clientWindows(pid_t pid)
+{
+    std::lock_guard lock(_x->mutex);
+    const auto active = _x->activeWindow();
+    std::vector<ClientWindow> result;
+    for (xcb_window_t w : _x->windows("_NET_CLIENT_LIST_STACKING")) {
+        if (_x->cardinal(w, "_NET_WM_PID") != std::optional(static_cast<std::uint32_t>(pid)))
+            continue;
+        if (auto frame = _x->frame(w))
+            result.push_back(ClientWindow{QString::fromStdString(_x->title(w)), *frame,
+                                          active == std::optional(w)});
+    }
+    return result;
+}
+
+std::optional<RunningApplication> X11Desktop::frontmostApplication()
+{
+    std::lock_guard lock(_x->mutex);
+    const auto active = _x->activeWindow();
+    if (!active)
+        return std::nullopt;
+    const auto pid = _x->cardinal(*active, "_NET_WM_PID");
+    if (!pid)
+        return std::nullopt;
+    return identify(static_cast<pid_t>(*pid), _x->identity(*active));
+}
+
+std::optional<RunningApplication> X11Desktop::menuBarOwningApplication()
+{
+    return frontmostApplication();
+}
+
+std::vector<RunningApplication> X11Desktop::runningApplications()
+{
+    std::lock_guard lock(_x->mutex);
+    std::vector<RunningApplication> apps;
+    for (xcb_window_t w : _x->windows("_NET_CLIENT_LIST")) {
+        const auto pid = _x->cardinal(w, "_NET_WM_PID");
+        if (!pid)
+            continue;
+        const auto p = static_cast<pid_t>(*pid);
+        if (std::none_of(apps.begin(), apps.end(),
+                         [&](const auto &a) { return a.processIdentifier == p; }))
+            apps.push_back(identify(p, _x->identity(w)));
+    }
+    return apps;
+}
+
+pid_t X11Desktop::currentProcessIdentifier()
+{
+    return getpid();
+}
+
+ValueArray X11Desktop::onScreenWindowInfo()
+{
+    ValueArray list;
+    auto entry = [](CGRect frame, std::int64_t pid, const std::string &owner,
+                    const std::string &name) {
+        ValueDictionary bounds;
+        bounds.insert("X", frame.origin.x);
+        bounds.insert("Y", frame.origin.y);
+        bounds.insert("Width", frame.size.width);
+        bounds.insert("Height", frame.size.height);
+        ValueDictionary info;
+        info.insert(kCGWindowBounds, std::move(bounds));
+        info.insert(kCGWindowLayer, std::int64_t{0});
+        info.insert(kCGWindowOwnerPID, pid);
+        info.insert(kCGWindowOwnerName, owner);
+        info.insert(kCGWindowName, name);
+        return Value(std::move(info));
+    };
+    if (_menubarFrame) {
+        if (auto frame = _menubarFrame())
+            list.push_back(entry(*frame, 0, kMenubarOwnerName, kMenubarWindowName));
+    }
+    std::lock_guard lock(_x->mutex);
+    const auto stacking = _x->windows("_NET_CLIENT_LIST_STACKING");
+    for (auto it = stacking.rbegin(); it != stacking.rend(); ++it) {
+        if (!_x->isViewable(*it))
+            continue;
+        const auto frame = _x->frame(*it);
+        const auto pid = _x->cardinal(*it, "_NET_WM_PID");
+        if (!frame || !pid)
+            continue;
+        const auto id = _x->identity(*it);
+        list.push_back(entry(*frame, *pid, id.wmClass.empty() ? id.wmInstance : id.wmClass,
+                             _x->title(*it)));
+    }
+    return list;
+}
+
+std::vector<Screen> X11Desktop::screens()
+{
+    std::lock_guard lock(_x->mutex);
+    std::vector<CGRect> monitors;
+    Reply<xcb_randr_get_monitors_reply_t> reply(xcb_randr_get_monitors_reply(
+        _x->connection, xcb_randr_get_monitors(_x->connection, _x->root, 1), nullptr));
+    if (reply) {
+        for (auto it = xcb_randr_get_monitors_monitors_iterator(reply.get()); it.rem;
+             xcb_randr_monitor_info_next(&it)) {
+            monitors.push_back(
+                makeRect(it.data->x, it.data->y, it.data->width, it.data->height));
+            if (it.data->primary)
+                std::swap(monitors.front(), monitors.back());
+        }
+    }
+    if (monitors.empty()) {
+        if (auto frame = _x->frame(_x->root))
+            monitors.push_back(*frame);
+    }
+    std::vector<Screen> result;
+    const double height = monitors.empty() ? 0 : monitors.front().size.height;
+    for (const auto &m : monitors) {
+        const CGRect frame = flippedRect(m, height);
+        result.push_back(Screen{frame, frame, 1.0, 1.0 / 60});
+    }
+    return result;
+}
+
+} // namespace tarnvik::linux

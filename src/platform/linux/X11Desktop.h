@@ -1,0 +1,45 @@
+#pragma once
+
+#include "platform/Screens.h"
+#include "platform/WindowList.h"
+#include "platform/Workspace.h"
+#include "platform/linux/AtspiAccessibility.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace tarnvik::linux {
+
+// The running applications, the window list and the screens, as the X server and the window
+// manager (EWMH) tell them.
+class X11Desktop final : public Workspace, public WindowList, public Screens
+{
+public:
+    // Nothing when there is no display to connect to.
+    static std::unique_ptr<X11Desktop> connect();
+    ~X11Desktop() override;
+
+    // The frame of the frontmost application's menu bar while it is showing: the window list
+    // shows it as the menu bar, as the window server would.
+    void setMenubarFrame(std::function<std::optional<CGRect>()> frame);
+
+    std::vector<ClientWindow> clientWindows(pid_t pid);
+
+    std::optional<RunningApplication> frontmostApplication() override;
+    std::optional<RunningApplication> menuBarOwningApplication() override;
+    std::vector<RunningApplication> runningApplications() override;
+    pid_t currentProcessIdentifier() override;
+
+    ValueArray onScreenWindowInfo() override;
+    std::vector<Screen> screens() override;
+
+private:
+    class Connection;
+    explicit X11Desktop(std::unique_ptr<Connection> connection);
+
+    std::unique_ptr<Connection> _x;
+    std::function<std::optional<CGRect>()> _menubarFrame;
+};
+
+} // namespace tarnvik::linux
