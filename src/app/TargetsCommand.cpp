@@ -38,7 +38,7 @@ void printTree(const UITree &tree, const std::string &id, int depth)
     const auto e = tree.element(id);
     std::printf("%*s%s%s\n", depth * 2, "", tree.isVisible(id) ? "" : "(hidden) ",
                 e->debugDescription().c_str());
-    for (const auto &child : tree.childIds(id).value_or(std::vector<std::string>{}))
+    for (const auto &child : tree.childIds(id).value_or(std::vector<std::string> {}))
         printTree(tree, child, depth + 1);
 }
 
@@ -74,12 +74,12 @@ int TargetsCommand::run(const Options &options)
         UITreePtr dock = BuildUITree(_services.platform, searchMode, false).buildDock();
         if (dock && !dockFrameOnScreen(*dock, *screen, height))
             dock = nullptr;
-        BuildUITrees builder({_services.platform, _services.preferences, _services.scheduler},
-                             *app, window, menubarApp, dock, searchMode);
+        BuildUITrees builder({_services.platform, _services.preferences, _services.scheduler}, *app,
+                             window, menubarApp, dock, searchMode);
         auto trees = builder.build({});
         const std::chrono::duration<double, std::milli> elapsed =
             std::chrono::steady_clock::now() - start;
-        reading = Reading{std::move(*trees), *screen, height, elapsed.count()};
+        reading = Reading {std::move(*trees), *screen, height, elapsed.count()};
         if (options.repeat > 1)
             std::fprintf(stderr, "build %d: %.2f ms\n", i + 1, reading->buildMs);
     }
@@ -91,8 +91,7 @@ int TargetsCommand::run(const Options &options)
     }
 
     const auto elements = elementsOnScreen(
-        reading->trees.matchingElements(options.search.value_or("*"), false,
-                                        _services.preferences),
+        reading->trees.matchingElements(options.search.value_or("*"), false, _services.preferences),
         reading->screen, reading->firstScreenHeight);
     const auto labels = LabelMaker::makeLabels(LabelMaker::labelCharacters(_services.preferences),
                                                static_cast<long>(elements.size()));
@@ -100,15 +99,15 @@ int TargetsCommand::run(const Options &options)
         QJsonArray targets;
         for (std::size_t i = 0; i < elements.size(); ++i) {
             const auto &e = *elements[i];
-            targets.append(QJsonObject{
+            targets.append(QJsonObject {
                 {"label", QString::fromStdString(labels[i])},
                 {"role", QString::fromStdString(e.role)},
                 {"subrole", jsonText(e.subrole)},
                 {"title", jsonText(e.title)},
-                {"frame", QJsonArray{e.position.x, e.position.y, e.size.width, e.size.height}},
+                {"frame", QJsonArray {e.position.x, e.position.y, e.size.width, e.size.height}},
             });
         }
-        const QJsonObject result{{"buildMs", reading->buildMs}, {"targets", targets}};
+        const QJsonObject result {{"buildMs", reading->buildMs}, {"targets", targets}};
         std::puts(QJsonDocument(result).toJson(QJsonDocument::Compact).constData());
         return 0;
     }

@@ -32,7 +32,9 @@ public:
         Scheduler &scheduler;
     };
 
-    explicit TargetsCommand(Services services) : _services(services) { }
+    explicit TargetsCommand(Services services)
+        : _services(services)
+    { }
 
     // The exit status: 0, or 1 with the reason printed when there is no window to read.
     int run(const Options &options);

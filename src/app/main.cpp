@@ -38,7 +38,7 @@ void wireMenubarFrame(linux::LinuxDesktop &d)
         const auto *size = frame.value()[1].get<CGSize>();
         if (!position || !size)
             return std::nullopt;
-        return CGRect{*position, *size};
+        return CGRect {*position, *size};
     });
 }
 
@@ -50,10 +50,8 @@ int runTargets(const QStringList &arguments, bool tree)
              : "Prints what gets a label in the frontmost window, and how long reading took.");
     parser.addHelpOption();
     QCommandLineOption json("json", "One JSON object: {\"buildMs\", \"targets\": [...]}.");
-    QCommandLineOption search("search", "Read as search mode does, and search for TEXT.",
-                              "TEXT");
-    QCommandLineOption repeat("repeat", "Read N times, timing each on standard error.", "N",
-                              "1");
+    QCommandLineOption search("search", "Read as search mode does, and search for TEXT.", "TEXT");
+    QCommandLineOption repeat("repeat", "Read N times, timing each on standard error.", "N", "1");
     parser.addOptions({json, search, repeat});
     parser.process(arguments);
 

@@ -30,8 +30,7 @@ std::optional<Screen> chooseScreen(const CGRect &windowFrame, const std::vector<
 std::optional<CGRect> dockFrameOnScreen(const UITree &dock, const Screen &screen,
                                         double firstScreenHeight)
 {
-    const CGRect frame =
-        flippedRect(dock.element(dock.rootId())->frame(), firstScreenHeight);
+    const CGRect frame = flippedRect(dock.element(dock.rootId())->frame(), firstScreenHeight);
     if (NSIntersectionRect(frame, screen.frame) == frame)
         return frame;
     return std::nullopt;
@@ -46,8 +45,8 @@ std::vector<UIElementPtr> elementsOnScreen(const std::vector<UIElementPtr> &elem
         const auto visible = tree ? tree->visibleFrame(e->id) : std::nullopt;
         if (!visible)
             fatal("element without a tree or a visible frame");
-        const CGRect shown = flippedRect(NSIntersectionRect(e->frame(), *visible),
-                                         firstScreenHeight);
+        const CGRect shown =
+            flippedRect(NSIntersectionRect(e->frame(), *visible), firstScreenHeight);
         if (CGRectIntersectsRect(shown, screen.frame))
             kept.push_back(e);
     }

@@ -4,11 +4,10 @@
 #include "platform/linux/AtspiBus.h"
 #include "platform/linux/AtspiRoles.h"
 
-#include <QDBusPendingReply>
-#include <QDBusVariant>
-#include <QHash>
-
+#include <algorithm>
 #include <atomic>
+#include <cmath>
+#include <map>
 #include <mutex>
 #include <unordered_map>
 #include <unordered_set>
@@ -17,22 +16,25 @@ namespace tarnvik::linux {
 
 namespace {
 
-QString keyOf(const ObjectRef &r)
+std::string keyOf(const ObjectRef &r)
 {
-    return r.service + QLatin1Char('\n') + r.path.path();
+    return r.key();
 }
 
 struct AtspiElement final : PlatformElement
 {
-    explicit AtspiElement(ObjectRef r) : ref(std::move(r)), key(keyOf(ref)) { }
+    explicit AtspiElement(ObjectRef r)
+        : ref(std::move(r))
+        , key(keyOf(ref))
+    { }
     bool equals(const PlatformElement &other) const override
     {
         const auto *o = dynamic_cast<const AtspiElement *>(&other);
         return o && o->key == key;
     }
-    std::size_t hash() const override { return qHash(key); }
+    std::size_t hash() const override { return std::hash<std::string> {}(key); }
     ObjectRef ref;
-    QString key;
+    std::string key;
 };
 
 AXUIElement handleOf(const ObjectRef &r)
@@ -48,7 +50,19 @@ const ObjectRef *refOf(const AXUIElement &e)
 
 bool isApplicationRoot(const ObjectRef &r)
 {
-    return r.path.path() == QLatin1String(rootPath);
+    return r.path == rootPath;
+}
+
+bool isTimeout(const std::string &error)
+{
+    return error == DBUS_ERROR_NO_REPLY || error == DBUS_ERROR_TIMEOUT
+        || error == DBUS_ERROR_TIMED_OUT;
+}
+
+bool isGone(const std::string &error)
+{
+    return error == DBUS_ERROR_UNKNOWN_OBJECT || error == DBUS_ERROR_SERVICE_UNKNOWN
+        || error == DBUS_ERROR_DISCONNECTED || error == DBUS_ERROR_NAME_HAS_NO_OWNER;
 }
 
 // What may be read of an object, one bit each.
@@ -76,17 +90,23 @@ struct Node
     bool gone = false;
     std::optional<std::uint32_t> role;
     std::optional<StateSet> states;
-    std::optional<QString> name;
-    std::optional<QString> description;
+    std::optional<std::string> name;
+    std::optional<std::string> description;
     std::optional<ObjectRef> parent;
     std::optional<std::vector<ObjectRef>> children;
     std::optional<Extents> extents;
     std::optional<int> actionCount;
-    std::vector<std::optional<QString>> actionNames;
-    std::optional<QString> text;
-    std::optional<QMap<QString, QString>> attributes;
-    std::optional<QString> id;
-    std::optional<QStringList> interfaces;
+    std::vector<std::optional<std::string>> actionNames;
+    std::optional<std::string> text;
+    std::optional<std::map<std::string, std::string>> attributes;
+    std::optional<std::string> id;
+    std::optional<std::vector<std::string>> interfaces;
+
+    bool implements(const char *interface) const
+    {
+        return !interfaces
+            || std::find(interfaces->begin(), interfaces->end(), interface) != interfaces->end();
+    }
 };
 
 struct Application
@@ -101,10 +121,10 @@ struct Toolkit
     bool gtk4 = false;
 };
 
-StateSet statesOf(const QList<uint> &words)
+StateSet statesOf(const std::vector<std::uint32_t> &words)
 {
     StateSet s;
-    if (!words.isEmpty())
+    if (!words.empty())
         s.low = words[0];
     if (words.size() > 1)
         s.high = words[1];
@@ -140,16 +160,17 @@ unsigned needsOf(const std::string &attribute)
 }
 
 // The roles the search keys ask for, as a bit set of role numbers.
-QList<int> searchKeyRoles()
+std::vector<std::int32_t> searchKeyRoles()
 {
-    const std::uint32_t roles[] = {role::PushButton, 62 /* toggle button */, role::CheckBox,
-                                   role::RadioButton, role::PageTab, role::Link, role::Entry,
-                                   role::PasswordText, role::ComboBox, role::ListBox,
-                                   role::Slider, role::SpinButton, role::Image, role::MenuItem,
-                                   role::CheckMenuItem, role::RadioMenuItem};
-    QList<int> words(4, 0);
+    const std::uint32_t roles[] = {role::PushButton,   62 /* toggle button */, role::CheckBox,
+                                   role::RadioButton,  role::PageTab,          role::Link,
+                                   role::Entry,        role::PasswordText,     role::ComboBox,
+                                   role::ListBox,      role::Slider,           role::SpinButton,
+                                   role::Image,        role::MenuItem,         role::CheckMenuItem,
+                                   role::RadioMenuItem};
+    std::vector<std::int32_t> words(4, 0);
     for (auto r : roles)
-        words[static_cast<qsizetype>(r / 32)] |= static_cast<int>(1u << (r % 32));
+        words[r / 32] |= static_cast<std::int32_t>(1u << (r % 32));
     return words;
 }
 
@@ -158,11 +179,14 @@ QList<int> searchKeyRoles()
 class AtspiAccessibility::State
 {
 public:
-    State(AtspiBus &b, ClientWindowsOf w) : bus(b), windowsOf(std::move(w)) { }
+    State(AtspiBus &b, ClientWindowsOf w)
+        : bus(b)
+        , windowsOf(std::move(w))
+    { }
 
     AtspiBus &bus;
     ClientWindowsOf windowsOf;
-    std::atomic<long> calls{0};
+    std::atomic<long> calls {0};
 
     // Reads what `needs` asks of each object, fetching what isn't known yet in bursts of calls
     // issued together, a few rounds deep for what depends on an earlier answer.
@@ -191,7 +215,7 @@ public:
 
     std::optional<AXError> failure(const ObjectRef &o)
     {
-        if (o.service.isEmpty())
+        if (o.service.empty())
             return AXError::CannotComplete;
         std::lock_guard lock(mutex);
         if (applications[o.service].unresponsive)
@@ -205,7 +229,7 @@ public:
     {
         RoleContext context;
         context.role = n.role.value_or(0);
-        context.states = n.states.value_or(StateSet{});
+        context.states = n.states.value_or(StateSet {});
         std::lock_guard lock(mutex);
         if (n.parent)
             context.parentRole = nodes[keyOf(*n.parent)].role;
@@ -217,8 +241,10 @@ public:
                     || r == std::optional<std::uint32_t>(role::Text);
             }
         }
-        if (n.attributes)
-            context.xmlRoles = n.attributes->value(QStringLiteral("xml-roles"));
+        if (n.attributes) {
+            if (auto it = n.attributes->find("xml-roles"); it != n.attributes->end())
+                context.xmlRoles = it->second;
+        }
         return axRoleOf(context);
     }
 
@@ -229,32 +255,27 @@ public:
         return it == timeouts.end() ? defaultTimeoutMs : it->second;
     }
 
-    bool isGtk4(const QString &service)
+    bool isGtk4(const std::string &service)
     {
         {
             std::lock_guard lock(mutex);
             if (toolkits[service].known)
                 return toolkits[service].gtk4;
         }
-        const ObjectRef root{service, QDBusObjectPath(QLatin1String(rootPath))};
-        QDBusPendingReply<QDBusVariant> name =
-            bus.property(root, applicationInterface, "ToolkitName", defaultTimeoutMs);
-        QDBusPendingReply<QDBusVariant> version =
-            bus.property(root, applicationInterface, "Version", defaultTimeoutMs);
+        const ObjectRef root {service, rootPath};
+        auto name = bus.property(root, applicationInterface, "ToolkitName", defaultTimeoutMs);
+        auto version = bus.property(root, applicationInterface, "Version", defaultTimeoutMs);
         calls += 2;
-        name.waitForFinished();
-        version.waitForFinished();
-        const bool gtk4 = !name.isError() && !version.isError()
-            && name.value().variant().toString().compare(QLatin1String("gtk"), Qt::CaseInsensitive)
-                == 0
-            && version.value().variant().toString().startsWith(QLatin1Char('4'));
+        const auto toolkit = readStringVariant(name.reply()).value_or("");
+        const bool gtk4 = (toolkit == "gtk" || toolkit == "GTK")
+            && readStringVariant(version.reply()).value_or("").starts_with('4');
         std::lock_guard lock(mutex);
-        toolkits[service] = Toolkit{true, gtk4};
+        toolkits[service] = Toolkit {true, gtk4};
         return gtk4;
     }
 
     // Where a toolkit that reports positions relative to its window has its origin.
-    CGPoint originOf(const QString &service)
+    CGPoint originOf(const std::string &service)
     {
         if (!isGtk4(service))
             return {};
@@ -266,7 +287,7 @@ public:
             if (w.isActive)
                 return w.frame.origin;
         }
-        return windows.empty() ? CGPoint{} : windows.front().frame.origin;
+        return windows.empty() ? CGPoint {} : windows.front().frame.origin;
     }
 
     void invalidate()
@@ -276,34 +297,50 @@ public:
         applications.clear();
     }
 
-    std::vector<ObjectRef> showingDescendants(const std::vector<ObjectRef> &from, std::size_t max)
+    // Reads `needs` of the objects and, level by level in one burst each, of everything showing
+    // below them: what the walk will ask for next.
+    void ensureShowingSubtrees(const std::vector<ObjectRef> &objects, unsigned needs,
+                               std::size_t max)
     {
-        std::lock_guard lock(mutex);
-        std::vector<ObjectRef> result;
-        std::unordered_set<QString> seen;
-        std::vector<ObjectRef> stack(from.begin(), from.end());
-        while (!stack.empty() && result.size() < max) {
-            ObjectRef o = stack.back();
-            stack.pop_back();
-            const QString key = keyOf(o);
-            if (!seen.insert(key).second)
-                continue;
-            result.push_back(o);
-            const Node &n = nodes[key];
-            if (!n.children || !n.states || !n.states->has(state::Showing))
-                continue;
-            for (const auto &c : *n.children)
-                stack.push_back(c);
+        std::unordered_set<std::string> seen;
+        std::vector<ObjectRef> level = objects;
+        std::size_t total = 0;
+        while (!level.empty() && total < max) {
+            ensure(level, needs | NStates);
+            std::vector<ObjectRef> showing;
+            {
+                std::lock_guard lock(mutex);
+                for (const auto &o : level) {
+                    const Node &n = nodes[keyOf(o)];
+                    if (n.states && n.states->has(state::Showing))
+                        showing.push_back(o);
+                }
+            }
+            ensure(showing, NChildren);
+            std::vector<ObjectRef> next;
+            {
+                std::lock_guard lock(mutex);
+                for (const auto &o : showing) {
+                    const Node &n = nodes[keyOf(o)];
+                    if (!n.children)
+                        continue;
+                    for (const auto &c : *n.children) {
+                        if (seen.insert(keyOf(c)).second)
+                            next.push_back(c);
+                    }
+                }
+            }
+            total += level.size();
+            level = std::move(next);
         }
-        return result;
     }
 
     std::mutex mutex;
-    std::unordered_map<QString, Node> nodes;
-    std::unordered_map<QString, Application> applications;
-    std::unordered_map<QString, Toolkit> toolkits;
-    std::unordered_map<QString, int> timeouts;
-    std::unordered_map<pid_t, QString> services;
+    std::unordered_map<std::string, Node> nodes;
+    std::unordered_map<std::string, Application> applications;
+    std::unordered_map<std::string, Toolkit> toolkits;
+    std::unordered_map<std::string, int> timeouts;
+    std::unordered_map<pid_t, std::string> services;
 
 private:
     // What of `needs` is not known of `o` yet, including what the answers so far make necessary.
@@ -315,8 +352,9 @@ private:
         Node &n = nodes[keyOf(o)];
         if (n.gone)
             return;
-        unsigned own = needs & (NRole | NStates | NName | NDescription | NParent | NChildren
-                                | NExtents | NActions | NId);
+        unsigned own = needs
+            & (NRole | NStates | NName | NDescription | NParent | NChildren | NExtents | NActions
+               | NId);
         if (n.role && (needs & NContext)) {
             if (needsParentRole(*n.role))
                 own |= NParent;
@@ -327,9 +365,9 @@ private:
         }
         const bool roleKnown = n.role && n.states;
         if (roleKnown && (needs & (NText | NAttributes))) {
-            RoleContext c{*n.role, *n.states, {}, true, {}};
+            RoleContext c {*n.role, *n.states, {}, true, {}};
             if (isTextRole(axRoleOf(c).role)) {
-                if (!n.interfaces || n.interfaces->contains(QLatin1String(textInterface)))
+                if (n.implements(textInterface))
                     own |= needs & NText;
                 own |= needs & NAttributes;
             }
@@ -339,7 +377,8 @@ private:
             work.emplace_back(o, missing);
         if (n.actionCount && (needs & NActions)) {
             for (int i = 1; i < *n.actionCount && i < 32; ++i) {
-                if (static_cast<std::size_t>(i) >= n.actionNames.size() || !n.actionNames[static_cast<std::size_t>(i)])
+                if (static_cast<std::size_t>(i) >= n.actionNames.size()
+                    || !n.actionNames[static_cast<std::size_t>(i)])
                     work.emplace_back(o, NActions | (static_cast<unsigned>(i) << 16));
             }
         }
@@ -365,11 +404,11 @@ private:
 
     struct Call
     {
-        QString key;
-        QString service;
+        std::string key;
+        std::string service;
         unsigned need;
         int index;
-        QDBusPendingCall call;
+        PendingCall call;
     };
 
     void fetch(const std::vector<std::pair<ObjectRef, unsigned>> &work)
@@ -378,13 +417,14 @@ private:
         pending.reserve(work.size() * 3);
         for (const auto &[o, needs] : work) {
             const int t = timeoutFor(o);
-            const QString key = keyOf(o);
-            auto add = [&](unsigned need, QDBusPendingCall call, int index = 0) {
-                pending.push_back(Call{key, o.service, need, index, std::move(call)});
+            const std::string key = keyOf(o);
+            auto add = [&](unsigned need, PendingCall call, int index = 0) {
+                pending.push_back(Call {key, o.service, need, index, std::move(call)});
             };
             const auto actionIndex = static_cast<int>(needs >> 16);
             if (actionIndex > 0) {
-                add(NActions, bus.call(o, actionInterface, "GetName", {actionIndex}, t),
+                add(NActions,
+                    bus.call(o, actionInterface, "GetName", {std::int32_t {actionIndex}}, t),
                     actionIndex);
                 continue;
             }
@@ -401,14 +441,17 @@ private:
             if (needs & NChildren)
                 add(NChildren, bus.call(o, accessibleInterface, "GetChildren", {}, t));
             if (needs & NExtents)
-                add(NExtents, bus.call(o, componentInterface, "GetExtents", {0u}, t));
+                add(NExtents,
+                    bus.call(o, componentInterface, "GetExtents", {std::uint32_t {0}}, t));
             if (needs & NActions) {
                 // The first name is asked for at once: most controls have one action.
                 add(NActions, bus.property(o, actionInterface, "NActions", t), -1);
-                add(NActions, bus.call(o, actionInterface, "GetName", {0}, t), 0);
+                add(NActions, bus.call(o, actionInterface, "GetName", {std::int32_t {0}}, t), 0);
             }
             if (needs & NText)
-                add(NText, bus.call(o, textInterface, "GetText", {0, -1}, t));
+                add(NText,
+                    bus.call(o, textInterface, "GetText", {std::int32_t {0}, std::int32_t {-1}},
+                             t));
             if (needs & NAttributes)
                 add(NAttributes, bus.call(o, accessibleInterface, "GetAttributes", {}, t));
             if (needs & NId)
@@ -416,16 +459,10 @@ private:
         }
         calls += static_cast<long>(pending.size());
         for (auto &p : pending)
-            p.call.waitForFinished();
+            p.call.reply();
         std::lock_guard lock(mutex);
         for (auto &p : pending)
             store(p);
-    }
-
-    static QVariant propertyValue(const QDBusPendingCall &call)
-    {
-        QDBusPendingReply<QDBusVariant> reply(call);
-        return reply.value().variant();
     }
 
     void store(Call &p)
@@ -434,59 +471,57 @@ private:
         if (p.index <= 0)
             n.fetched |= p.need;
         if (p.call.isError()) {
-            const auto type = p.call.error().type();
-            if (type == QDBusError::NoReply || type == QDBusError::Timeout
-                || type == QDBusError::TimedOut)
+            const std::string error = p.call.errorName();
+            if (isTimeout(error))
                 applications[p.service].unresponsive = true;
-            else if (type == QDBusError::UnknownObject || type == QDBusError::ServiceUnknown
-                     || type == QDBusError::Disconnected)
+            else if (isGone(error))
                 n.gone = true;
             else if (p.need == NActions && p.index == -1)
                 n.actionCount = 0;
             return;
         }
+        DBusMessage *m = p.call.reply();
         switch (p.need) {
         case NRole:
-            n.role = QDBusPendingReply<uint>(p.call).value();
+            n.role = readUint(m);
             break;
         case NStates:
-            n.states = statesOf(QDBusPendingReply<QList<uint>>(p.call).value());
+            if (auto words = readUints(m))
+                n.states = statesOf(*words);
             break;
         case NName:
-            n.name = propertyValue(p.call).toString();
+            n.name = readStringVariant(m);
             break;
         case NDescription:
-            n.description = propertyValue(p.call).toString();
+            n.description = readStringVariant(m);
             break;
         case NParent:
-            n.parent = qdbus_cast<ObjectRef>(propertyValue(p.call).value<QDBusArgument>());
+            n.parent = readObjectVariant(m);
             break;
-        case NChildren: {
-            const auto list = QDBusPendingReply<ObjectRefList>(p.call).value();
-            n.children = std::vector<ObjectRef>(list.begin(), list.end());
+        case NChildren:
+            n.children = readObjects(m);
             break;
-        }
         case NExtents:
-            n.extents = QDBusPendingReply<Extents>(p.call).value();
+            n.extents = readExtents(m);
             break;
         case NActions:
             if (p.index == -1) {
-                n.actionCount = propertyValue(p.call).toInt();
+                n.actionCount = readIntVariant(m).value_or(0);
             } else {
                 const auto i = static_cast<std::size_t>(p.index);
                 if (n.actionNames.size() <= i)
                     n.actionNames.resize(i + 1);
-                n.actionNames[i] = QDBusPendingReply<QString>(p.call).value();
+                n.actionNames[i] = readString(m);
             }
             break;
         case NText:
-            n.text = QDBusPendingReply<QString>(p.call).value();
+            n.text = readString(m);
             break;
         case NAttributes:
-            n.attributes = QDBusPendingReply<QMap<QString, QString>>(p.call).value();
+            n.attributes = readStringMap(m);
             break;
         case NId:
-            n.id = propertyValue(p.call).toString();
+            n.id = readStringVariant(m);
             break;
         default:
             break;
@@ -495,9 +530,9 @@ private:
 
     // One call for what the toolkit knows of every object of the application: roles, states,
     // names, descriptions and the links between them.
-    void takeSnapshot(const QString &service)
+    void takeSnapshot(const std::string &service)
     {
-        if (service.isEmpty())
+        if (service.empty())
             return;
         {
             std::lock_guard lock(mutex);
@@ -506,24 +541,20 @@ private:
                 return;
             app.snapshotTaken = true;
         }
-        const ObjectRef cache{service, QDBusObjectPath(QStringLiteral("/org/a11y/atspi/cache"))};
-        QDBusPendingReply<CacheItemList> reply =
-            bus.call(cache, "org.a11y.atspi.Cache", "GetItems", {}, defaultTimeoutMs);
+        auto reply = bus.call(ObjectRef {service, "/org/a11y/atspi/cache"}, "org.a11y.atspi.Cache",
+                              "GetItems", {}, defaultTimeoutMs);
         ++calls;
-        reply.waitForFinished();
+        const bool failed = reply.isError();
+        const auto items = failed ? std::nullopt : readCacheItems(reply.reply());
         std::lock_guard lock(mutex);
-        if (reply.isError()) {
-            const auto type = reply.error().type();
-            if (type == QDBusError::NoReply || type == QDBusError::Timeout
-                || type == QDBusError::TimedOut)
-                applications[service].unresponsive = true;
+        if (failed && isTimeout(reply.errorName()))
+            applications[service].unresponsive = true;
+        if (!items)
             return;
-        }
-        const auto items = reply.value();
-        std::unordered_map<QString, std::vector<std::pair<int, ObjectRef>>> childrenOf;
-        std::unordered_map<QString, int> childCounts;
-        for (const auto &item : items) {
-            const QString key = keyOf(item.object);
+        std::unordered_map<std::string, std::vector<std::pair<int, ObjectRef>>> childrenOf;
+        std::unordered_map<std::string, int> childCounts;
+        for (const auto &item : *items) {
+            const std::string key = keyOf(item.object);
             Node &n = nodes[key];
             n.role = item.role;
             n.states = statesOf(item.states);
@@ -532,14 +563,19 @@ private:
             n.parent = item.parent;
             n.interfaces = item.interfaces;
             n.fetched |= NRole | NStates | NName | NDescription | NParent;
-            if (!n.interfaces->contains(QLatin1String(actionInterface))) {
+            if (!n.implements(actionInterface)) {
                 n.actionCount = 0;
                 n.fetched |= NActions;
+            }
+            if (item.childCount == 0) {
+                n.children.emplace();
+                n.fetched |= NChildren;
             }
             childCounts[key] = item.childCount;
             childrenOf[keyOf(item.parent)].emplace_back(item.indexInParent, item.object);
         }
-        // A child list is taken from the snapshot only where it is complete.
+        // A child list is taken from the snapshot only where it is complete: toolkits keep
+        // there only the objects somebody has asked about.
         for (auto &[parentKey, children] : childrenOf) {
             auto count = childCounts.find(parentKey);
             if (count == childCounts.end() || count->second != static_cast<int>(children.size()))
@@ -570,6 +606,7 @@ long AtspiAccessibility::callCount() const
 
 void AtspiAccessibility::invalidateCache()
 {
+
     _state->invalidate();
 }
 
@@ -578,17 +615,17 @@ AXUIElement AtspiAccessibility::createApplication(pid_t pid)
     {
         std::lock_guard lock(_state->mutex);
         if (auto it = _state->services.find(pid); it != _state->services.end())
-            return handleOf(ObjectRef{it->second, QDBusObjectPath(QLatin1String(rootPath))});
+            return handleOf(ObjectRef {it->second, rootPath});
     }
     for (const auto &app : _state->bus.applications(defaultTimeoutMs)) {
         if (_state->bus.processOf(app.service, defaultTimeoutMs) == pid) {
             std::lock_guard lock(_state->mutex);
             _state->services[pid] = app.service;
-            return handleOf(ObjectRef{app.service, QDBusObjectPath(QLatin1String(rootPath))});
+            return handleOf(ObjectRef {app.service, rootPath});
         }
     }
     // No accessible application: calls on this element fail.
-    return handleOf(ObjectRef{QString(), QDBusObjectPath(QLatin1String(rootPath))});
+    return handleOf(ObjectRef {std::string(), rootPath});
 }
 
 namespace {
@@ -602,11 +639,11 @@ Value refsValue(const std::vector<ObjectRef> &refs)
     return array;
 }
 
-std::optional<Value> text(const std::optional<QString> &s)
+std::optional<Value> text(const std::optional<std::string> &s)
 {
     if (!s)
         return std::nullopt;
-    return Value(s->toStdString());
+    return Value(*s);
 }
 
 } // namespace
@@ -650,8 +687,8 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
             return *failure;
         const Node app = s.node(*ref);
         std::vector<ObjectRef> windows;
-        s.ensure(app.children.value_or(std::vector<ObjectRef>{}), NRole | NStates | NName);
-        for (const auto &c : app.children.value_or(std::vector<ObjectRef>{})) {
+        s.ensure(app.children.value_or(std::vector<ObjectRef> {}), NRole | NStates | NName);
+        for (const auto &c : app.children.value_or(std::vector<ObjectRef> {})) {
             const Node w = s.node(c);
             if (w.role && isWindowRole(*w.role))
                 windows.push_back(c);
@@ -659,10 +696,9 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
         if (name == NSAccessibilityRoleAttribute)
             return Value("AXApplication");
         if (name == NSAccessibilityTitleAttribute && app.name)
-            return Value(app.name->toStdString());
+            return Value(*app.name);
         if (name == NSAccessibilityChildrenAttribute || name == NSAccessibilityWindowsAttribute)
-            return refsValue(name == NSAccessibilityWindowsAttribute ? windows
-                                                                     : *app.children);
+            return refsValue(name == NSAccessibilityWindowsAttribute ? windows : *app.children);
         if (name == NSAccessibilityFocusedWindowAttribute
             || name == NSAccessibilityMenuBarAttribute) {
             auto focused = focusedWindow(*ref, windows);
@@ -694,30 +730,32 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
         if (!n.extents)
             return AXError::AttributeUnsupported;
         if (name == NSAccessibilitySizeAttribute)
-            return Value(CGSize{static_cast<double>(n.extents->width),
-                                static_cast<double>(n.extents->height)});
+            return Value(CGSize {static_cast<double>(n.extents->width),
+                                 static_cast<double>(n.extents->height)});
         const CGPoint origin = s.originOf(ref->service);
-        return Value(CGPoint{n.extents->x + origin.x, n.extents->y + origin.y});
+        return Value(CGPoint {n.extents->x + origin.x, n.extents->y + origin.y});
     }
     if (name == NSAccessibilityTitleAttribute) {
-        if (!n.name || n.name->isEmpty())
+        if (!n.name || n.name->empty())
             return AXError::NoValue;
-        return Value((s.isGtk4(ref->service) ? withoutMnemonic(*n.name) : *n.name).toStdString());
+        return Value(s.isGtk4(ref->service) ? withoutMnemonic(*n.name) : *n.name);
     }
     if (name == NSAccessibilityDescriptionAttribute) {
-        if (!n.description || n.description->isEmpty())
+        if (!n.description || n.description->empty())
             return AXError::NoValue;
         return *text(n.description);
     }
     if (name == NSAccessibilityValueAttribute)
         return text(n.text).value_or(Value(AXError::NoValue));
     if (name == NSAccessibilityPlaceholderValueAttribute) {
-        if (!n.attributes || !n.attributes->contains(QStringLiteral("placeholder-text")))
+        const auto found = n.attributes ? n.attributes->find("placeholder-text")
+                                        : std::map<std::string, std::string>::const_iterator {};
+        if (!n.attributes || found == n.attributes->end())
             return AXError::NoValue;
-        return Value(n.attributes->value(QStringLiteral("placeholder-text")).toStdString());
+        return Value(found->second);
     }
     if (name == NSAccessibilityIdentifierAttribute) {
-        if (!n.id || n.id->isEmpty())
+        if (!n.id || n.id->empty())
             return AXError::NoValue;
         return *text(n.id);
     }
@@ -750,16 +788,34 @@ std::optional<ObjectRef> AtspiAccessibility::focusedWindow(const ObjectRef &app,
     auto &s = *_state;
     if (windows.empty())
         return std::nullopt;
-    // The X server knows which window is active; some toolkits never say so themselves.
+    // The X server knows which window is active; some toolkits never say so themselves. Several
+    // windows may share a title, so the one whose frame fits the active window best is taken.
     if (auto pid = s.bus.processOf(app.service, defaultTimeoutMs)) {
+        s.ensure(windows, NExtents);
+        const bool relative = s.isGtk4(app.service);
         for (const auto &client : s.windowsOf(*pid)) {
             if (!client.isActive)
                 continue;
+            std::optional<ObjectRef> best;
+            double bestDistance = 0;
             for (const auto &w : windows) {
                 const Node n = s.node(w);
-                if (n.name && *n.name == client.title)
-                    return w;
+                if (!n.name || *n.name != client.title || !n.extents || !n.states
+                    || !n.states->has(state::Showing))
+                    continue;
+                const CGRect &f = client.frame;
+                const auto &e = *n.extents;
+                double distance =
+                    std::abs(e.width - f.size.width) + std::abs(e.height - f.size.height);
+                if (!relative)
+                    distance += std::abs(e.x - f.origin.x) + std::abs(e.y - f.origin.y);
+                if (!best || distance < bestDistance) {
+                    best = w;
+                    bestDistance = distance;
+                }
             }
+            if (best)
+                return best;
         }
     }
     for (const auto &w : windows) {
@@ -778,7 +834,7 @@ std::optional<ObjectRef> AtspiAccessibility::focusedWindow(const ObjectRef &app,
 std::optional<ObjectRef> AtspiAccessibility::menuBarUnder(const ObjectRef &window)
 {
     auto &s = *_state;
-    std::vector<ObjectRef> level{window};
+    std::vector<ObjectRef> level {window};
     for (int depth = 0; depth < 6 && !level.empty(); ++depth) {
         s.ensure(level, NChildren);
         std::vector<ObjectRef> next;
@@ -800,8 +856,8 @@ std::optional<ObjectRef> AtspiAccessibility::menuBarUnder(const ObjectRef &windo
 }
 
 AXResult<ValueArray> AtspiAccessibility::copyAttributeValues(const AXUIElement &element,
-                                                             const std::string &name,
-                                                             long index, long maxValues)
+                                                             const std::string &name, long index,
+                                                             long maxValues)
 {
     auto value = copyAttributeValue(element, name);
     if (!value.ok())
@@ -821,7 +877,7 @@ AXResult<ValueArray> AtspiAccessibility::copyActionNames(const AXUIElement &elem
     if (!ref)
         return AXError::IllegalArgument;
     if (isApplicationRoot(*ref))
-        return ValueArray{};
+        return ValueArray {};
     _state->ensure({*ref}, NActions);
     if (auto failure = _state->failure(*ref))
         return *failure;
@@ -848,23 +904,21 @@ AXResult<Value> AtspiAccessibility::copyParameterizedAttributeValue(const AXUIEl
     if (auto failure = _state->failure(*ref))
         return *failure;
     MatchRule rule;
-    rule.states = {static_cast<int>((1u << state::Showing) | (1u << state::Visible)), 0};
+    rule.states = {static_cast<std::int32_t>((1u << state::Showing) | (1u << state::Visible)), 0};
     rule.stateMatchType = 1; // all
     rule.attributeMatchType = 1;
     rule.roles = searchKeyRoles();
     rule.roleMatchType = 2; // any
     rule.interfaceMatchType = 1;
-    const int canonical = 1;
-    QDBusPendingReply<ObjectRefList> reply = _state->bus.call(
-        *ref, collectionInterface, "GetMatches",
-        {QVariant::fromValue(rule), static_cast<uint>(canonical), 0, true},
-        _state->timeoutFor(*ref));
+    const std::uint32_t canonical = 1;
+    auto reply =
+        _state->bus.call(*ref, collectionInterface, "GetMatches",
+                         {rule, canonical, std::int32_t {0}, true}, _state->timeoutFor(*ref));
     ++_state->calls;
-    reply.waitForFinished();
-    if (reply.isError())
+    const auto matches = readObjects(reply.reply());
+    if (!matches)
         return AXError::ParameterizedAttributeUnsupported;
-    const auto list = reply.value();
-    return refsValue(std::vector<ObjectRef>(list.begin(), list.end()));
+    return refsValue(*matches);
 }
 
 AXResult<AXUIElement> AtspiAccessibility::copyElementAtPosition(const AXUIElement &application,
@@ -893,14 +947,14 @@ AXResult<AXUIElement> AtspiAccessibility::copyElementAtPosition(const AXUIElemen
             continue;
         ObjectRef current = w;
         for (int depth = 0; depth < 64; ++depth) {
-            QDBusPendingReply<ObjectRef> hit = s.bus.call(current, componentInterface,
-                                                          "GetAccessibleAtPoint",
-                                                          {px, py, 0u}, s.timeoutFor(current));
+            auto reply = s.bus.call(current, componentInterface, "GetAccessibleAtPoint",
+                                    {std::int32_t {px}, std::int32_t {py}, std::uint32_t {0}},
+                                    s.timeoutFor(current));
             ++s.calls;
-            hit.waitForFinished();
-            if (hit.isError() || hit.value().isNull() || keyOf(hit.value()) == keyOf(current))
+            const auto hit = readObject(reply.reply());
+            if (!hit || hit->isNull() || keyOf(*hit) == keyOf(current))
                 break;
-            current = hit.value();
+            current = *hit;
         }
         return handleOf(current);
     }
@@ -912,11 +966,10 @@ AXError AtspiAccessibility::setAttributeValue(const AXUIElement &element, const 
 {
     (void)element;
     const auto *on = value.get<bool>();
-    if ((name != AXManualAccessibilityAttribute && name != AXEnhancedUserInterfaceAttribute)
-        || !on || !*on)
+    if ((name != AXManualAccessibilityAttribute && name != AXEnhancedUserInterfaceAttribute) || !on
+        || !*on)
         return AXError::AttributeUnsupported;
-    return _state->bus.enableAccessibility(defaultTimeoutMs) ? AXError::Success
-                                                             : AXError::Failure;
+    return _state->bus.enableAccessibility(defaultTimeoutMs) ? AXError::Success : AXError::Failure;
 }
 
 AXError AtspiAccessibility::setMessagingTimeout(const AXUIElement &element, float seconds)
@@ -944,11 +997,10 @@ AXError AtspiAccessibility::performAction(const AXUIElement &element, const std:
         if (index >= n.actionNames.size() || !n.actionNames[index]
             || axActionName(*n.actionNames[index]) != action)
             continue;
-        QDBusPendingReply<bool> done =
-            _state->bus.call(*ref, actionInterface, "DoAction", {i}, _state->timeoutFor(*ref));
+        auto reply = _state->bus.call(*ref, actionInterface, "DoAction", {std::int32_t {i}},
+                                      _state->timeoutFor(*ref));
         ++_state->calls;
-        done.waitForFinished();
-        return done.isError() || !done.value() ? AXError::CannotComplete : AXError::Success;
+        return readBool(reply.reply()).value_or(false) ? AXError::Success : AXError::CannotComplete;
     }
     return AXError::ActionUnsupported;
 }
@@ -956,7 +1008,7 @@ AXError AtspiAccessibility::performAction(const AXUIElement &element, const std:
 AXResult<pid_t> AtspiAccessibility::getPid(const AXUIElement &element)
 {
     const ObjectRef *ref = refOf(element);
-    if (!ref || ref->service.isEmpty())
+    if (!ref || ref->service.empty())
         return AXError::InvalidUIElement;
     auto pid = _state->bus.processOf(ref->service, defaultTimeoutMs);
     if (!pid)
@@ -983,12 +1035,9 @@ void AtspiAccessibility::prefetch(const std::vector<AXUIElement> &elements,
     }
     if (refs.empty())
         return;
-    _state->ensure(refs, needs);
     // What is showing below these elements will be read next: fetch it in the same go.
     constexpr std::size_t lookahead = 4000;
-    auto below = _state->showingDescendants(refs, lookahead);
-    if (below.size() > refs.size())
-        _state->ensure(below, needs);
+    _state->ensureShowingSubtrees(refs, needs, lookahead);
 }
 
 } // namespace tarnvik::linux

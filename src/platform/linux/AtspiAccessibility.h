@@ -2,11 +2,10 @@
 
 #include "platform/Accessibility.h"
 
-#include <QString>
-
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace tarnvik::linux {
@@ -19,7 +18,7 @@ struct ObjectRef;
 // relative to its window has its origin.
 struct ClientWindow
 {
-    QString title;
+    std::string title;
     CGRect frame;
     bool isActive = false;
 };
@@ -41,8 +40,9 @@ public:
     AXUIElement createApplication(pid_t pid) override;
     AXResult<Value> copyAttributeValue(const AXUIElement &element,
                                        const std::string &name) override;
-    AXResult<ValueArray> copyMultipleAttributeValues(const AXUIElement &element,
-                                                     const std::vector<std::string> &names) override;
+    AXResult<ValueArray>
+    copyMultipleAttributeValues(const AXUIElement &element,
+                                const std::vector<std::string> &names) override;
     AXResult<ValueArray> copyAttributeValues(const AXUIElement &element, const std::string &name,
                                              long index, long maxValues) override;
     AXResult<ValueArray> copyActionNames(const AXUIElement &element) override;
@@ -67,7 +67,7 @@ public:
 private:
     class State;
     std::optional<ObjectRef> focusedWindow(const ObjectRef &application,
-                                                  const std::vector<ObjectRef> &windows);
+                                           const std::vector<ObjectRef> &windows);
     std::optional<ObjectRef> menuBarUnder(const ObjectRef &window);
 
     std::unique_ptr<State> _state;

@@ -1,131 +1,269 @@
 #include "platform/linux/AtspiBus.h"
 
-#include <QDBusMessage>
-#include <QDBusReply>
-#include <QDBusVariant>
-
-#include <atomic>
+#include <cstdlib>
 
 namespace tarnvik::linux {
 
 namespace {
 
-const QString registryService = QStringLiteral("org.a11y.atspi.Registry");
+constexpr const char *registryService = "org.a11y.atspi.Registry";
 
-QDBusMessage methodCall(const ObjectRef &object, const char *interface, const char *method,
-                        const QVariantList &arguments)
+DBusConnection *openPrivate(const std::string &address, bool registerOnBus)
 {
-    auto message = QDBusMessage::createMethodCall(object.service, object.path.path(),
-                                                  QLatin1String(interface),
-                                                  QLatin1String(method));
-    message.setArguments(arguments);
-    return message;
+    DBusError error;
+    dbus_error_init(&error);
+    DBusConnection *c = dbus_connection_open_private(address.c_str(), &error);
+    if (!c) {
+        dbus_error_free(&error);
+        return nullptr;
+    }
+    dbus_connection_set_exit_on_disconnect(c, false);
+    if (registerOnBus && !dbus_bus_register(c, &error)) {
+        dbus_error_free(&error);
+        dbus_connection_close(c);
+        dbus_connection_unref(c);
+        return nullptr;
+    }
+    return c;
 }
 
-QString busAddress(QDBusConnection &session)
+void closePrivate(DBusConnection *c)
 {
-    const QByteArray fromEnvironment = qgetenv("AT_SPI_BUS_ADDRESS");
-    if (!fromEnvironment.isEmpty())
-        return QString::fromLocal8Bit(fromEnvironment);
-    auto message = QDBusMessage::createMethodCall(
-        QStringLiteral("org.a11y.Bus"), QStringLiteral("/org/a11y/bus"),
-        QStringLiteral("org.a11y.Bus"), QStringLiteral("GetAddress"));
-    const QDBusReply<QString> reply = session.call(message, QDBus::Block, 2000);
-    return reply.isValid() ? reply.value() : QString();
+    if (c) {
+        dbus_connection_close(c);
+        dbus_connection_unref(c);
+    }
+}
+
+Message callAndWait(DBusConnection *c, const Message &m, int timeoutMs)
+{
+    DBusError error;
+    dbus_error_init(&error);
+    Message reply(dbus_connection_send_with_reply_and_block(c, m.get(), timeoutMs, &error));
+    dbus_error_free(&error);
+    return reply;
+}
+
+std::string busAddress(DBusConnection *session)
+{
+    if (const char *fromEnvironment = std::getenv("AT_SPI_BUS_ADDRESS"))
+        return fromEnvironment;
+    auto reply = callAndWait(
+        session, methodCall("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress", {}),
+        2000);
+    return readString(reply.get()).value_or("");
 }
 
 } // namespace
 
+PendingCall::PendingCall(DBusConnection *connection, std::mutex *waiting, DBusPendingCall *pending)
+    : _connection(connection)
+    , _waiting(waiting)
+    , _pending(pending)
+{ }
+
+PendingCall::PendingCall(PendingCall &&other) noexcept
+    : _connection(other._connection)
+    , _waiting(other._waiting)
+    , _pending(other._pending)
+    , _reply(std::move(other._reply))
+{
+    other._pending = nullptr;
+}
+
+PendingCall &PendingCall::operator=(PendingCall &&other) noexcept
+{
+    std::swap(_connection, other._connection);
+    std::swap(_waiting, other._waiting);
+    std::swap(_pending, other._pending);
+    std::swap(_reply, other._reply);
+    return *this;
+}
+
+PendingCall::~PendingCall()
+{
+    if (_pending) {
+        dbus_pending_call_cancel(_pending);
+        dbus_pending_call_unref(_pending);
+    }
+}
+
+DBusMessage *PendingCall::reply()
+{
+    if (_pending) {
+        {
+            std::lock_guard lock(*_waiting);
+            dbus_pending_call_block(_pending);
+            // Signals nobody asked for (events sent on an application's socket) are dropped;
+            // dispatching hands any reply among them to its own pending call.
+            while (dbus_connection_dispatch(_connection) == DBUS_DISPATCH_DATA_REMAINS) { }
+        }
+        _reply.reset(dbus_pending_call_steal_reply(_pending));
+        dbus_pending_call_unref(_pending);
+        _pending = nullptr;
+    }
+    return _reply.get();
+}
+
+bool PendingCall::isError()
+{
+    DBusMessage *m = reply();
+    return !m || dbus_message_get_type(m) == DBUS_MESSAGE_TYPE_ERROR;
+}
+
+std::string PendingCall::errorName()
+{
+    DBusMessage *m = reply();
+    if (!m)
+        return DBUS_ERROR_DISCONNECTED;
+    const char *name = dbus_message_get_error_name(m);
+    return name ? name : "";
+}
+
 std::unique_ptr<AtspiBus> AtspiBus::connect()
 {
-    registerWireTypes();
-    auto session = QDBusConnection::sessionBus();
-    if (!session.isConnected())
+    dbus_threads_init_default();
+    DBusError error;
+    dbus_error_init(&error);
+    DBusConnection *session = dbus_bus_get_private(DBUS_BUS_SESSION, &error);
+    dbus_error_free(&error);
+    if (!session)
         return nullptr;
-    const QString address = busAddress(session);
-    if (address.isEmpty())
+    dbus_connection_set_exit_on_disconnect(session, false);
+    const std::string address = busAddress(session);
+    DBusConnection *bus = address.empty() ? nullptr : openPrivate(address, true);
+    if (!bus) {
+        closePrivate(session);
         return nullptr;
-    static std::atomic<int> connections{0};
-    auto bus = QDBusConnection::connectToBus(
-        address, QStringLiteral("tarnvik-a11y-%1").arg(connections.fetch_add(1)));
-    if (!bus.isConnected())
-        return nullptr;
+    }
     return std::unique_ptr<AtspiBus>(new AtspiBus(session, bus));
 }
 
-AtspiBus::AtspiBus(QDBusConnection session, QDBusConnection bus)
-    : _session(std::move(session)), _bus(std::move(bus))
-{
-}
+AtspiBus::AtspiBus(DBusConnection *session, DBusConnection *bus)
+    : _session(session)
+    , _bus(bus)
+{ }
 
 AtspiBus::~AtspiBus()
 {
-    QDBusConnection::disconnectFromBus(_bus.name());
+    for (const auto &[service, peer] : _peers)
+        closePrivate(peer);
+    closePrivate(_bus);
+    closePrivate(_session);
 }
 
-QDBusPendingCall AtspiBus::call(const ObjectRef &object, const char *interface,
-                                const char *method, const QVariantList &arguments,
-                                int timeoutMs) const
+DBusConnection *AtspiBus::connectionFor(const std::string &service) const
 {
-    return _bus.asyncCall(methodCall(object, interface, method, arguments), timeoutMs);
+    if (service == registryService)
+        return _bus;
+    {
+        std::lock_guard lock(_mutex);
+        if (auto it = _peers.find(service); it != _peers.end())
+            return it->second && dbus_connection_get_is_connected(it->second) ? it->second : _bus;
+    }
+    auto reply = send(
+        _bus,
+        methodCall(service.c_str(), rootPath, applicationInterface, "GetApplicationBusAddress", {}),
+        200);
+    const auto address = readString(reply.reply());
+    DBusConnection *peer = address && !address->empty() ? openPrivate(*address, false) : nullptr;
+    std::lock_guard lock(_mutex);
+    auto [it, added] = _peers.try_emplace(service, peer);
+    if (!added)
+        closePrivate(peer); // another thread was quicker
+    return it->second ? it->second : _bus;
 }
 
-QDBusPendingCall AtspiBus::property(const ObjectRef &object, const char *interface,
-                                    const char *name, int timeoutMs) const
+PendingCall AtspiBus::call(const ObjectRef &object, const char *interface, const char *method,
+                           const std::vector<Argument> &arguments, int timeoutMs) const
 {
-    return call(object, "org.freedesktop.DBus.Properties", "Get",
-                {QString::fromLatin1(interface), QString::fromLatin1(name)}, timeoutMs);
+    if (object.service.empty())
+        return {};
+    DBusConnection *c = connectionFor(object.service);
+    // On an application's own socket a message has no destination.
+    return send(c,
+                methodCall(c == _bus ? object.service.c_str() : nullptr, object.path, interface,
+                           method, arguments),
+                timeoutMs);
+}
+
+PendingCall AtspiBus::send(DBusConnection *c, const Message &m, int timeoutMs) const
+{
+    DBusPendingCall *pending = nullptr;
+    if (!dbus_connection_send_with_reply(c, m.get(), &pending, timeoutMs) || !pending)
+        return {};
+    std::mutex *waiting = nullptr;
+    {
+        std::lock_guard lock(_mutex);
+        auto &entry = _waiting[c];
+        if (!entry)
+            entry = std::make_unique<std::mutex>();
+        waiting = entry.get();
+    }
+    return PendingCall(c, waiting, pending);
+}
+
+PendingCall AtspiBus::property(const ObjectRef &object, const char *interface, const char *name,
+                               int timeoutMs) const
+{
+    return call(object, DBUS_INTERFACE_PROPERTIES, "Get",
+                {std::string(interface), std::string(name)}, timeoutMs);
 }
 
 std::vector<ObjectRef> AtspiBus::applications(int timeoutMs) const
 {
-    const ObjectRef registry{registryService, QDBusObjectPath(QLatin1String(rootPath))};
-    QDBusPendingReply<ObjectRefList> reply =
-        call(registry, accessibleInterface, "GetChildren", {}, timeoutMs);
-    reply.waitForFinished();
-    if (reply.isError())
-        return {};
-    const auto list = reply.value();
-    return {list.begin(), list.end()};
+    auto reply = call(ObjectRef {registryService, rootPath}, accessibleInterface, "GetChildren", {},
+                      timeoutMs);
+    return readObjects(reply.reply()).value_or(std::vector<ObjectRef> {});
 }
 
-std::optional<pid_t> AtspiBus::processOf(const QString &service, int timeoutMs)
+std::optional<pid_t> AtspiBus::processOf(const std::string &service, int timeoutMs)
 {
     {
         std::lock_guard lock(_mutex);
         if (auto it = _processes.find(service); it != _processes.end())
             return it->second;
     }
-    auto message = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetConnectionUnixProcessID"));
-    message << service;
-    const QDBusReply<uint> reply = _bus.call(message, QDBus::Block, timeoutMs);
-    if (!reply.isValid())
+    auto reply = send(_bus,
+                      methodCall(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS,
+                                 "GetConnectionUnixProcessID", {service}),
+                      timeoutMs);
+    const auto pid = readUint(reply.reply());
+    if (!pid)
         return std::nullopt;
-    const auto pid = static_cast<pid_t>(reply.value());
     std::lock_guard lock(_mutex);
-    _processes[service] = pid;
-    return pid;
+    _processes[service] = static_cast<pid_t>(*pid);
+    return static_cast<pid_t>(*pid);
 }
 
 void AtspiBus::listenForChildrenChanges(int timeoutMs) const
 {
-    auto message = QDBusMessage::createMethodCall(
-        registryService, QStringLiteral("/org/a11y/atspi/registry"),
-        QStringLiteral("org.a11y.atspi.Registry"), QStringLiteral("RegisterEvent"));
-    message << QStringLiteral("object:children-changed") << QStringList() << QString();
-    _bus.call(message, QDBus::Block, timeoutMs);
+    auto m = methodCall(registryService, "/org/a11y/atspi/registry", "org.a11y.atspi.Registry",
+                        "RegisterEvent", {std::string("object:children-changed")});
+    // The two arguments after the event: no properties wanted, and every application.
+    DBusMessageIter i;
+    dbus_message_iter_init_append(m.get(), &i);
+    DBusMessageIter properties;
+    dbus_message_iter_open_container(&i, DBUS_TYPE_ARRAY, DBUS_TYPE_STRING_AS_STRING, &properties);
+    dbus_message_iter_close_container(&i, &properties);
+    const char *anyApplication = "";
+    dbus_message_iter_append_basic(&i, DBUS_TYPE_STRING, &anyApplication);
+    send(_bus, m, timeoutMs).reply();
 }
 
 bool AtspiBus::enableAccessibility(int timeoutMs) const
 {
-    auto message = QDBusMessage::createMethodCall(
-        QStringLiteral("org.a11y.Bus"), QStringLiteral("/org/a11y/bus"),
-        QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Set"));
-    message << QStringLiteral("org.a11y.Status") << QStringLiteral("IsEnabled")
-            << QVariant::fromValue(QDBusVariant(true));
-    return _session.call(message, QDBus::Block, timeoutMs).type() == QDBusMessage::ReplyMessage;
+    auto m = methodCall("org.a11y.Bus", "/org/a11y/bus", DBUS_INTERFACE_PROPERTIES, "Set",
+                        {std::string("org.a11y.Status"), std::string("IsEnabled")});
+    DBusMessageIter i;
+    dbus_message_iter_init_append(m.get(), &i);
+    DBusMessageIter value;
+    dbus_message_iter_open_container(&i, DBUS_TYPE_VARIANT, DBUS_TYPE_BOOLEAN_AS_STRING, &value);
+    const dbus_bool_t on = true;
+    dbus_message_iter_append_basic(&value, DBUS_TYPE_BOOLEAN, &on);
+    dbus_message_iter_close_container(&i, &value);
+    auto reply = callAndWait(_session, m, timeoutMs);
+    return reply && dbus_message_get_type(reply.get()) == DBUS_MESSAGE_TYPE_METHOD_RETURN;
 }
 
 } // namespace tarnvik::linux

@@ -1,14 +1,11 @@
 #pragma once
 
-#include "platform/linux/AtspiWire.h"
-
-#include <QDBusConnection>
-#include <QDBusPendingCall>
-#include <QVariantList>
+#include "platform/linux/DBusMessages.h"
 
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <sys/types.h>
 #include <unordered_map>
 #include <vector>
@@ -23,8 +20,33 @@ inline constexpr const char *collectionInterface = "org.a11y.atspi.Collection";
 inline constexpr const char *applicationInterface = "org.a11y.atspi.Application";
 inline constexpr const char *rootPath = "/org/a11y/atspi/accessible/root";
 
-// The session's accessibility bus: calls with a time-out of their own, never blocking on a
-// reply unless the caller waits for it.
+// A call on its way: sent at once, its answer awaited only when asked for, so that calls made
+// one after the other travel together.
+class PendingCall
+{
+public:
+    PendingCall() = default;
+    PendingCall(DBusConnection *connection, std::mutex *waiting, DBusPendingCall *pending);
+    PendingCall(PendingCall &&other) noexcept;
+    PendingCall &operator=(PendingCall &&other) noexcept;
+    ~PendingCall();
+
+    // The answer, or an error message: a time-out answers "org.freedesktop.DBus.Error.NoReply".
+    // Nothing when the call could not be sent at all.
+    DBusMessage *reply();
+    bool isError();
+    std::string errorName();
+
+private:
+    DBusConnection *_connection = nullptr;
+    // One thread at a time waits on a connection: it reads the others' answers too, while
+    // libdbus leaves a second waiter sleeping until its time-out.
+    std::mutex *_waiting = nullptr;
+    DBusPendingCall *_pending = nullptr;
+    Message _reply;
+};
+
+// The session's accessibility bus, and the private sockets of the applications on it.
 class AtspiBus
 {
 public:
@@ -32,14 +54,14 @@ public:
     static std::unique_ptr<AtspiBus> connect();
     ~AtspiBus();
 
-    QDBusPendingCall call(const ObjectRef &object, const char *interface, const char *method,
-                          const QVariantList &arguments, int timeoutMs) const;
-    QDBusPendingCall property(const ObjectRef &object, const char *interface, const char *name,
-                              int timeoutMs) const;
+    PendingCall call(const ObjectRef &object, const char *interface, const char *method,
+                     const std::vector<Argument> &arguments, int timeoutMs) const;
+    PendingCall property(const ObjectRef &object, const char *interface, const char *name,
+                         int timeoutMs) const;
 
     // The applications registered on the bus.
     std::vector<ObjectRef> applications(int timeoutMs) const;
-    std::optional<pid_t> processOf(const QString &service, int timeoutMs);
+    std::optional<pid_t> processOf(const std::string &service, int timeoutMs);
     // Makes the toolkits that keep their cache interface to themselves until someone listens
     // publish it.
     void listenForChildrenChanges(int timeoutMs) const;
@@ -47,12 +69,19 @@ public:
     bool enableAccessibility(int timeoutMs) const;
 
 private:
-    AtspiBus(QDBusConnection session, QDBusConnection bus);
+    AtspiBus(DBusConnection *session, DBusConnection *bus);
 
-    QDBusConnection _session;
-    QDBusConnection _bus;
-    std::mutex _mutex;
-    std::unordered_map<QString, pid_t> _processes;
+    // The application's own socket where its toolkit offers one: calls on it skip the bus
+    // daemon. Asked once per application.
+    DBusConnection *connectionFor(const std::string &service) const;
+    PendingCall send(DBusConnection *connection, const Message &message, int timeoutMs) const;
+
+    DBusConnection *_session;
+    DBusConnection *_bus;
+    mutable std::mutex _mutex;
+    std::unordered_map<std::string, pid_t> _processes;
+    mutable std::unordered_map<std::string, DBusConnection *> _peers;
+    mutable std::unordered_map<DBusConnection *, std::unique_ptr<std::mutex>> _waiting;
 };
 
 } // namespace tarnvik::linux

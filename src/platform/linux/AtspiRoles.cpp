@@ -1,8 +1,7 @@
 #include "platform/linux/AtspiRoles.h"
 
-#include <QStringList>
-
 #include <array>
+#include <cctype>
 #include <string_view>
 
 namespace tarnvik::linux {
@@ -11,39 +10,155 @@ namespace {
 
 // "AX" and the camel-cased name of every AT-SPI role, by number.
 constexpr std::array<std::string_view, 130> genericNames = {
-    "AXInvalid", "AXAcceleratorLabel", "AXAlert", "AXAnimation", "AXArrow", "AXCalendar",
-    "AXCanvas", "AXCheckBox", "AXCheckMenuItem", "AXColorChooser", "AXColumnHeader", "AXComboBox",
-    "AXDateEditor", "AXDesktopIcon", "AXDesktopFrame", "AXDial", "AXDialog", "AXDirectoryPane",
-    "AXDrawingArea", "AXFileChooser", "AXFiller", "AXFocusTraversable", "AXFontChooser", "AXFrame",
-    "AXGlassPane", "AXHtmlContainer", "AXIcon", "AXImage", "AXInternalFrame", "AXLabel",
-    "AXLayeredPane", "AXList", "AXListItem", "AXMenu", "AXMenuBar", "AXMenuItem", "AXOptionPane",
-    "AXPageTab", "AXPageTabList", "AXPanel", "AXPasswordText", "AXPopupMenu", "AXProgressBar",
-    "AXPushButton", "AXRadioButton", "AXRadioMenuItem", "AXRootPane", "AXRowHeader", "AXScrollBar",
-    "AXScrollPane", "AXSeparator", "AXSlider", "AXSpinButton", "AXSplitPane", "AXStatusBar",
-    "AXTable", "AXTableCell", "AXTableColumnHeader", "AXTableRowHeader", "AXTearoffMenuItem",
-    "AXTerminal", "AXText", "AXToggleButton", "AXToolBar", "AXToolTip", "AXTree", "AXTreeTable",
-    "AXUnknown", "AXViewport", "AXWindow", "AXExtended", "AXHeader", "AXFooter", "AXParagraph",
-    "AXRuler", "AXApplication", "AXAutocomplete", "AXEditbar", "AXEmbedded", "AXEntry", "AXChart",
-    "AXCaption", "AXDocumentFrame", "AXHeading", "AXPage", "AXSection", "AXRedundantObject",
-    "AXForm", "AXLink", "AXInputMethodWindow", "AXTableRow", "AXTreeItem", "AXDocumentSpreadsheet",
-    "AXDocumentPresentation", "AXDocumentText", "AXDocumentWeb", "AXDocumentEmail", "AXComment",
-    "AXListBox", "AXGrouping", "AXImageMap", "AXNotification", "AXInfoBar", "AXLevelBar",
-    "AXTitleBar", "AXBlockQuote", "AXAudio", "AXVideo", "AXDefinition", "AXArticle", "AXLandmark",
-    "AXLog", "AXMarquee", "AXMath", "AXRating", "AXTimer", "AXStatic", "AXMathFraction",
-    "AXMathRoot", "AXSubscript", "AXSuperscript", "AXDescriptionList", "AXDescriptionTerm",
-    "AXDescriptionValue", "AXFootnote", "AXContentDeletion", "AXContentInsertion", "AXMark",
-    "AXSuggestion", "AXPushButtonMenu",
+    "AXInvalid",
+    "AXAcceleratorLabel",
+    "AXAlert",
+    "AXAnimation",
+    "AXArrow",
+    "AXCalendar",
+    "AXCanvas",
+    "AXCheckBox",
+    "AXCheckMenuItem",
+    "AXColorChooser",
+    "AXColumnHeader",
+    "AXComboBox",
+    "AXDateEditor",
+    "AXDesktopIcon",
+    "AXDesktopFrame",
+    "AXDial",
+    "AXDialog",
+    "AXDirectoryPane",
+    "AXDrawingArea",
+    "AXFileChooser",
+    "AXFiller",
+    "AXFocusTraversable",
+    "AXFontChooser",
+    "AXFrame",
+    "AXGlassPane",
+    "AXHtmlContainer",
+    "AXIcon",
+    "AXImage",
+    "AXInternalFrame",
+    "AXLabel",
+    "AXLayeredPane",
+    "AXList",
+    "AXListItem",
+    "AXMenu",
+    "AXMenuBar",
+    "AXMenuItem",
+    "AXOptionPane",
+    "AXPageTab",
+    "AXPageTabList",
+    "AXPanel",
+    "AXPasswordText",
+    "AXPopupMenu",
+    "AXProgressBar",
+    "AXPushButton",
+    "AXRadioButton",
+    "AXRadioMenuItem",
+    "AXRootPane",
+    "AXRowHeader",
+    "AXScrollBar",
+    "AXScrollPane",
+    "AXSeparator",
+    "AXSlider",
+    "AXSpinButton",
+    "AXSplitPane",
+    "AXStatusBar",
+    "AXTable",
+    "AXTableCell",
+    "AXTableColumnHeader",
+    "AXTableRowHeader",
+    "AXTearoffMenuItem",
+    "AXTerminal",
+    "AXText",
+    "AXToggleButton",
+    "AXToolBar",
+    "AXToolTip",
+    "AXTree",
+    "AXTreeTable",
+    "AXUnknown",
+    "AXViewport",
+    "AXWindow",
+    "AXExtended",
+    "AXHeader",
+    "AXFooter",
+    "AXParagraph",
+    "AXRuler",
+    "AXApplication",
+    "AXAutocomplete",
+    "AXEditbar",
+    "AXEmbedded",
+    "AXEntry",
+    "AXChart",
+    "AXCaption",
+    "AXDocumentFrame",
+    "AXHeading",
+    "AXPage",
+    "AXSection",
+    "AXRedundantObject",
+    "AXForm",
+    "AXLink",
+    "AXInputMethodWindow",
+    "AXTableRow",
+    "AXTreeItem",
+    "AXDocumentSpreadsheet",
+    "AXDocumentPresentation",
+    "AXDocumentText",
+    "AXDocumentWeb",
+    "AXDocumentEmail",
+    "AXComment",
+    "AXListBox",
+    "AXGrouping",
+    "AXImageMap",
+    "AXNotification",
+    "AXInfoBar",
+    "AXLevelBar",
+    "AXTitleBar",
+    "AXBlockQuote",
+    "AXAudio",
+    "AXVideo",
+    "AXDefinition",
+    "AXArticle",
+    "AXLandmark",
+    "AXLog",
+    "AXMarquee",
+    "AXMath",
+    "AXRating",
+    "AXTimer",
+    "AXStatic",
+    "AXMathFraction",
+    "AXMathRoot",
+    "AXSubscript",
+    "AXSuperscript",
+    "AXDescriptionList",
+    "AXDescriptionTerm",
+    "AXDescriptionValue",
+    "AXFootnote",
+    "AXContentDeletion",
+    "AXContentInsertion",
+    "AXMark",
+    "AXSuggestion",
+    "AXPushButtonMenu",
 };
 
-std::optional<std::string> landmarkSubrole(const QString &xmlRoles)
+std::optional<std::string> landmarkSubrole(const std::string &xmlRoles)
 {
-    if (xmlRoles.contains(QLatin1String("main")))
-        return "AXLandmarkMain";
-    if (xmlRoles.contains(QLatin1String("navigation")))
-        return "AXLandmarkNavigation";
-    if (xmlRoles.contains(QLatin1String("complementary")))
-        return "AXLandmarkComplementary";
+    for (const char *landmark : {"main", "navigation", "complementary"}) {
+        if (xmlRoles.find(landmark) != std::string::npos) {
+            std::string subrole = std::string("AXLandmark") + landmark;
+            subrole[10] = static_cast<char>(std::toupper(static_cast<unsigned char>(subrole[10])));
+            return subrole;
+        }
+    }
     return std::nullopt;
+}
+
+std::string lower(std::string s)
+{
+    for (auto &c : s)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return s;
 }
 
 } // namespace
@@ -164,29 +279,27 @@ bool isWindowRole(std::uint32_t atspiRole)
         || atspiRole == role::Alert;
 }
 
-std::string axActionName(const QString &atspiName)
+std::string axActionName(const std::string &atspiName)
 {
-    static const QStringList press = {QStringLiteral("click"),  QStringLiteral("press"),
-                                      QStringLiteral("activate"), QStringLiteral("jump"),
-                                      QStringLiteral("toggle"), QStringLiteral("doDefault")};
-    if (press.contains(atspiName, Qt::CaseInsensitive))
-        return "AXPress";
-    if (atspiName.compare(QLatin1String("showmenu"), Qt::CaseInsensitive) == 0
-        || atspiName.compare(QLatin1String("menu"), Qt::CaseInsensitive) == 0)
+    const std::string name = lower(atspiName);
+    for (const char *press : {"click", "press", "activate", "jump", "toggle", "dodefault"}) {
+        if (name == press)
+            return "AXPress";
+    }
+    if (name == "showmenu" || name == "menu")
         return "AXShowMenu";
-    return atspiName.toStdString();
+    return atspiName;
 }
 
-QString withoutMnemonic(const QString &name)
+std::string withoutMnemonic(const std::string &name)
 {
-    if (!name.contains(u'_'))
+    if (name.find('_') == std::string::npos)
         return name;
-    QString result;
+    std::string result;
     result.reserve(name.size());
-    for (qsizetype i = 0; i < name.size(); ++i) {
-        if (name[i] == u'_' && i + 1 < name.size()) {
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        if (name[i] == '_' && i + 1 < name.size())
             ++i; // "__" stands for one underscore, "_x" for a mnemonic x
-        }
         result += name[i];
     }
     return result;

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <QString>
-
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -100,7 +98,7 @@ struct RoleContext
     std::optional<std::uint32_t> parentRole;
     bool hasEntryChild = false;
     // The "xml-roles" attribute of web content, for landmarks.
-    QString xmlRoles;
+    std::string xmlRoles;
 };
 
 struct AxRole
@@ -120,9 +118,9 @@ bool isWindowRole(std::uint32_t atspiRole);
 
 // The action vocabulary: "click", "press", "activate", "jump", "toggle" and "doDefault" are
 // "AXPress", "showmenu" and "menu" are "AXShowMenu"; any other name stays as it is.
-std::string axActionName(const QString &atspiName);
+std::string axActionName(const std::string &atspiName);
 
 // GTK 4 marks mnemonics in names ("Page _1"); the name a person reads has no underscore.
-QString withoutMnemonic(const QString &name);
+std::string withoutMnemonic(const std::string &name);
 
 } // namespace tarnvik::linux

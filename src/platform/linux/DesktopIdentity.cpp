@@ -29,7 +29,7 @@ std::optional<DesktopEntry> findDesktopEntry(const std::string &id)
         return std::nullopt;
     QSettings entry(file, QSettings::IniFormat);
     entry.beginGroup(QStringLiteral("Desktop Entry"));
-    DesktopEntry found{file.toStdString(), std::nullopt, std::nullopt};
+    DesktopEntry found {file.toStdString(), std::nullopt, std::nullopt};
     if (const QString name = entry.value(QStringLiteral("Name")).toString(); !name.isEmpty())
         found.name = name.toStdString();
     if (const QString icon = entry.value(QStringLiteral("Icon")).toString(); !icon.isEmpty())

@@ -2,13 +2,13 @@
 
 #include "platform/linux/DesktopIdentity.h"
 
-#include <xcb/randr.h>
-#include <xcb/xcb.h>
-
 #include <cstdlib>
+#include <cstring>
 #include <map>
 #include <mutex>
 #include <unistd.h>
+#include <xcb/randr.h>
+#include <xcb/xcb.h>
 
 namespace tarnvik::linux {
 
@@ -29,7 +29,8 @@ using Reply = std::unique_ptr<T, FreeDeleter<T>>;
 class X11Desktop::Connection
 {
 public:
-    explicit Connection(xcb_connection_t *c) : connection(c)
+    explicit Connection(xcb_connection_t *c)
+        : connection(c)
     {
         root = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
     }
@@ -43,7 +44,7 @@ public:
             connection,
             xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(std::strlen(name)), name),
             nullptr));
-        const xcb_atom_t a = reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+        const xcb_atom_t a = reply ? reply->atom : xcb_atom_t {XCB_ATOM_NONE};
         atoms[name] = a;
         return a;
     }
@@ -52,8 +53,7 @@ public:
                                              std::uint32_t length = 1024)
     {
         return Reply<xcb_get_property_reply_t>(xcb_get_property_reply(
-            connection, xcb_get_property(connection, 0, w, atom(name), type, 0, length),
-            nullptr));
+            connection, xcb_get_property(connection, 0, w, atom(name), type, 0, length), nullptr));
     }
 
     std::vector<xcb_window_t> windows(const char *name)
@@ -79,7 +79,8 @@ public:
         if (!reply)
             return {};
         const auto *data = static_cast<const char *>(xcb_get_property_value(reply.get()));
-        return std::string(data, static_cast<std::size_t>(xcb_get_property_value_length(reply.get())));
+        return std::string(data,
+                           static_cast<std::size_t>(xcb_get_property_value_length(reply.get())));
     }
 
     std::string title(xcb_window_t w)
@@ -148,7 +149,9 @@ std::unique_ptr<X11Desktop> X11Desktop::connect()
     return std::unique_ptr<X11Desktop>(new X11Desktop(std::make_unique<Connection>(c)));
 }
 
-X11Desktop::X11Desktop(std::unique_ptr<Connection> connection) : _x(std::move(connection)) { }
+X11Desktop::X11Desktop(std::unique_ptr<Connection> connection)
+    : _x(std::move(connection))
+{ }
 X11Desktop::~X11Desktop() = default;
 
 void X11Desktop::setMenubarFrame(std::function<std::optional<CGRect>()> frame)
@@ -165,8 +168,7 @@ std::vector<ClientWindow> X11Desktop::clientWindows(pid_t pid)
         if (_x->cardinal(w, "_NET_WM_PID") != std::optional(static_cast<std::uint32_t>(pid)))
             continue;
         if (auto frame = _x->frame(w))
-            result.push_back(ClientWindow{QString::fromStdString(_x->title(w)), *frame,
-                                          active == std::optional(w)});
+            result.push_back(ClientWindow {_x->title(w), *frame, active == std::optional(w)});
     }
     return result;
 }
@@ -221,7 +223,7 @@ ValueArray X11Desktop::onScreenWindowInfo()
         bounds.insert("Height", frame.size.height);
         ValueDictionary info;
         info.insert(kCGWindowBounds, std::move(bounds));
-        info.insert(kCGWindowLayer, std::int64_t{0});
+        info.insert(kCGWindowLayer, std::int64_t {0});
         info.insert(kCGWindowOwnerPID, pid);
         info.insert(kCGWindowOwnerName, owner);
         info.insert(kCGWindowName, name);
@@ -241,8 +243,8 @@ ValueArray X11Desktop::onScreenWindowInfo()
         if (!frame || !pid)
             continue;
         const auto id = _x->identity(*it);
-        list.push_back(entry(*frame, *pid, id.wmClass.empty() ? id.wmInstance : id.wmClass,
-                             _x->title(*it)));
+        list.push_back(
+            entry(*frame, *pid, id.wmClass.empty() ? id.wmInstance : id.wmClass, _x->title(*it)));
     }
     return list;
 }
@@ -256,8 +258,7 @@ std::vector<Screen> X11Desktop::screens()
     if (reply) {
         for (auto it = xcb_randr_get_monitors_monitors_iterator(reply.get()); it.rem;
              xcb_randr_monitor_info_next(&it)) {
-            monitors.push_back(
-                makeRect(it.data->x, it.data->y, it.data->width, it.data->height));
+            monitors.push_back(makeRect(it.data->x, it.data->y, it.data->width, it.data->height));
             if (it.data->primary)
                 std::swap(monitors.front(), monitors.back());
         }
@@ -270,7 +271,7 @@ std::vector<Screen> X11Desktop::screens()
     const double height = monitors.empty() ? 0 : monitors.front().size.height;
     for (const auto &m : monitors) {
         const CGRect frame = flippedRect(m, height);
-        result.push_back(Screen{frame, frame, 1.0, 1.0 / 60});
+        result.push_back(Screen {frame, frame, 1.0, 1.0 / 60});
     }
     return result;
 }

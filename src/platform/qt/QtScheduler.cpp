@@ -8,7 +8,9 @@
 
 namespace tarnvik {
 
-QtScheduler::QtScheduler() : _context(std::make_unique<QObject>()) { }
+QtScheduler::QtScheduler()
+    : _context(std::make_unique<QObject>())
+{ }
 
 QtScheduler::~QtScheduler() = default;
 
