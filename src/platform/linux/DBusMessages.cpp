@@ -7,8 +7,7 @@ namespace {
 void appendInts(DBusMessageIter &parent, const std::vector<std::int32_t> &values)
 {
     DBusMessageIter array;
-    dbus_message_iter_open_container(&parent, DBUS_TYPE_ARRAY, DBUS_TYPE_INT32_AS_STRING,
-                                     &array);
+    dbus_message_iter_open_container(&parent, DBUS_TYPE_ARRAY, DBUS_TYPE_INT32_AS_STRING, &array);
     for (std::int32_t v : values)
         dbus_message_iter_append_basic(&array, DBUS_TYPE_INT32, &v);
     dbus_message_iter_close_container(&parent, &array);
@@ -74,7 +73,7 @@ std::optional<T> basic(DBusMessageIter &i, int type)
 {
     if (dbus_message_iter_get_arg_type(&i) != type)
         return std::nullopt;
-    T value{};
+    T value {};
     dbus_message_iter_get_basic(&i, &value);
     return value;
 }
@@ -100,7 +99,7 @@ std::optional<ObjectRef> object(DBusMessageIter &i)
     auto path = text(s);
     if (!service || !path)
         return std::nullopt;
-    return ObjectRef{std::move(*service), std::move(*path)};
+    return ObjectRef {std::move(*service), std::move(*path)};
 }
 
 // Calls `each` with an iterator at every element of the array at `i`.
@@ -231,7 +230,7 @@ std::optional<Extents> readExtents(DBusMessage *m)
         field = *n;
         dbus_message_iter_next(&s);
     }
-    return Extents{v[0], v[1], v[2], v[3]};
+    return Extents {v[0], v[1], v[2], v[3]};
 }
 
 std::optional<std::vector<std::uint32_t>> readUints(DBusMessage *m)
@@ -294,9 +293,9 @@ std::optional<std::vector<CacheItem>> readCacheItems(DBusMessage *m)
         if (!objectRef || !parent || !index || !children || !interfaces || !name || !role
             || !description || !states)
             return false;
-        items.push_back(CacheItem{std::move(*objectRef), std::move(*parent), *index, *children,
-                                  std::move(*interfaces), std::move(*name), *role,
-                                  std::move(*description), std::move(*states)});
+        items.push_back(CacheItem {std::move(*objectRef), std::move(*parent), *index, *children,
+                                   std::move(*interfaces), std::move(*name), *role,
+                                   std::move(*description), std::move(*states)});
         return true;
     });
     return ok ? std::optional(items) : std::nullopt;

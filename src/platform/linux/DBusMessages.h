@@ -3,9 +3,8 @@
 // The AT-SPI types as they travel on D-Bus, and the reading and writing of messages with
 // libdbus. Only the Linux backend includes this.
 
-#include <dbus/dbus.h>
-
 #include <cstdint>
+#include <dbus/dbus.h>
 #include <map>
 #include <memory>
 #include <optional>

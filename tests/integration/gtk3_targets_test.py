@@ -1,0 +1,194 @@
+#!/usr/bin/env python3
+"""tarnvik targets against gtk3-widget-factory on the virtual desktop, checked against what
+the application itself reports through AT-SPI."""
+
+import json
+import os
+import signal
+import subprocess
+import time
+import unittest
+
+import pyatspi
+
+TARNVIK = os.environ["TARNVIK"]
+CONTROLS = {
+    pyatspi.ROLE_PUSH_BUTTON, pyatspi.ROLE_TOGGLE_BUTTON, pyatspi.ROLE_CHECK_BOX,
+    pyatspi.ROLE_RADIO_BUTTON, pyatspi.ROLE_PAGE_TAB, pyatspi.ROLE_COMBO_BOX,
+    pyatspi.ROLE_ENTRY,
+}
+# Containers whose frame cuts what lies inside it.
+CLIPPING = {pyatspi.ROLE_SCROLL_PANE, pyatspi.ROLE_VIEWPORT, pyatspi.ROLE_FRAME}
+
+
+def poll(what, condition, seconds=20):
+    deadline = time.monotonic() + seconds
+    while time.monotonic() < deadline:
+        result = condition()
+        if result:
+            return result
+        time.sleep(0.1)
+    raise AssertionError(f"gave up waiting for {what}")
+
+
+def targets(*arguments):
+    run = subprocess.run([TARNVIK, "targets", "--json", *arguments], capture_output=True,
+                         text=True, timeout=30)
+    assert run.returncode == 0, run.stderr
+    return json.loads(run.stdout)
+
+
+def rect(extents):
+    return (extents.x, extents.y, extents.width, extents.height)
+
+
+def intersect(a, b):
+    x, y = max(a[0], b[0]), max(a[1], b[1])
+    right, bottom = min(a[0] + a[2], b[0] + b[2]), min(a[1] + a[3], b[1] + b[3])
+    return (x, y, right - x, bottom - y) if right > x and bottom > y else None
+
+
+def is_control(accessible, states):
+    role = accessible.getRole()
+    if role == pyatspi.ROLE_TEXT:
+        return states.contains(pyatspi.STATE_EDITABLE) and states.contains(
+            pyatspi.STATE_SINGLE_LINE)
+    return role in CONTROLS
+
+
+def controls(window):
+    """The controls of the window, each with its frame and whether a person can see it. The
+    parts of a combo box count as the combo box."""
+    found = []
+
+    def visit(accessible, clip, showing):
+        states = accessible.getState()
+        showing = showing and states.contains(pyatspi.STATE_SHOWING)
+        frame = rect(accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS))
+        if accessible.getRole() in CLIPPING:
+            clip = intersect(clip, frame) if clip else None
+        if is_control(accessible, states):
+            visible = showing and clip is not None and intersect(clip, frame) is not None
+            found.append((accessible, frame, visible))
+            if accessible.getRole() == pyatspi.ROLE_COMBO_BOX:
+                return
+        for child in accessible:
+            if child is not None:
+                visit(child, clip, showing)
+
+    visit(window, rect(window.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)), True)
+    return found
+
+
+def path_at(window, x, y):
+    """The objects a hit test passes through, from the window down to the deepest."""
+    path = [window]
+    for _ in range(64):
+        below = path[-1].queryComponent().getAccessibleAtPoint(x, y, pyatspi.DESKTOP_COORDS)
+        if below is None or below == path[-1]:
+            break
+        path.append(below)
+    return path
+
+
+class Gtk3WidgetFactory(unittest.TestCase):
+    maxDiff = None
+
+    def setUp(self):
+        self.app = subprocess.Popen(["gtk3-widget-factory"], stdout=subprocess.DEVNULL,
+                                    stderr=subprocess.DEVNULL)
+        self.addCleanup(self.stop_app)
+        poll("its window in front", lambda: self.activate(self.app.pid))
+
+        def application():
+            for candidate in pyatspi.Registry.getDesktop(0):
+                if candidate is not None and candidate.get_process_id() == self.app.pid:
+                    return candidate
+            return None
+
+        self.application = poll("the application on the accessibility bus", application)
+        self.window = poll("its window", lambda: next(
+            (w for w in self.application
+             if w is not None and w.getState().contains(pyatspi.STATE_ACTIVE)), None))
+
+    @staticmethod
+    def activate(pid):
+        """True once a window of the process is the active one; asks for that otherwise."""
+        def prop(window, name):
+            return subprocess.run(["xprop"] + (["-id", window] if window else ["-root"]) + [name],
+                                  capture_output=True, text=True).stdout
+        active = prop(None, "_NET_ACTIVE_WINDOW").split()[-1]
+        if active.startswith("0x") and prop(active, "_NET_WM_PID").endswith(f"= {pid}\n"):
+            return True
+        managed = prop(None, "_NET_CLIENT_LIST").split("#")[-1].replace(",", " ").split()
+        for window in managed:
+            if prop(window, "_NET_WM_PID").endswith(f"= {pid}\n"):
+                subprocess.run(["xdotool", "windowactivate", window], capture_output=True)
+        return False
+
+    def stop_app(self):
+        os.kill(self.app.pid, signal.SIGCONT)
+        self.app.kill()
+        self.app.wait()
+
+    def test_every_visible_control_is_a_target_and_no_hidden_one_is(self):
+        found = targets()
+        frames = {tuple(t["frame"]) for t in found["targets"]}
+        all_controls = controls(self.window)
+        visible = [(a, f) for a, f, shown in all_controls if shown]
+        self.assertGreater(len(visible), 40, "the first page shows many controls")
+        missing = [(a.getRoleName(), a.name, f) for a, f in visible if f not in frames]
+        self.assertEqual(missing, [])
+
+        visible_frames = {f for _, f in visible}
+        hidden = [(a.getRoleName(), a.name, f) for a, f, shown in all_controls
+                  if not shown and f not in visible_frames and f[2] > 0 and f[3] > 0]
+        self.assertGreater(len(hidden), 10, "the other pages hold controls too")
+        labelled = [h for h in hidden if h[2] in frames]
+        self.assertEqual(labelled, [])
+
+    def test_a_click_at_each_target_lands_on_it(self):
+        wrong = []
+        for target in targets()["targets"]:
+            x, y, w, h = target["frame"]
+            path = path_at(self.window, x + w // 2, y + h // 2)
+            frames = [rect(a.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)) for a in path]
+            if tuple(target["frame"]) in frames:
+                continue
+            # GTK's tree view answers hit tests with its cells only, never its column headers:
+            # the test lands on the table that holds the header.
+            if target["role"] == "AXTableColumnHeader" and path[-1].getRole() in (
+                    pyatspi.ROLE_TABLE, pyatspi.ROLE_TREE_TABLE):
+                continue
+            wrong.append((target["label"], target["role"], target["frame"],
+                          path[-1].getRoleName()))
+        self.assertEqual(wrong, [])
+
+    def test_search_mode_reads_titles(self):
+        found = targets("--search", "check")
+        titles = [t["title"] for t in found["targets"]]
+        self.assertTrue(titles)
+        self.assertTrue(all("check" in (t or "").lower() or r == "AXCheckBox"
+                            for t, r in zip(titles, (t["role"] for t in found["targets"]))))
+
+    def test_a_stopped_application_does_not_hold_tarnvik(self):
+        os.kill(self.app.pid, signal.SIGSTOP)
+        start = time.monotonic()
+        run = subprocess.run([TARNVIK, "targets", "--json"], capture_output=True, text=True,
+                             timeout=30)
+        elapsed = time.monotonic() - start
+        # The bound is generous against a loaded machine; docs/performance.md has the figure.
+        self.assertLess(elapsed, 2.5)
+        self.assertIn(run.returncode, (0, 1), run.stderr)
+
+    def test_an_application_that_quits_while_read_costs_no_crash(self):
+        reader = subprocess.Popen([TARNVIK, "targets", "--repeat", "100"],
+                                  stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
+        time.sleep(0.3)
+        self.app.kill()
+        _, errors = reader.communicate(timeout=60)
+        self.assertIn(reader.returncode, (0, 1), errors)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
