@@ -101,6 +101,8 @@ struct Node
     std::optional<std::map<std::string, std::string>> attributes;
     std::optional<std::string> id;
     std::optional<std::vector<std::string>> interfaces;
+    // What a look-ahead has already read of everything showing below this object.
+    unsigned subtreeFetched = 0;
 
     bool implements(const char *interface) const
     {
@@ -148,7 +150,7 @@ unsigned needsOf(const std::string &attribute)
         {NSAccessibilityDescriptionAttribute, NDescription},
         {NSAccessibilityValueAttribute, NRole | NStates | NContext | NText},
         {NSAccessibilityPlaceholderValueAttribute, NRole | NStates | NContext | NAttributes},
-        {NSAccessibilityIdentifierAttribute, NId},
+        {NSAccessibilityIdentifierAttribute, NRole | NStates | NContext | NId},
         {NSAccessibilityEnabledAttribute, NStates},
         {NSAccessibilityChildrenAttribute, NChildren},
         {NSAccessibilityVisibleChildrenAttribute, NChildren | NChildStates},
@@ -303,7 +305,15 @@ public:
                                std::size_t max)
     {
         std::unordered_set<std::string> seen;
-        std::vector<ObjectRef> level = objects;
+        std::vector<ObjectRef> level;
+        {
+            std::lock_guard lock(mutex);
+            for (const auto &o : objects) {
+                if ((nodes[keyOf(o)].subtreeFetched & needs) != needs)
+                    level.push_back(o);
+            }
+        }
+        std::vector<ObjectRef> visited;
         std::size_t total = 0;
         while (!level.empty() && total < max) {
             ensure(level, needs | NStates);
@@ -331,8 +341,14 @@ public:
                 }
             }
             total += level.size();
+            visited.insert(visited.end(), level.begin(), level.end());
             level = std::move(next);
         }
+        if (!level.empty())
+            return; // cut short: what lies deeper is read when it is asked for
+        std::lock_guard lock(mutex);
+        for (const auto &o : visited)
+            nodes[keyOf(o)].subtreeFetched |= needs;
     }
 
     std::mutex mutex;
@@ -353,8 +369,7 @@ private:
         if (n.gone)
             return;
         unsigned own = needs
-            & (NRole | NStates | NName | NDescription | NParent | NChildren | NExtents | NActions
-               | NId);
+            & (NRole | NStates | NName | NDescription | NParent | NChildren | NExtents | NActions);
         if (n.role && (needs & NContext)) {
             if (needsParentRole(*n.role))
                 own |= NParent;
@@ -364,13 +379,18 @@ private:
                 own |= NAttributes;
         }
         const bool roleKnown = n.role && n.states;
-        if (roleKnown && (needs & (NText | NAttributes))) {
+        if (roleKnown && (needs & (NText | NAttributes | NId))) {
             RoleContext c {*n.role, *n.states, {}, true, {}};
-            if (isTextRole(axRoleOf(c).role)) {
+            const std::string axRole = axRoleOf(c).role;
+            if (isTextRole(axRole)) {
                 if (n.implements(textInterface))
                     own |= needs & NText;
                 own |= needs & NAttributes;
             }
+            // The identifier matters only to the rule for a browser's address field; reading
+            // it of every element would cost a third of a window's calls.
+            if (axRole == "AXTextField")
+                own |= needs & NId;
         }
         const unsigned missing = own & ~n.fetched;
         if (missing)
