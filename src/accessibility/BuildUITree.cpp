@@ -182,8 +182,13 @@ std::shared_ptr<UITree> BuildUITree::buildMenubar(const AXUIElement &app)
     auto root = makeElement(*menubarRef.value());
     if (!root)
         return nullptr;
-    auto items =
-        elementsAttribute(_platform.ax, NSAccessibilityVisibleChildrenAttribute, *root->ref);
+    return flatTree(root, NSAccessibilityVisibleChildrenAttribute);
+}
+
+std::shared_ptr<UITree> BuildUITree::flatTree(const UIElementPtr &root,
+                                              const char *childrenAttribute)
+{
+    auto items = elementsAttribute(_platform.ax, childrenAttribute, *root->ref);
     if (!items.ok() || !items.value())
         return nullptr;
     UIElement::prefetch(_platform.ax, *items.value(), fetchSearchAttributes);
@@ -215,16 +220,7 @@ std::shared_ptr<UITree> BuildUITree::buildDock()
     }
     if (!list)
         return nullptr;
-    auto items = elementsAttribute(_platform.ax, NSAccessibilityChildrenAttribute, *list->ref);
-    if (!items.ok() || !items.value())
-        return nullptr;
-    UIElement::prefetch(_platform.ax, *items.value(), fetchSearchAttributes);
-    auto tree = UITree::make(list);
-    for (const auto &ref : *items.value()) {
-        if (auto item = makeElement(ref))
-            tree->add(item, list->id);
-    }
-    return tree;
+    return flatTree(list, NSAccessibilityChildrenAttribute);
 }
 
 std::vector<std::shared_ptr<UITree>> BuildUITree::buildMenubarExtras(const UIElement &menubar)

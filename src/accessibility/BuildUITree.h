@@ -59,6 +59,8 @@ public:
 
 private:
     UIElementPtr makeElement(const AXUIElement &ref) const;
+    // A root and its items one level below it, as the menu bar and the Dock are read.
+    std::shared_ptr<UITree> flatTree(const UIElementPtr &root, const char *childrenAttribute);
     void noteAddressField(UIElement &element, const RunningApplication &app);
     bool shouldReadByPredicate(const UIElement &element, const RunningApplication &app) const;
     void addAll(UITree &tree, const std::vector<UIElementPtr> &elements,

@@ -54,4 +54,8 @@ struct Value
     }
 };
 
+// The entries of an array value from `index` on, at most `maxValues` of them: the answer to a
+// read of part of an array attribute. IllegalArgument when the value is no array.
+AXResult<ValueArray> slice(const Value &array, long index, long maxValues);
+
 } // namespace tarnvik

@@ -2,6 +2,9 @@
 
 #include "platform/Value.h"
 
+#include <optional>
+#include <string>
+
 namespace tarnvik {
 
 inline constexpr const char *kCGWindowBounds = "kCGWindowBounds";
@@ -12,6 +15,10 @@ inline constexpr const char *kCGWindowName = "kCGWindowName";
 // The owner and name under which the menu bar appears in the list while it is on screen.
 inline constexpr const char *kMenubarOwnerName = "Window Server";
 inline constexpr const char *kMenubarWindowName = "Menubar";
+
+// One entry of the list, as a backend describes a window.
+Value windowInfo(CGRect frame, std::int64_t pid, const std::string &ownerName,
+                 const std::optional<std::string> &windowName, std::int64_t layer = 0);
 
 // The window server's list of on-screen windows, front to back. Each entry is a dictionary with
 // the kCGWindow keys above; "kCGWindowBounds" is itself a dictionary of "X", "Y", "Width",

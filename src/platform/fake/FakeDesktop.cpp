@@ -347,19 +347,7 @@ AXUIElement FakeDesktop::handle(pid_t pid, std::uint32_t index) const
 void FakeDesktop::addWindowInfo(CGRect frame, pid_t pid, const std::string &ownerName,
                                 std::optional<std::string> windowName, std::int64_t layer)
 {
-    ValueDictionary bounds;
-    bounds.insert("X", frame.origin.x);
-    bounds.insert("Y", frame.origin.y);
-    bounds.insert("Width", frame.size.width);
-    bounds.insert("Height", frame.size.height);
-    ValueDictionary info;
-    info.insert(kCGWindowBounds, std::move(bounds));
-    info.insert(kCGWindowLayer, layer);
-    info.insert(kCGWindowOwnerPID, std::int64_t {pid});
-    info.insert(kCGWindowOwnerName, ownerName);
-    if (windowName)
-        info.insert(kCGWindowName, *windowName);
-    addRawWindowInfo(std::move(info));
+    addRawWindowInfo(windowInfo(frame, pid, ownerName, windowName, layer));
 }
 
 void FakeDesktop::showMenubar(CGRect frame)
@@ -461,13 +449,7 @@ AXResult<ValueArray> FakeDesktop::copyAttributeValues(const AXUIElement &element
     auto v = attribute(*call.app, *call.node, name);
     if (!v.ok())
         return v.error();
-    const auto *array = v.value().get<ValueArray>();
-    if (!array || index < 0 || maxValues < 0)
-        return AXError::IllegalArgument;
-    const auto begin = std::min(array->size(), static_cast<std::size_t>(index));
-    const auto end = std::min(array->size(), begin + static_cast<std::size_t>(maxValues));
-    return ValueArray(array->begin() + static_cast<std::ptrdiff_t>(begin),
-                      array->begin() + static_cast<std::ptrdiff_t>(end));
+    return slice(v.value(), index, maxValues);
 }
 
 AXResult<ValueArray> FakeDesktop::copyActionNames(const AXUIElement &element)

@@ -882,13 +882,7 @@ AXResult<ValueArray> AtspiAccessibility::copyAttributeValues(const AXUIElement &
     auto value = copyAttributeValue(element, name);
     if (!value.ok())
         return value.error();
-    const auto *array = value.value().get<ValueArray>();
-    if (!array || index < 0 || maxValues < 0)
-        return AXError::IllegalArgument;
-    const auto begin = std::min(array->size(), static_cast<std::size_t>(index));
-    const auto end = std::min(array->size(), begin + static_cast<std::size_t>(maxValues));
-    return ValueArray(array->begin() + static_cast<std::ptrdiff_t>(begin),
-                      array->begin() + static_cast<std::ptrdiff_t>(end));
+    return slice(value.value(), index, maxValues);
 }
 
 AXResult<ValueArray> AtspiAccessibility::copyActionNames(const AXUIElement &element)

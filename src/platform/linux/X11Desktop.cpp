@@ -214,24 +214,9 @@ pid_t X11Desktop::currentProcessIdentifier()
 ValueArray X11Desktop::onScreenWindowInfo()
 {
     ValueArray list;
-    auto entry = [](CGRect frame, std::int64_t pid, const std::string &owner,
-                    const std::string &name) {
-        ValueDictionary bounds;
-        bounds.insert("X", frame.origin.x);
-        bounds.insert("Y", frame.origin.y);
-        bounds.insert("Width", frame.size.width);
-        bounds.insert("Height", frame.size.height);
-        ValueDictionary info;
-        info.insert(kCGWindowBounds, std::move(bounds));
-        info.insert(kCGWindowLayer, std::int64_t {0});
-        info.insert(kCGWindowOwnerPID, pid);
-        info.insert(kCGWindowOwnerName, owner);
-        info.insert(kCGWindowName, name);
-        return Value(std::move(info));
-    };
     if (_menubarFrame) {
         if (auto frame = _menubarFrame())
-            list.push_back(entry(*frame, 0, kMenubarOwnerName, kMenubarWindowName));
+            list.push_back(windowInfo(*frame, 0, kMenubarOwnerName, kMenubarWindowName, 24));
     }
     std::lock_guard lock(_x->mutex);
     const auto stacking = _x->windows("_NET_CLIENT_LIST_STACKING");
@@ -243,8 +228,8 @@ ValueArray X11Desktop::onScreenWindowInfo()
         if (!frame || !pid)
             continue;
         const auto id = _x->identity(*it);
-        list.push_back(
-            entry(*frame, *pid, id.wmClass.empty() ? id.wmInstance : id.wmClass, _x->title(*it)));
+        list.push_back(windowInfo(*frame, *pid, id.wmClass.empty() ? id.wmInstance : id.wmClass,
+                                  _x->title(*it)));
     }
     return list;
 }
