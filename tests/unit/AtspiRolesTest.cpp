@@ -1,0 +1,64 @@
+#include "platform/linux/AtspiRoles.h"
+
+#include <gtest/gtest.h>
+
+namespace tarnvik::linux {
+namespace {
+
+RoleContext of(std::uint32_t r, std::initializer_list<std::uint32_t> states = {})
+{
+    RoleContext c;
+    c.role = r;
+    for (auto s : states)
+        (s < 32 ? c.states.low : c.states.high) |= 1u << (s % 32);
+    return c;
+}
+
+TEST(AtspiRoles, ContextDecidesMenusCombosTextsAndLandmarks)
+{
+    auto menu = of(role::Menu);
+    EXPECT_EQ(axRoleOf(menu).role, "AXMenu");
+    menu.parentRole = role::MenuBar;
+    EXPECT_EQ(axRoleOf(menu).role, "AXMenuBarItem");
+
+    auto combo = of(role::ComboBox);
+    EXPECT_EQ(axRoleOf(combo).role, "AXPopUpButton");
+    combo.hasEntryChild = true;
+    EXPECT_EQ(axRoleOf(combo).role, "AXComboBox");
+
+    EXPECT_EQ(axRoleOf(of(role::Text, {state::Editable, state::MultiLine})).role, "AXTextArea");
+    EXPECT_EQ(axRoleOf(of(role::Text, {state::Editable, state::SingleLine})).role, "AXTextField");
+    EXPECT_EQ(axRoleOf(of(role::Text)).role, "AXStaticText");
+
+    auto tab = axRoleOf(of(role::PageTab));
+    EXPECT_EQ(tab.role, "AXRadioButton");
+    EXPECT_EQ(tab.subrole, "AXTabButton");
+    auto landmark = of(role::Landmark);
+    landmark.xmlRoles = "main";
+    EXPECT_EQ(axRoleOf(landmark).subrole, "AXLandmarkMain");
+    landmark.xmlRoles = "banner";
+    EXPECT_FALSE(axRoleOf(landmark).subrole);
+    EXPECT_EQ(axRoleOf(of(role::Article)).subrole, "AXDocumentArticle");
+}
+
+TEST(AtspiRoles, RolesOutsideTheTableKeepANameOfTheirOwn)
+{
+    EXPECT_EQ(axRoleOf(of(42)).role, "AXProgressBar");
+    EXPECT_EQ(axRoleOf(of(10)).role, "AXColumnHeader");
+    EXPECT_EQ(axRoleOf(of(67)).role, "AXUnknown");
+    EXPECT_EQ(axRoleOf(of(5000)).role, "AXUnknown");
+}
+
+TEST(AtspiRoles, ActionNamesAndMnemonics)
+{
+    for (const char *press : {"click", "Press", "activate", "jump", "toggle", "doDefault"})
+        EXPECT_EQ(axActionName(press), "AXPress") << press;
+    EXPECT_EQ(axActionName("showmenu"), "AXShowMenu");
+    EXPECT_EQ(axActionName("expand or contract"), "expand or contract");
+    EXPECT_EQ(withoutMnemonic("Page _1"), "Page 1");
+    EXPECT_EQ(withoutMnemonic("snake__case"), "snake_case");
+    EXPECT_EQ(withoutMnemonic("trailing_"), "trailing_");
+}
+
+} // namespace
+} // namespace tarnvik::linux
