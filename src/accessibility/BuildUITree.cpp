@@ -162,7 +162,7 @@ std::vector<UIElementPtr> BuildUITree::fetchChildren(const UIElement &element,
         if (!refs)
             return {};
         // The children are made light, and those that prove visible get their texts next.
-        UIElement::prefetch(_platform.ax, *refs, fetchSearchAttributes);
+        UIElement::prefetch(_platform.ax, *refs, fetchSearchAttributes, true);
         std::vector<UIElementPtr> children;
         children.reserve(refs->size());
         for (const auto &ref : *refs) {
@@ -191,7 +191,7 @@ std::shared_ptr<UITree> BuildUITree::flatTree(const UIElementPtr &root,
     auto items = elementsAttribute(_platform.ax, childrenAttribute, *root->ref);
     if (!items.ok() || !items.value())
         return nullptr;
-    UIElement::prefetch(_platform.ax, *items.value(), fetchSearchAttributes);
+    UIElement::prefetch(_platform.ax, *items.value(), fetchSearchAttributes, false);
     auto tree = UITree::make(root);
     for (const auto &ref : *items.value()) {
         if (auto item = makeElement(ref))
@@ -322,7 +322,7 @@ std::vector<UIElementPtr> BuildUITree::searchPredicateElements(const UIElement &
     auto refs = array ? elementsOf(*array) : std::nullopt;
     if (!refs)
         return {};
-    UIElement::prefetch(_platform.ax, *refs, fetchSearchAttributes);
+    UIElement::prefetch(_platform.ax, *refs, fetchSearchAttributes, false);
     std::vector<UIElementPtr> elements;
     elements.reserve(refs->size());
     for (const auto &ref : *refs) {

@@ -230,9 +230,10 @@ void UIElement::loadSearchAttributes(Accessibility &ax, UIElement &element)
     fillSearchAttributes(element, batch.value(), 0);
 }
 
-void UIElement::prefetch(Accessibility &ax, const std::vector<AXUIElement> &refs, bool full)
+void UIElement::prefetch(Accessibility &ax, const std::vector<AXUIElement> &refs, bool full,
+                         bool walkedInto)
 {
-    ax.prefetch(refs, full ? fullAttributes : lightAttributes, true);
+    ax.prefetch(refs, {full ? fullAttributes : lightAttributes, true, walkedInto});
 }
 
 std::string makeUuidString()

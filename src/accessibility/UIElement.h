@@ -66,8 +66,9 @@ public:
     static void loadSearchAttributes(Accessibility &ax, UIElement &element);
 
     // Tells the platform that these elements are about to be made, full or light, so that it
-    // can read them together.
-    static void prefetch(Accessibility &ax, const std::vector<AXUIElement> &refs, bool full);
+    // can read them together; with `walkedInto`, that their showing descendants come next.
+    static void prefetch(Accessibility &ax, const std::vector<AXUIElement> &refs, bool full,
+                         bool walkedInto);
 
     friend bool operator==(const UIElement &a, const UIElement &b) { return a.id == b.id; }
 };

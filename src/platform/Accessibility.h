@@ -66,14 +66,22 @@ public:
     // Whether this program may read and drive other applications at all.
     virtual bool isProcessTrusted() = 0;
 
-    // A hint that these attributes of these elements, and with `actionNames` their action
-    // names, are about to be read one by one: a backend that can fetch them together does so.
-    virtual void prefetch(const std::vector<AXUIElement> &elements,
-                          const std::vector<std::string> &attributes, bool actionNames)
+    // What is about to be read of some elements: these attributes, with `actionNames` their
+    // action names, and with `showingDescendants` the same of everything showing below them,
+    // since the caller will walk into them.
+    struct ReadAhead
+    {
+        const std::vector<std::string> &attributes;
+        bool actionNames = true;
+        bool showingDescendants = false;
+    };
+
+    // A hint that those reads come next, one by one: a backend that can fetch them together
+    // does so.
+    virtual void prefetch(const std::vector<AXUIElement> &elements, const ReadAhead &reads)
     {
         (void)elements;
-        (void)attributes;
-        (void)actionNames;
+        (void)reads;
     }
 
     // Values read before this call are not answered from a backend's cache after it: each

@@ -8,7 +8,8 @@ namespace {
 // A reply as an application would send it, built with libdbus's own writer.
 struct ReplyBuilder
 {
-    ReplyBuilder() : call(methodCall("org.example", "/x", "org.example.I", "M", {}))
+    ReplyBuilder()
+        : call(methodCall("org.example", "/x", "org.example.I", "M", {}))
     {
         dbus_message_set_serial(call.get(), 1); // as if it had been sent
         reply.reset(dbus_message_new_method_return(call.get()));
@@ -69,11 +70,11 @@ TEST(DBusMessages, CacheItemsReadFieldByField)
     EXPECT_EQ(i.parent.path, "/obj/3");
     EXPECT_EQ(i.indexInParent, 2);
     EXPECT_EQ(i.childCount, 4);
-    EXPECT_EQ(i.interfaces, std::vector<std::string>{action});
+    EXPECT_EQ(i.interfaces, std::vector<std::string> {action});
     EXPECT_EQ(i.name, "Save");
     EXPECT_EQ(i.role, 43u);
     EXPECT_EQ(i.description, "Saves");
-    EXPECT_EQ(i.states, (std::vector<std::uint32_t>{low, high}));
+    EXPECT_EQ(i.states, (std::vector<std::uint32_t> {low, high}));
 }
 
 TEST(DBusMessages, ReadersRefuseOtherShapesAndErrors)
@@ -98,7 +99,7 @@ TEST(DBusMessages, AMatchRuleIsWrittenInItsWireShape)
     rule.states = {1 << 25, 0};
     rule.roles = {0, 1 << 11, 0, 0};
     auto m = methodCall("org.example", "/x", "org.a11y.atspi.Collection", "GetMatches",
-                        {rule, std::uint32_t{1}, std::int32_t{0}, true});
+                        {rule, std::uint32_t {1}, std::int32_t {0}, true});
     EXPECT_STREQ(dbus_message_get_signature(m.get()), "(aiia{ss}iaiiasib)uib");
 }
 

@@ -1,4 +1,5 @@
 #include "click/SessionGeometry.h"
+
 #include "support/TreeBuilding.h"
 
 #include <gtest/gtest.h>
@@ -7,8 +8,8 @@ namespace tarnvik {
 namespace {
 
 // Two screens side by side, 1000 by 800 each, in the screen space (origin bottom left).
-const std::vector<Screen> twoScreens = {Screen{makeRect(0, 0, 1000, 800), {}, 1, 1.0 / 60},
-                                        Screen{makeRect(1000, 0, 1000, 800), {}, 1, 1.0 / 60}};
+const std::vector<Screen> twoScreens = {Screen {makeRect(0, 0, 1000, 800), {}, 1, 1.0 / 60},
+                                        Screen {makeRect(1000, 0, 1000, 800), {}, 1, 1.0 / 60}};
 
 TEST(SessionGeometry, TheScreenHoldingMostOfTheWindowWinsAndTiesStayWithTheEarlier)
 {
@@ -30,9 +31,9 @@ TEST(SessionGeometry, OnlyWhatShowsOnTheSessionsScreenIsKept)
     // Its frame reaches the other screen, but what shows of it doesn't.
     auto clipped = t.add(scroll, "AXButton", makeRect(900, 150, 400, 20));
     auto kept = elementsOnScreen({left, right, clipped}, twoScreens[0], 800);
-    EXPECT_EQ(kept, (std::vector<UIElementPtr>{left, clipped}));
+    EXPECT_EQ(kept, (std::vector<UIElementPtr> {left, clipped}));
     EXPECT_EQ(elementsOnScreen({left, right, clipped}, twoScreens[1], 800),
-              std::vector<UIElementPtr>{right});
+              std::vector<UIElementPtr> {right});
 }
 
 TEST(SessionGeometry, ADockCountsOnlyWhollyOnTheSessionsScreen)

@@ -326,6 +326,12 @@ public:
                         showing.push_back(o);
                 }
             }
+            // A page is read by one query where the caller allows it, and by a walk of its own,
+            // with hints of its own, where not: the look-ahead stops at it.
+            std::erase_if(showing, [&](const ObjectRef &o) {
+                std::lock_guard lock(mutex);
+                return nodes[keyOf(o)].role == std::optional<std::uint32_t>(role::DocumentWeb);
+            });
             ensure(showing, NChildren);
             std::vector<ObjectRef> next;
             {
@@ -1035,11 +1041,10 @@ bool AtspiAccessibility::isProcessTrusted()
     return true;
 }
 
-void AtspiAccessibility::prefetch(const std::vector<AXUIElement> &elements,
-                                  const std::vector<std::string> &attributes, bool actionNames)
+void AtspiAccessibility::prefetch(const std::vector<AXUIElement> &elements, const ReadAhead &reads)
 {
-    unsigned needs = actionNames ? NActions : 0u;
-    for (const auto &a : attributes)
+    unsigned needs = reads.actionNames ? NActions : 0u;
+    for (const auto &a : reads.attributes)
         needs |= needsOf(a);
     std::vector<ObjectRef> refs;
     refs.reserve(elements.size());
@@ -1049,6 +1054,10 @@ void AtspiAccessibility::prefetch(const std::vector<AXUIElement> &elements,
     }
     if (refs.empty())
         return;
+    if (!reads.showingDescendants) {
+        _state->ensure(refs, needs);
+        return;
+    }
     // What is showing below these elements will be read next: fetch it in the same go.
     constexpr std::size_t lookahead = 4000;
     _state->ensureShowingSubtrees(refs, needs, lookahead);

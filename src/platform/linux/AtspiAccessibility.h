@@ -57,8 +57,7 @@ public:
     AXError performAction(const AXUIElement &element, const std::string &action) override;
     AXResult<pid_t> getPid(const AXUIElement &element) override;
     bool isProcessTrusted() override;
-    void prefetch(const std::vector<AXUIElement> &elements,
-                  const std::vector<std::string> &attributes, bool actionNames) override;
+    void prefetch(const std::vector<AXUIElement> &elements, const ReadAhead &reads) override;
     void invalidateCache() override;
 
     // Calls made on the bus since the start, for measurements.
