@@ -2,7 +2,6 @@
 """tarnvik targets against gtk3-widget-factory on the virtual desktop, checked against what
 the application itself reports through AT-SPI."""
 
-import json
 import os
 import signal
 import subprocess
@@ -11,7 +10,9 @@ import unittest
 
 import pyatspi
 
-TARNVIK = os.environ["TARNVIK"]
+from desktop_apps import (TARNVIK, Application, activate, intersect, poll, rect as frame_of,
+                          targets)
+
 CONTROLS = {
     pyatspi.ROLE_PUSH_BUTTON, pyatspi.ROLE_TOGGLE_BUTTON, pyatspi.ROLE_CHECK_BOX,
     pyatspi.ROLE_RADIO_BUTTON, pyatspi.ROLE_PAGE_TAB, pyatspi.ROLE_COMBO_BOX,
@@ -20,32 +21,6 @@ CONTROLS = {
 # Containers whose frame cuts what lies inside it.
 CLIPPING = {pyatspi.ROLE_SCROLL_PANE, pyatspi.ROLE_VIEWPORT, pyatspi.ROLE_FRAME}
 
-
-def poll(what, condition, seconds=20):
-    deadline = time.monotonic() + seconds
-    while time.monotonic() < deadline:
-        result = condition()
-        if result:
-            return result
-        time.sleep(0.1)
-    raise AssertionError(f"gave up waiting for {what}")
-
-
-def targets(*arguments):
-    run = subprocess.run([TARNVIK, "targets", "--json", *arguments], capture_output=True,
-                         text=True, timeout=30)
-    assert run.returncode == 0, run.stderr
-    return json.loads(run.stdout)
-
-
-def rect(extents):
-    return (extents.x, extents.y, extents.width, extents.height)
-
-
-def intersect(a, b):
-    x, y = max(a[0], b[0]), max(a[1], b[1])
-    right, bottom = min(a[0] + a[2], b[0] + b[2]), min(a[1] + a[3], b[1] + b[3])
-    return (x, y, right - x, bottom - y) if right > x and bottom > y else None
 
 
 def is_control(accessible, states):
@@ -64,7 +39,7 @@ def controls(window):
     def visit(accessible, clip, showing):
         states = accessible.getState()
         showing = showing and states.contains(pyatspi.STATE_SHOWING)
-        frame = rect(accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS))
+        frame = frame_of(accessible)
         if accessible.getRole() in CLIPPING:
             clip = intersect(clip, frame) if clip else None
         if is_control(accessible, states):
@@ -76,7 +51,7 @@ def controls(window):
             if child is not None:
                 visit(child, clip, showing)
 
-    visit(window, rect(window.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)), True)
+    visit(window, frame_of(window), True)
     return found
 
 
@@ -95,14 +70,14 @@ class Gtk3WidgetFactory(unittest.TestCase):
     maxDiff = None
 
     def setUp(self):
-        self.app = subprocess.Popen(["gtk3-widget-factory"], stdout=subprocess.DEVNULL,
-                                    stderr=subprocess.DEVNULL)
-        self.addCleanup(self.stop_app)
-        poll("its window in front", lambda: self.activate(self.app.pid))
+        self.app = Application(lambda home: ["gtk3-widget-factory"])
+        self.addCleanup(self.app.stop)
+        self.pid = self.app.process.pid
+        poll("its window in front", lambda: activate({self.pid}))
 
         def application():
             for candidate in pyatspi.Registry.getDesktop(0):
-                if candidate is not None and candidate.get_process_id() == self.app.pid:
+                if candidate is not None and candidate.get_process_id() == self.pid:
                     return candidate
             return None
 
@@ -110,26 +85,7 @@ class Gtk3WidgetFactory(unittest.TestCase):
         self.window = poll("its window", lambda: next(
             (w for w in self.application
              if w is not None and w.getState().contains(pyatspi.STATE_ACTIVE)), None))
-
-    @staticmethod
-    def activate(pid):
-        """True once a window of the process is the active one; asks for that otherwise."""
-        def prop(window, name):
-            return subprocess.run(["xprop"] + (["-id", window] if window else ["-root"]) + [name],
-                                  capture_output=True, text=True).stdout
-        active = prop(None, "_NET_ACTIVE_WINDOW").split()[-1]
-        if active.startswith("0x") and prop(active, "_NET_WM_PID").endswith(f"= {pid}\n"):
-            return True
-        managed = prop(None, "_NET_CLIENT_LIST").split("#")[-1].replace(",", " ").split()
-        for window in managed:
-            if prop(window, "_NET_WM_PID").endswith(f"= {pid}\n"):
-                subprocess.run(["xdotool", "windowactivate", window], capture_output=True)
-        return False
-
-    def stop_app(self):
-        os.kill(self.app.pid, signal.SIGCONT)
-        self.app.kill()
-        self.app.wait()
+        self.addCleanup(os.kill, self.pid, signal.SIGCONT)
 
     def test_every_visible_control_is_a_target_and_no_hidden_one_is(self):
         found = targets()
@@ -152,7 +108,7 @@ class Gtk3WidgetFactory(unittest.TestCase):
         for target in targets()["targets"]:
             x, y, w, h = target["frame"]
             path = path_at(self.window, x + w // 2, y + h // 2)
-            frames = [rect(a.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)) for a in path]
+            frames = [frame_of(a) for a in path]
             if tuple(target["frame"]) in frames:
                 continue
             # GTK's tree view answers hit tests with its cells only, never its column headers:
@@ -172,7 +128,7 @@ class Gtk3WidgetFactory(unittest.TestCase):
                             for t, r in zip(titles, (t["role"] for t in found["targets"]))))
 
     def test_a_stopped_application_does_not_hold_tarnvik(self):
-        os.kill(self.app.pid, signal.SIGSTOP)
+        os.kill(self.pid, signal.SIGSTOP)
         start = time.monotonic()
         run = subprocess.run([TARNVIK, "targets", "--json"], capture_output=True, text=True,
                              timeout=30)
@@ -185,7 +141,7 @@ class Gtk3WidgetFactory(unittest.TestCase):
         reader = subprocess.Popen([TARNVIK, "targets", "--repeat", "100"],
                                   stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
         time.sleep(0.3)
-        self.app.kill()
+        os.kill(self.pid, signal.SIGKILL)
         _, errors = reader.communicate(timeout=60)
         self.assertIn(reader.returncode, (0, 1), errors)
 
