@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """The baseline reader: walks the frontmost window the way a naive client does, one blocking
 AT-SPI call at a time (role, states, name, extents, children of every element), entering only
 what is showing. Prints one JSON line per walk: {"elements": N, "ms": T}."""
@@ -22,15 +22,15 @@ def active_title():
     return name.split("=", 1)[1].strip().strip('"') if "=" in name else ""
 
 
-def frontmost_window():
+def frontmost_window(pid=None):
     """The showing frame titled like the active X window (libatspi's process lookup can
-    stall, so applications aren't matched by process)."""
+    stall, so applications aren't matched by process unless --pid asks for it)."""
     title = active_title()
     desktop = Atspi.get_desktop(0)
     candidates = []
     for i in range(desktop.get_child_count()):
         app = desktop.get_child_at_index(i)
-        if app is None:
+        if app is None or (pid is not None and app.get_process_id() != pid):
             continue
         for j in range(app.get_child_count()):
             frame = app.get_child_at_index(j)
@@ -66,8 +66,9 @@ def walk(window):
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--repeat", type=int, default=1)
+    parser.add_argument("--pid", type=int, help="read this process's application instead")
     args = parser.parse_args()
-    window = frontmost_window()
+    window = frontmost_window(args.pid)
     for _ in range(args.repeat):
         window.clear_cache()
         start = time.perf_counter()
