@@ -59,10 +59,10 @@ bool isTimeout(const std::string &error)
         || error == DBUS_ERROR_TIMED_OUT;
 }
 
-bool isGone(const std::string &error)
+bool isApplicationGone(const std::string &error)
 {
-    return error == DBUS_ERROR_UNKNOWN_OBJECT || error == DBUS_ERROR_SERVICE_UNKNOWN
-        || error == DBUS_ERROR_DISCONNECTED || error == DBUS_ERROR_NAME_HAS_NO_OWNER;
+    return error == DBUS_ERROR_SERVICE_UNKNOWN || error == DBUS_ERROR_DISCONNECTED
+        || error == DBUS_ERROR_NAME_HAS_NO_OWNER;
 }
 
 // What may be read of an object, one bit each.
@@ -498,9 +498,12 @@ private:
             n.fetched |= p.need;
         if (p.call.isError()) {
             const std::string error = p.call.errorName();
+            // "No such object" means gone only as the answer to what every object answers:
+            // Qt says the same of an interface an object lacks.
+            const bool universal = p.need == NRole || p.need == NStates || p.need == NChildren;
             if (isTimeout(error))
                 applications[p.service].unresponsive = true;
-            else if (isGone(error))
+            else if (isApplicationGone(error) || (universal && error == DBUS_ERROR_UNKNOWN_OBJECT))
                 n.gone = true;
             else if (p.need == NActions && p.index == -1)
                 n.actionCount = 0;
@@ -593,7 +596,8 @@ private:
                 n.actionCount = 0;
                 n.fetched |= NActions;
             }
-            if (item.childCount == 0) {
+            // GTK 4 counts no children of the application itself; its windows are asked for.
+            if (item.childCount == 0 && !isApplicationRoot(item.object)) {
                 n.children.emplace();
                 n.fetched |= NChildren;
             }
@@ -603,6 +607,8 @@ private:
         // A child list is taken from the snapshot only where it is complete: toolkits keep
         // there only the objects somebody has asked about.
         for (auto &[parentKey, children] : childrenOf) {
+            if (parentKey.ends_with(std::string("\n") + rootPath))
+                continue;
             auto count = childCounts.find(parentKey);
             if (count == childCounts.end() || count->second != static_cast<int>(children.size()))
                 continue;
