@@ -62,25 +62,20 @@ void BM_Targets(benchmark::State &state)
     setCounters(state, f, n);
 }
 
-// One search keystroke: the targets of every tree, filtered by the query.
+// One search keystroke: the targets of every tree, filtered by the query; "*" is label mode,
+// where every target is shown and no text compared.
+template<const char *query>
 void BM_TargetsAndSearch(benchmark::State &state)
 {
     auto &f = fixture(static_cast<std::size_t>(state.range(0)));
     std::size_t n = 0;
     for (auto _ : state)
-        benchmark::DoNotOptimize(n = f.trees.matchingElements("sav", false, f.preferences).size());
+        benchmark::DoNotOptimize(n = f.trees.matchingElements(query, false, f.preferences).size());
     setCounters(state, f, n);
 }
 
-// Label mode: every target, no text compared.
-void BM_TargetsAndShowAll(benchmark::State &state)
-{
-    auto &f = fixture(static_cast<std::size_t>(state.range(0)));
-    std::size_t n = 0;
-    for (auto _ : state)
-        benchmark::DoNotOptimize(n = f.trees.matchingElements("*", false, f.preferences).size());
-    setCounters(state, f, n);
-}
+constexpr char searchQuery[] = "sav";
+constexpr char showAll[] = "*";
 
 void BM_MakeLabels(benchmark::State &state)
 {
@@ -91,8 +86,16 @@ void BM_MakeLabels(benchmark::State &state)
 }
 
 BENCHMARK(BM_Targets)->Arg(1000)->Arg(5000)->Arg(20000)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_TargetsAndSearch)->Arg(1000)->Arg(5000)->Arg(20000)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_TargetsAndShowAll)->Arg(1000)->Arg(5000)->Arg(20000)->Unit(benchmark::kMicrosecond);
+BENCHMARK_TEMPLATE(BM_TargetsAndSearch, searchQuery)
+    ->Arg(1000)
+    ->Arg(5000)
+    ->Arg(20000)
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_TEMPLATE(BM_TargetsAndSearch, showAll)
+    ->Arg(1000)
+    ->Arg(5000)
+    ->Arg(20000)
+    ->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_MakeLabels)->Arg(100)->Arg(1000)->Arg(10000)->Unit(benchmark::kMicrosecond);
 
 } // namespace
