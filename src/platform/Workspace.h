@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <sys/types.h>
@@ -32,6 +33,10 @@ public:
     virtual std::optional<RunningApplication> menuBarOwningApplication() = 0;
     virtual std::vector<RunningApplication> runningApplications() = 0;
     virtual pid_t currentProcessIdentifier() = 0;
+
+    // Calls `observer` on the main thread each time another application comes to the front.
+    // One observer; a later call replaces it.
+    virtual void observeActivations(std::function<void(const RunningApplication &)> observer) = 0;
 
     // In the order of runningApplications().
     std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(const std::string &id);

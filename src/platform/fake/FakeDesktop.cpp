@@ -56,6 +56,7 @@ struct FakeDesktop::Node
 {
     std::map<std::string, Value> attributes;
     std::map<std::string, AXError> failures;
+    std::map<std::string, int> failuresLeft;
     std::optional<AXError> callFailure;
     std::optional<ValueArray> actions;
     std::optional<AXError> actionsFailure;
@@ -207,10 +208,14 @@ const FakeElement &FakeElement::predicateResults(const std::vector<FakeElement> 
     return *this;
 }
 
-const FakeElement &FakeElement::fail(const std::string &attribute, AXError error) const
+const FakeElement &FakeElement::fail(const std::string &attribute, AXError error,
+                                     std::optional<int> times) const
 {
     std::lock_guard lock(_desktop->_mutex);
-    _desktop->node(_pid, _node).failures[attribute] = error;
+    auto &n = _desktop->node(_pid, _node);
+    n.failures[attribute] = error;
+    if (times)
+        n.failuresLeft[attribute] = *times;
     return *this;
 }
 
@@ -386,10 +391,19 @@ std::vector<std::string> FakeDesktop::performed() const
     return _performed;
 }
 
-AXResult<Value> FakeDesktop::attribute(const App &app, const Node &n, const std::string &name) const
+AXResult<Value> FakeDesktop::attribute(const App &app, Node &n, const std::string &name) const
 {
-    if (auto failure = n.failures.find(name); failure != n.failures.end())
-        return failure->second;
+    if (auto failure = n.failures.find(name); failure != n.failures.end()) {
+        auto left = n.failuresLeft.find(name);
+        if (left == n.failuresLeft.end())
+            return failure->second;
+        const AXError error = failure->second;
+        if (--left->second <= 0) {
+            n.failures.erase(failure);
+            n.failuresLeft.erase(left);
+        }
+        return error;
+    }
     const pid_t pid = app.facade->info().processIdentifier;
     auto handles = [&](const std::vector<std::uint32_t> &indices) {
         ValueArray array;
@@ -581,6 +595,13 @@ std::optional<RunningApplication> FakeDesktop::menuBarOwningApplication()
     if (!owner || !_apps.contains(*owner))
         return std::nullopt;
     return _apps.at(*owner)->facade->info();
+}
+
+void FakeDesktop::activate(pid_t pid)
+{
+    _frontmost = pid;
+    if (_activationObserver)
+        _activationObserver(application(pid).info());
 }
 
 std::vector<RunningApplication> FakeDesktop::runningApplications()

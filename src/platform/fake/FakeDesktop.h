@@ -52,8 +52,10 @@ public:
     // What the search-predicate query on this element answers.
     const FakeElement &predicateResults(const std::vector<FakeElement> &results) const;
 
-    // Reading `attribute` fails with `error`, alone and in a batch slot.
-    const FakeElement &fail(const std::string &attribute, AXError error) const;
+    // Reading `attribute` fails with `error`, alone and in a batch slot; with `times`, only
+    // the next so many reads fail.
+    const FakeElement &fail(const std::string &attribute, AXError error,
+                            std::optional<int> times = std::nullopt) const;
     // Every call on the element fails with `error`.
     const FakeElement &failCalls(AXError error) const;
     const FakeElement &failActions(AXError error) const;
@@ -169,6 +171,12 @@ public:
     std::optional<RunningApplication> menuBarOwningApplication() override;
     std::vector<RunningApplication> runningApplications() override;
     pid_t currentProcessIdentifier() override { return _currentProcess; }
+    void observeActivations(std::function<void(const RunningApplication &)> observer) override
+    {
+        _activationObserver = std::move(observer);
+    }
+    // Brings an application to the front, telling the observer as the platform would.
+    void activate(pid_t pid);
 
     // WindowList, Screens
     ValueArray onScreenWindowInfo() override { return _windowInfo; }
@@ -190,7 +198,7 @@ private:
                           std::optional<std::uint32_t> parent);
     AXUIElement handle(pid_t pid, std::uint32_t index) const;
     std::optional<std::uint32_t> hitTest(const App &app, CGPoint point) const;
-    AXResult<Value> attribute(const App &app, const Node &node, const std::string &name) const;
+    AXResult<Value> attribute(const App &app, Node &node, const std::string &name) const;
 
     FakeClock _clock;
     FakeScheduler _scheduler {_clock};
@@ -207,6 +215,7 @@ private:
     std::set<std::thread::id> _callingThreads;
     std::optional<Value> _lastPredicateParameter;
     std::vector<std::string> _performed;
+    std::function<void(const RunningApplication &)> _activationObserver;
 };
 
 } // namespace tarnvik::fake

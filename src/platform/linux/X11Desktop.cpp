@@ -2,6 +2,8 @@
 
 #include "platform/linux/DesktopIdentity.h"
 
+#include <QSocketNotifier>
+
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -209,6 +211,49 @@ std::vector<RunningApplication> X11Desktop::runningApplications()
 pid_t X11Desktop::currentProcessIdentifier()
 {
     return getpid();
+}
+
+void X11Desktop::observeActivations(std::function<void(const RunningApplication &)> observer)
+{
+    _activationObserver = std::move(observer);
+    if (_events)
+        return;
+    if (auto app = frontmostApplication())
+        _frontmostProcess = app->processIdentifier;
+    {
+        std::lock_guard lock(_x->mutex);
+        const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
+        xcb_change_window_attributes(_x->connection, _x->root, XCB_CW_EVENT_MASK, &mask);
+        xcb_flush(_x->connection);
+    }
+    _events = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(_x->connection),
+                                                QSocketNotifier::Read);
+    QObject::connect(_events.get(), &QSocketNotifier::activated, _events.get(),
+                     [this] { readEvents(); });
+}
+
+void X11Desktop::readEvents()
+{
+    bool activeChanged = false;
+    {
+        std::lock_guard lock(_x->mutex);
+        const xcb_atom_t active = _x->atom("_NET_ACTIVE_WINDOW");
+        while (xcb_generic_event_t *event = xcb_poll_for_event(_x->connection)) {
+            if ((event->response_type & 0x7f) == XCB_PROPERTY_NOTIFY)
+                activeChanged = activeChanged
+                    || reinterpret_cast<xcb_property_notify_event_t *>(event)->atom == active;
+            std::free(event);
+        }
+    }
+    if (!activeChanged)
+        return;
+    // Only another application coming to the front counts, not another of its windows.
+    auto app = frontmostApplication();
+    if (!app || app->processIdentifier == _frontmostProcess)
+        return;
+    _frontmostProcess = app->processIdentifier;
+    if (_activationObserver)
+        _activationObserver(*app);
 }
 
 ValueArray X11Desktop::onScreenWindowInfo()

@@ -9,6 +9,8 @@
 #include <memory>
 #include <optional>
 
+class QSocketNotifier;
+
 namespace tarnvik::linux {
 
 // The running applications, the window list and the screens, as the X server and the window
@@ -30,6 +32,8 @@ public:
     std::optional<RunningApplication> menuBarOwningApplication() override;
     std::vector<RunningApplication> runningApplications() override;
     pid_t currentProcessIdentifier() override;
+    // Watches the active window on the thread that calls it, which needs a Qt event loop.
+    void observeActivations(std::function<void(const RunningApplication &)> observer) override;
 
     ValueArray onScreenWindowInfo() override;
     std::vector<Screen> screens() override;
@@ -38,8 +42,13 @@ private:
     class Connection;
     explicit X11Desktop(std::unique_ptr<Connection> connection);
 
+    void readEvents();
+
     std::unique_ptr<Connection> _x;
     std::function<std::optional<CGRect>()> _menubarFrame;
+    std::function<void(const RunningApplication &)> _activationObserver;
+    std::unique_ptr<QSocketNotifier> _events;
+    pid_t _frontmostProcess = 0;
 };
 
 } // namespace tarnvik::linux
