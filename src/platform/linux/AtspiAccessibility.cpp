@@ -803,15 +803,20 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
     }
     if (!n.children)
         return AXError::CannotComplete;
-    if (name == NSAccessibilityChildrenAttribute)
-        return refsValue(*n.children);
-    std::vector<ObjectRef> showing;
+    // A menu bar is the application's, reached through its menu-bar attribute, not a part of
+    // the window that holds it on Linux: read twice, it would be labelled twice.
+    s.ensure(*n.children, NRole);
+    const bool visibleOnly = name != NSAccessibilityChildrenAttribute;
+    std::vector<ObjectRef> children;
     for (const auto &c : *n.children) {
-        const auto states = s.node(c).states;
-        if (states && states->has(state::Showing))
-            showing.push_back(c);
+        const Node child = s.node(c);
+        if (child.role == std::optional<std::uint32_t>(role::MenuBar))
+            continue;
+        if (visibleOnly && !(child.states && child.states->has(state::Showing)))
+            continue;
+        children.push_back(c);
     }
-    return refsValue(showing);
+    return refsValue(children);
 }
 
 std::optional<ObjectRef> AtspiAccessibility::focusedWindow(const ObjectRef &app,
