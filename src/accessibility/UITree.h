@@ -27,7 +27,6 @@ public:
     // The whole step of adding an element, with cycle protection: a platform element that shows
     // up a second time anywhere under the root is refused.
     bool add(UIElementPtr element, const ID &parentId);
-    bool hasSeen(const AXUIElement &ref) const { return _seenRefs.contains(ref); }
 
     UIElementPtr parent(const ID &id) const;
     std::optional<std::vector<UIElementPtr>> children(const ID &id) const;

@@ -18,16 +18,6 @@ CGRect CGRectStandardize(const CGRect &r)
     return s;
 }
 
-double CGRectGetWidth(const CGRect &r)
-{
-    return r.size.width < 0 ? -r.size.width : r.size.width;
-}
-
-double CGRectGetHeight(const CGRect &r)
-{
-    return r.size.height < 0 ? -r.size.height : r.size.height;
-}
-
 double CGRectGetMaxY(const CGRect &r)
 {
     const CGRect s = CGRectStandardize(r);

@@ -44,8 +44,6 @@ constexpr CGRect makeRect(double x, double y, double width, double height)
 
 // A rectangle with its size made non-negative, as the Core Graphics predicates see it.
 CGRect CGRectStandardize(const CGRect &r);
-double CGRectGetWidth(const CGRect &r);
-double CGRectGetHeight(const CGRect &r);
 double CGRectGetMaxY(const CGRect &r);
 bool CGRectIntersectsRect(const CGRect &a, const CGRect &b);
 // Half-open: the minimum edges are inside, the maximum edges are not.

@@ -378,13 +378,6 @@ std::optional<Value> FakeDesktop::lastPredicateParameter() const
     return _lastPredicateParameter;
 }
 
-std::optional<float> FakeDesktop::messagingTimeout(const AXUIElement &element) const
-{
-    std::lock_guard lock(_mutex);
-    const auto *h = dynamic_cast<const FakeHandle *>(&element.platform());
-    return h ? _apps.at(h->pid)->nodes.at(h->node).messagingTimeout : std::nullopt;
-}
-
 std::vector<std::string> FakeDesktop::performed() const
 {
     std::lock_guard lock(_mutex);

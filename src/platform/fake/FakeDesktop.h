@@ -1,7 +1,6 @@
 #pragma once
 
 #include "platform/Accessibility.h"
-#include "platform/Screens.h"
 #include "platform/WindowList.h"
 #include "platform/Workspace.h"
 #include "platform/fake/FakeScheduler.h"
@@ -109,10 +108,10 @@ private:
     std::optional<std::uint32_t> _hitTestResult;
 };
 
-// An in-memory desktop: applications with element trees, the window list and the screens,
+// An in-memory desktop: applications with element trees and the window list,
 // answering the platform operations the way a real system does, with failures, time-outs and
 // late answers on demand. It counts every call.
-class FakeDesktop : public Accessibility, public Workspace, public WindowList, public Screens
+class FakeDesktop : public Accessibility, public Workspace, public WindowList
 {
 public:
     static constexpr double defaultMessagingTimeout = 6.0;
@@ -135,14 +134,12 @@ public:
     void addRawWindowInfo(Value entry) { _windowInfo.push_back(std::move(entry)); }
     // The menu bar as the window list shows it while it is on screen.
     void showMenubar(CGRect frame);
-    void addScreen(Screen screen) { _screens.push_back(screen); }
 
     int totalCalls() const;
     // The threads that made platform calls so far.
     std::set<std::thread::id> callingThreads() const;
     // The last parameter the search-predicate query was asked with.
     std::optional<Value> lastPredicateParameter() const;
-    std::optional<float> messagingTimeout(const AXUIElement &element) const;
 
     // Accessibility
     AXUIElement createApplication(pid_t pid) override;
@@ -178,9 +175,8 @@ public:
     // Brings an application to the front, telling the observer as the platform would.
     void activate(pid_t pid);
 
-    // WindowList, Screens
+    // WindowList
     ValueArray onScreenWindowInfo() override { return _windowInfo; }
-    std::vector<Screen> screens() override { return _screens; }
 
     // Values set and actions performed, in order, as "attribute=value" and action names.
     std::vector<std::string> performed() const;
@@ -210,7 +206,6 @@ private:
     // This program, unless a test makes it one of the fake applications.
     pid_t _currentProcess = 424242;
     ValueArray _windowInfo;
-    std::vector<Screen> _screens;
     int _totalCalls = 0;
     std::set<std::thread::id> _callingThreads;
     std::optional<Value> _lastPredicateParameter;

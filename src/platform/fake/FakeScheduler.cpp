@@ -81,10 +81,4 @@ void FakeScheduler::advance(Seconds by)
     _clock.set(end);
 }
 
-std::size_t FakeScheduler::pendingTimers() const
-{
-    std::lock_guard lock(_mutex);
-    return _timers.size();
-}
-
 } // namespace tarnvik::fake

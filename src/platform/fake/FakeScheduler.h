@@ -40,7 +40,6 @@ public:
     void runPending();
     // Moves the clock forward, firing each timer at its own time, in time order.
     void advance(Seconds by);
-    std::size_t pendingTimers() const;
 
 private:
     FakeClock &_clock;

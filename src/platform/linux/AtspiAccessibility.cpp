@@ -5,7 +5,6 @@
 #include "platform/linux/AtspiRoles.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <map>
 #include <mutex>
@@ -16,16 +15,11 @@ namespace tarnvik::linux {
 
 namespace {
 
-std::string keyOf(const ObjectRef &r)
-{
-    return r.key();
-}
-
 struct AtspiElement final : PlatformElement
 {
     explicit AtspiElement(ObjectRef r)
         : ref(std::move(r))
-        , key(keyOf(ref))
+        , key(ref.key())
     { }
     bool equals(const PlatformElement &other) const override
     {
@@ -188,7 +182,6 @@ public:
 
     AtspiBus &bus;
     ClientWindowsOf windowsOf;
-    std::atomic<long> calls {0};
 
     // Reads what `needs` asks of each object, fetching what isn't known yet in bursts of calls
     // issued together, a few rounds deep for what depends on an earlier answer.
@@ -212,7 +205,7 @@ public:
     Node node(const ObjectRef &o)
     {
         std::lock_guard lock(mutex);
-        return nodes[keyOf(o)];
+        return nodes[o.key()];
     }
 
     std::optional<AXError> failure(const ObjectRef &o)
@@ -222,7 +215,7 @@ public:
         std::lock_guard lock(mutex);
         if (applications[o.service].unresponsive)
             return AXError::CannotComplete;
-        if (nodes[keyOf(o)].gone)
+        if (nodes[o.key()].gone)
             return AXError::InvalidUIElement;
         return std::nullopt;
     }
@@ -234,10 +227,10 @@ public:
         context.states = n.states.value_or(StateSet {});
         std::lock_guard lock(mutex);
         if (n.parent)
-            context.parentRole = nodes[keyOf(*n.parent)].role;
+            context.parentRole = nodes[n.parent->key()].role;
         if (n.children && needsChildren(context.role)) {
             for (const auto &c : *n.children) {
-                const auto r = nodes[keyOf(c)].role;
+                const auto r = nodes[c.key()].role;
                 context.hasEntryChild = context.hasEntryChild
                     || r == std::optional<std::uint32_t>(role::Entry)
                     || r == std::optional<std::uint32_t>(role::Text);
@@ -253,7 +246,7 @@ public:
     int timeoutFor(const ObjectRef &o)
     {
         std::lock_guard lock(mutex);
-        auto it = timeouts.find(keyOf(o));
+        auto it = timeouts.find(o.key());
         return it == timeouts.end() ? defaultTimeoutMs : it->second;
     }
 
@@ -267,7 +260,6 @@ public:
         const ObjectRef root {service, rootPath};
         auto name = bus.property(root, applicationInterface, "ToolkitName", defaultTimeoutMs);
         auto version = bus.property(root, applicationInterface, "Version", defaultTimeoutMs);
-        calls += 2;
         const auto toolkit = readStringVariant(name.reply()).value_or("");
         const bool gtk4 = (toolkit == "gtk" || toolkit == "GTK")
             && readStringVariant(version.reply()).value_or("").starts_with('4');
@@ -309,7 +301,7 @@ public:
         {
             std::lock_guard lock(mutex);
             for (const auto &o : objects) {
-                if ((nodes[keyOf(o)].subtreeFetched & needs) != needs)
+                if ((nodes[o.key()].subtreeFetched & needs) != needs)
                     level.push_back(o);
             }
         }
@@ -321,7 +313,7 @@ public:
             {
                 std::lock_guard lock(mutex);
                 for (const auto &o : level) {
-                    const Node &n = nodes[keyOf(o)];
+                    const Node &n = nodes[o.key()];
                     if (n.states && n.states->has(state::Showing))
                         showing.push_back(o);
                 }
@@ -330,18 +322,18 @@ public:
             // with hints of its own, where not: the look-ahead stops at it.
             std::erase_if(showing, [&](const ObjectRef &o) {
                 std::lock_guard lock(mutex);
-                return nodes[keyOf(o)].role == std::optional<std::uint32_t>(role::DocumentWeb);
+                return nodes[o.key()].role == std::optional<std::uint32_t>(role::DocumentWeb);
             });
             ensure(showing, NChildren);
             std::vector<ObjectRef> next;
             {
                 std::lock_guard lock(mutex);
                 for (const auto &o : showing) {
-                    const Node &n = nodes[keyOf(o)];
+                    const Node &n = nodes[o.key()];
                     if (!n.children)
                         continue;
                     for (const auto &c : *n.children) {
-                        if (seen.insert(keyOf(c)).second)
+                        if (seen.insert(c.key()).second)
                             next.push_back(c);
                     }
                 }
@@ -354,7 +346,7 @@ public:
             return; // cut short: what lies deeper is read when it is asked for
         std::lock_guard lock(mutex);
         for (const auto &o : visited)
-            nodes[keyOf(o)].subtreeFetched |= needs;
+            nodes[o.key()].subtreeFetched |= needs;
     }
 
     std::mutex mutex;
@@ -371,7 +363,7 @@ private:
     {
         if (applications[o.service].unresponsive)
             return;
-        Node &n = nodes[keyOf(o)];
+        Node &n = nodes[o.key()];
         if (n.gone)
             return;
         unsigned own = needs
@@ -410,7 +402,7 @@ private:
         }
         // What others must answer for this one.
         auto needFrom = [&](const ObjectRef &other, unsigned what) {
-            Node &m = nodes[keyOf(other)];
+            Node &m = nodes[other.key()];
             if (!m.gone && (what & ~m.fetched) && !applications[other.service].unresponsive)
                 work.emplace_back(other, what & ~m.fetched);
         };
@@ -443,7 +435,7 @@ private:
         pending.reserve(work.size() * 3);
         for (const auto &[o, needs] : work) {
             const int t = timeoutFor(o);
-            const std::string key = keyOf(o);
+            const std::string key = o.key();
             auto add = [&](unsigned need, PendingCall call, int index = 0) {
                 pending.push_back(Call {key, o.service, need, index, std::move(call)});
             };
@@ -483,7 +475,6 @@ private:
             if (needs & NId)
                 add(NId, bus.property(o, accessibleInterface, "AccessibleId", t));
         }
-        calls += static_cast<long>(pending.size());
         for (auto &p : pending)
             p.call.reply();
         std::lock_guard lock(mutex);
@@ -572,7 +563,6 @@ private:
         }
         auto reply = bus.call(ObjectRef {service, "/org/a11y/atspi/cache"}, "org.a11y.atspi.Cache",
                               "GetItems", {}, defaultTimeoutMs);
-        ++calls;
         const bool failed = reply.isError();
         const auto items = failed ? std::nullopt : readCacheItems(reply.reply());
         std::lock_guard lock(mutex);
@@ -583,7 +573,7 @@ private:
         std::unordered_map<std::string, std::vector<std::pair<int, ObjectRef>>> childrenOf;
         std::unordered_map<std::string, int> childCounts;
         for (const auto &item : *items) {
-            const std::string key = keyOf(item.object);
+            const std::string key = item.object.key();
             Node &n = nodes[key];
             n.role = item.role;
             n.states = statesOf(item.states);
@@ -602,7 +592,7 @@ private:
                 n.fetched |= NChildren;
             }
             childCounts[key] = item.childCount;
-            childrenOf[keyOf(item.parent)].emplace_back(item.indexInParent, item.object);
+            childrenOf[item.parent.key()].emplace_back(item.indexInParent, item.object);
         }
         // A child list is taken from the snapshot only where it is complete: toolkits keep
         // there only the objects somebody has asked about.
@@ -630,11 +620,6 @@ AtspiAccessibility::AtspiAccessibility(AtspiBus &bus, ClientWindowsOf windowsOf)
 }
 
 AtspiAccessibility::~AtspiAccessibility() = default;
-
-long AtspiAccessibility::callCount() const
-{
-    return _state->calls.load();
-}
 
 void AtspiAccessibility::invalidateCache()
 {
@@ -945,7 +930,6 @@ AXResult<Value> AtspiAccessibility::copyParameterizedAttributeValue(const AXUIEl
     auto reply =
         _state->bus.call(*ref, collectionInterface, "GetMatches",
                          {rule, canonical, std::int32_t {0}, true}, _state->timeoutFor(*ref));
-    ++_state->calls;
     const auto matches = readObjects(reply.reply());
     if (!matches)
         return AXError::ParameterizedAttributeUnsupported;
@@ -981,9 +965,8 @@ AXResult<AXUIElement> AtspiAccessibility::copyElementAtPosition(const AXUIElemen
             auto reply = s.bus.call(current, componentInterface, "GetAccessibleAtPoint",
                                     {std::int32_t {px}, std::int32_t {py}, std::uint32_t {0}},
                                     s.timeoutFor(current));
-            ++s.calls;
             const auto hit = readObject(reply.reply());
-            if (!hit || hit->isNull() || keyOf(*hit) == keyOf(current))
+            if (!hit || hit->isNull() || hit->key() == current.key())
                 break;
             current = *hit;
         }
@@ -1009,7 +992,7 @@ AXError AtspiAccessibility::setMessagingTimeout(const AXUIElement &element, floa
     if (!ref || seconds < 0)
         return AXError::IllegalArgument;
     std::lock_guard lock(_state->mutex);
-    _state->timeouts[keyOf(*ref)] =
+    _state->timeouts[ref->key()] =
         seconds == 0 ? defaultTimeoutMs : std::max(1, static_cast<int>(seconds * 1000));
     return AXError::Success;
 }
@@ -1030,7 +1013,6 @@ AXError AtspiAccessibility::performAction(const AXUIElement &element, const std:
             continue;
         auto reply = _state->bus.call(*ref, actionInterface, "DoAction", {std::int32_t {i}},
                                       _state->timeoutFor(*ref));
-        ++_state->calls;
         return readBool(reply.reply()).value_or(false) ? AXError::Success : AXError::CannotComplete;
     }
     return AXError::ActionUnsupported;

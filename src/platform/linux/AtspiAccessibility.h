@@ -60,9 +60,6 @@ public:
     void prefetch(const std::vector<AXUIElement> &elements, const ReadAhead &reads) override;
     void invalidateCache() override;
 
-    // Calls made on the bus since the start, for measurements.
-    long callCount() const;
-
 private:
     class State;
     std::optional<ObjectRef> focusedWindow(const ObjectRef &application,
