@@ -187,8 +187,13 @@ public:
     // issued together, a few rounds deep for what depends on an earlier answer.
     void ensure(const std::vector<ObjectRef> &objects, unsigned needs)
     {
-        for (const auto &o : objects)
-            takeSnapshot(o.service);
+        // The objects of one burst nearly always belong to one application.
+        const std::string *service = nullptr;
+        for (const auto &o : objects) {
+            if (!service || o.service != *service)
+                takeSnapshot(o.service);
+            service = &o.service;
+        }
         for (int round = 0; round < 4; ++round) {
             std::vector<std::pair<ObjectRef, unsigned>> work;
             {
