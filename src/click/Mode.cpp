@@ -1,0 +1,372 @@
+#include "click/Mode.h"
+
+#include "accessibility/AXEnablerService.h"
+#include "accessibility/AttributeReaders.h"
+#include "accessibility/BuildUITrees.h"
+#include "click/ClickUtils.h"
+#include "click/CursorManager.h"
+#include "click/DoubleClickManager.h"
+#include "click/ModeViews.h"
+#include "click/SearchBarWindowController.h"
+#include "click/SessionGeometry.h"
+#include "click/TargetsWindowController.h"
+#include "platform/AXNames.h"
+#include "platform/Diagnostics.h"
+#include "platform/Pointer.h"
+#include "platform/WorkQueue.h"
+#include "preferences/Preferences.h"
+#include "sounds/SoundEffectManager.h"
+
+#include <stop_token>
+
+namespace tarnvik {
+
+namespace {
+
+bool isTextRole(const std::string &role)
+{
+    return role == "AXTextField" || role == "AXTextArea" || role == "AXComboBox";
+}
+
+} // namespace
+
+Mode::Mode(Services services)
+    : _services(services)
+{ }
+
+Mode::~Mode()
+{
+    *_alive = false;
+    deactivate(true);
+    cancelTimer(_chainClickTimer);
+    cancelTimer(_resetLabelQueryTimer);
+    cancelTimer(_hideCursorTimer);
+}
+
+TargetsView *Mode::targetsView() const
+{
+    return _targetsWindowController ? _targetsWindowController->targetsView() : nullptr;
+}
+
+bool Mode::isTargetSelf() const
+{
+    return _frontmostPid == _services.platform.workspace.currentProcessIdentifier();
+}
+
+void Mode::cancelTimer(std::optional<Scheduler::TimerId> &timer)
+{
+    if (timer)
+        _services.scheduler.cancel(*timer);
+    timer.reset();
+}
+
+void Mode::post(std::function<void()> action)
+{
+    _services.scheduler.postToMain([alive = _alive, action = std::move(action)] {
+        if (*alive)
+            action();
+    });
+}
+
+void Mode::activate(bool isSearchDisabled)
+{
+    if (_active)
+        return;
+    _isSearchDisabled = isSearchDisabled;
+    _services.doubleClick.reset(true);
+
+    auto &workspace = _services.platform.workspace;
+    const auto app = workspace.frontmostApplication();
+    if (!app) {
+        _services.events.beep();
+        return;
+    }
+    const auto menubarApp = workspace.menuBarOwningApplication();
+    if (!menubarApp) {
+        _services.events.beep();
+        return;
+    }
+    if (AXEnablerService::isIgnored(*app, _services.preferences))
+        return;
+
+    _frontmostAppBundleId = app->bundleIdentifier;
+    _frontmostPid = app->processIdentifier;
+    auto &ax = _services.platform.ax;
+    const auto appElement = ax.createApplication(app->processIdentifier);
+    const auto windowRef = elementAttribute(ax, NSAccessibilityFocusedWindowAttribute, appElement);
+    const auto window = windowRef.ok() && windowRef.value()
+        ? UIElement::fullElement(ax, *windowRef.value())
+        : nullptr;
+    if (!window)
+        return fail();
+    const auto screens = _services.screens.screens();
+    const auto screen = chooseScreen(window->frame(), screens);
+    if (!screen)
+        return fail();
+
+    _active = true;
+    ++_session;
+    _services.sounds.playActivation();
+    _screen = screen;
+
+    if (!_isSearchDisabled) {
+        _searchBar = std::make_unique<SearchBarWindowController>(_services.views.createSearchBar(),
+                                                                 [this] { runSearch(); });
+        _searchBar->window().orderFront();
+    }
+    const bool autoClick = _services.preferences.boolForKey(Preferences::Keys::isAutoClickEnabled);
+    _targetsWindowController = std::make_shared<TargetsWindowController>(
+        _services.views.createTargetsWindow(*_screen), _services.preferences,
+        _isSearchDisabled && autoClick);
+    _targetsWindowController->window().orderFront();
+
+    const double firstScreenHeight = screens.front().frame.size.height;
+    std::optional<CGRect> dockRect;
+    UITreePtr dock = BuildUITree(_services.platform, !_isSearchDisabled, false).buildDock();
+    if (dock) {
+        dockRect = dockFrameOnScreen(*dock, *_screen, firstScreenHeight);
+        if (!dockRect)
+            dock = nullptr;
+    }
+    if (_searchBar)
+        _searchBar->place(flippedRect(window->frame(), firstScreenHeight), dockRect, screens);
+
+    startTreeBuilding(*app, window, menubarApp, dock);
+
+    _keyboardCaptured = _services.keyboard.start([this](const KeyEvent &event) {
+        if (_isSearchDisabled)
+            return tapCallback(event);
+        // The search field sees what the session leaves; the application in front sees nothing.
+        if (localMonitor(event) == KeyDisposition::pass && _searchBar)
+            _searchBar->window().typeKey(event);
+        return KeyDisposition::swallow;
+    });
+    if (!_keyboardCaptured)
+        printLine("Failed to create event tap");
+    _services.pointerMotion.observe([this] { mouseMoved(); });
+
+    if (!_cursorHidden) {
+        _services.cursor.hide();
+        _cursorHidden = true;
+    }
+}
+
+void Mode::fail()
+{
+    printLine("Mode: unable to find a frontmost window or active menu bar. deactivating.");
+    _services.events.beep();
+    deactivate(true);
+}
+
+void Mode::startTreeBuilding(const RunningApplication &app, const UIElementPtr &window,
+                             const std::optional<RunningApplication> &menubarApp, UITreePtr dock)
+{
+    auto source = std::make_shared<std::stop_source>();
+    _cancelQuery = [source] { source->request_stop(); };
+    const auto session = _session;
+    // The services are the process's, and outlive this Mode; `this` is used on the main
+    // thread only, behind `alive`.
+    auto build = [this, services = _services, source, session, alive = _alive, app, window,
+                  menubarApp, dock, fetchSearchAttributes = !_isSearchDisabled] {
+        const auto token = source->get_token();
+        if (token.stop_requested() || !*alive)
+            return;
+        BuildUITrees builder({services.platform, services.preferences, services.scheduler}, app,
+                             window, menubarApp, dock, fetchSearchAttributes);
+        auto trees = builder.build(token);
+        if (!trees || token.stop_requested())
+            return;
+        services.scheduler.postToMain([this, alive, trees = std::move(*trees), session]() mutable {
+            if (*alive)
+                treesBuilt(std::move(trees), session);
+        });
+    };
+    _services.treeQueue.async(std::move(build));
+}
+
+void Mode::treesBuilt(UITrees trees, std::uint64_t session)
+{
+    if (!_active || session != _session)
+        return;
+    _uiTrees = std::move(trees);
+    runSearch();
+    if (_searchBar)
+        _searchBar->window().stopProgress();
+}
+
+void Mode::deactivate(bool closeWindow)
+{
+    if (!_active)
+        return;
+    _active = false;
+    _disableSearchHeuristics = false;
+    _screen.reset();
+    _frontmostAppBundleId.reset();
+
+    resetLabelQuery();
+    cancelTimer(_resetLabelQueryTimer);
+
+    if (_searchBar) {
+        _searchBar->close();
+        _searchBar.reset();
+    }
+    if (_targetsWindowController) {
+        if (closeWindow)
+            _targetsWindowController->close();
+        // Without closing, the window stays on screen for whoever took it over.
+        _targetsWindowController.reset();
+    }
+    if (_cancelQuery)
+        _cancelQuery();
+    _uiTrees.reset();
+
+    if (_keyboardCaptured)
+        _services.keyboard.stop();
+    _keyboardCaptured = false;
+    _services.pointerMotion.observe({});
+
+    if (_cursorHidden) {
+        _services.cursor.restore();
+        _cursorHidden = false;
+    }
+    cancelTimer(_hideCursorTimer);
+    if (_cancelSearch) {
+        _cancelSearch();
+        _cancelSearch = nullptr;
+    }
+}
+
+void Mode::runSearch()
+{
+    if (!_uiTrees || !_screen)
+        return;
+    resetLabelQuery();
+    if (_cancelSearch)
+        _cancelSearch();
+    const std::string query = _searchBar ? _searchBar->window().text() : "*";
+    auto cancelled = std::make_shared<std::atomic<bool>>(false);
+    const double firstScreenHeight = _services.screens.screens().front().frame.size.height;
+    _services.searchQueue.async([this, services = _services, cancelled, alive = _alive,
+                                 trees = *_uiTrees, query, includeAll = _disableSearchHeuristics,
+                                 screen = *_screen, firstScreenHeight] {
+        if (*cancelled)
+            return;
+        auto elements = elementsOnScreen(
+            trees.matchingElements(query, includeAll, services.preferences), screen,
+            firstScreenHeight);
+        if (*cancelled)
+            return;
+        services.scheduler.postToMain(
+            [this, cancelled, alive, trees, elements = std::move(elements)]() mutable {
+                if (*cancelled || !*alive || !_targetsWindowController)
+                    return;
+                _targetsWindowController->setTargets(std::move(elements), std::move(trees));
+            });
+    });
+    _cancelSearch = [cancelled] { *cancelled = true; };
+}
+
+void Mode::focusNext()
+{
+    if (auto *view = targetsView()) {
+        view->focusNext();
+        _targetsWindowController->window().update();
+    }
+}
+
+void Mode::focusPrevious()
+{
+    if (auto *view = targetsView()) {
+        view->focusPrevious();
+        _targetsWindowController->window().update();
+    }
+}
+
+void Mode::rotateClusters()
+{
+    if (auto *view = targetsView()) {
+        view->rotateClusters();
+        _targetsWindowController->window().update();
+    }
+}
+
+void Mode::clickFocused(std::uint16_t keyCode)
+{
+    auto *view = targetsView();
+    if (!view || !view->focusedElement() || !_uiTrees)
+        return;
+    const auto element = view->focusedElement();
+    const auto trees = *_uiTrees;
+    const bool targetSelf = isTargetSelf();
+    const bool searchDisabled = _isSearchDisabled;
+    _services.sounds.playClick();
+
+    auto window = _targetsWindowController;
+    deactivate(false);
+    auto clicker = std::make_shared<ClickUtils>(
+        ClickUtils::Services {_services.platform.ax, _services.events, _services.scheduler},
+        element, trees);
+    _services.doubleClick.start(element, trees, clicker, window,
+                                _services.events.doubleClickInterval(),
+                                targetSelf ? std::nullopt : std::optional(keyCode));
+    clicker->click(1);
+    if (auto *shown = window->targetsView()) {
+        shown->hideAllLabels();
+        window->window().playClickAnimation({});
+    }
+    if (_services.preferences.boolForKey(Preferences::Keys::chainClicks)
+        && !isTextRole(element->role)) {
+        cancelTimer(_chainClickTimer);
+        _chainClickTimer = _services.scheduler.scheduleOnMain(Seconds(0.3), [this, searchDisabled] {
+            _chainClickTimer.reset();
+            activate(searchDisabled);
+        });
+    }
+}
+
+void Mode::commandClickFocused()
+{
+    clickFocusedWith(0, ModifierFlag::command);
+}
+
+void Mode::rightClickFocused()
+{
+    clickFocusedWith(1, 0);
+}
+
+void Mode::clickFocusedWith(int button, std::uint64_t flags)
+{
+    auto *view = targetsView();
+    if (!view || !view->focusedElement() || !_uiTrees)
+        return;
+    const auto element = view->focusedElement();
+    const auto trees = *_uiTrees;
+    _services.sounds.playClick();
+    auto window = _targetsWindowController;
+    view->hideAllLabels();
+    // The window closes itself when its flash ends; until then it has no other owner.
+    window->window().playClickAnimation([window]() mutable { window->close(); });
+    deactivate(false);
+    auto clicker = std::make_shared<ClickUtils>(
+        ClickUtils::Services {_services.platform.ax, _services.events, _services.scheduler},
+        element, trees);
+    clicker->sendClick(button, flags, 1);
+}
+
+void Mode::mouseMoved()
+{
+    if (_cursorHidden) {
+        _services.cursor.restore();
+        _cursorHidden = false;
+    }
+    cancelTimer(_hideCursorTimer);
+    _hideCursorTimer = _services.scheduler.scheduleOnMain(Seconds(1.0), [this] {
+        _hideCursorTimer.reset();
+        if (_active && !_cursorHidden) {
+            _services.cursor.hide();
+            _cursorHidden = true;
+        }
+    });
+}
+
+} // namespace tarnvik

@@ -1,0 +1,127 @@
+#pragma once
+
+#include "accessibility/BuildUITree.h"
+#include "accessibility/UITrees.h"
+#include "platform/KeyEvents.h"
+#include "platform/Scheduler.h"
+#include "platform/Screens.h"
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace tarnvik {
+
+class CursorManager;
+class DoubleClickManager;
+class EventPosting;
+class ModeViews;
+class PointerMotion;
+class Preferences;
+class SearchBarWindowController;
+class SoundEffectManager;
+class TargetsView;
+class TargetsWindowController;
+class WorkQueue;
+
+// Runs a click session from the shortcut to the click: reads the trees, shows the labels,
+// takes the keys and clicks. In label mode the frontmost application keeps the keyboard focus
+// and keys are taken before it sees them; in search mode a search bar takes the typed text.
+// Everything here runs on the main thread; tree building and search run on their queues.
+class Mode
+{
+public:
+    struct Services
+    {
+        AccessibilityPlatform platform;
+        Screens &screens;
+        const Preferences &preferences;
+        Scheduler &scheduler;
+        KeyboardCapture &keyboard;
+        KeyboardLayout &keyboardLayout;
+        PointerMotion &pointerMotion;
+        CursorManager &cursor;
+        EventPosting &events;
+        SoundEffectManager &sounds;
+        ModeViews &views;
+        DoubleClickManager &doubleClick;
+        WorkQueue &treeQueue;
+        WorkQueue &searchQueue;
+    };
+
+    explicit Mode(Services services);
+    ~Mode();
+
+    void activate(bool isSearchDisabled);
+    void deactivate(bool closeWindow);
+    bool active() const { return _active; }
+    bool isSearchDisabled() const { return _isSearchDisabled; }
+
+    void runSearch();
+    void resetLabelQuery();
+    const std::string &labelQuery() const { return _labelQuery; }
+
+    // Actions reached from keys.
+    void focusNext();
+    void focusPrevious();
+    void clickFocused(std::uint16_t keyCode);
+    void commandClickFocused();
+    void rightClickFocused();
+    void rotateClusters();
+    void appendLabelCharacter(const std::string &character, std::uint16_t keyCode,
+                              std::uint64_t modifiers);
+
+    // The two ways keys reach a session: in label mode before the frontmost application, in
+    // search mode before the search field. Each decides one event.
+    KeyDisposition tapCallback(const KeyEvent &event);
+    KeyDisposition localMonitor(const KeyEvent &event);
+
+    // What the session shows, for its views and tests.
+    const std::optional<UITrees> &uiTrees() const { return _uiTrees; }
+    std::optional<Screen> screen() const { return _screen; }
+    TargetsView *targetsView() const;
+    SearchBarWindowController *searchBar() const { return _searchBar.get(); }
+
+private:
+    struct Session;
+
+    void fail();
+    void startTreeBuilding(const RunningApplication &app, const UIElementPtr &window,
+                           const std::optional<RunningApplication> &menubarApp, UITreePtr dock);
+    void treesBuilt(UITrees trees, std::uint64_t session);
+    void clickFocusedWith(int button, std::uint64_t flags);
+    void mouseMoved();
+    void highlightLabelQuery();
+    bool isTargetSelf() const;
+    KeyDisposition clickKey(const KeyEvent &event);
+    KeyDisposition letterKey(const KeyEvent &event);
+    void post(std::function<void()> action);
+    void cancelTimer(std::optional<Scheduler::TimerId> &timer);
+
+    Services _services;
+    bool _active = false;
+    bool _isSearchDisabled = true;
+    bool _disableSearchHeuristics = false;
+    std::optional<Screen> _screen;
+    std::optional<std::string> _frontmostAppBundleId;
+    pid_t _frontmostPid = 0;
+    std::unique_ptr<SearchBarWindowController> _searchBar;
+    std::shared_ptr<TargetsWindowController> _targetsWindowController;
+    std::function<void()> _cancelQuery;
+    std::optional<UITrees> _uiTrees;
+    bool _keyboardCaptured = false;
+    bool _cursorHidden = false;
+    std::optional<Scheduler::TimerId> _hideCursorTimer;
+    std::string _labelQuery;
+    std::optional<Scheduler::TimerId> _resetLabelQueryTimer;
+    std::function<void()> _cancelSearch;
+    std::optional<Scheduler::TimerId> _chainClickTimer;
+    // Each activation's number: a result of an earlier one is dropped.
+    std::uint64_t _session = 0;
+    // Answers late work that outlives the Mode (a tree build in flight at destruction).
+    std::shared_ptr<std::atomic<bool>> _alive = std::make_shared<std::atomic<bool>>(true);
+};
+
+} // namespace tarnvik

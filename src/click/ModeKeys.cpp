@@ -1,0 +1,232 @@
+// How keys reach a session of Mode: the tables of label mode and of search mode, and the label
+// query they feed.
+#include "click/Mode.h"
+
+#include "click/ModeViews.h"
+#include "click/TargetsWindowController.h"
+#include "platform/KeyCodes.h"
+#include "preferences/Preferences.h"
+#include "sounds/SoundEffectManager.h"
+
+#include <QList>
+#include <QString>
+
+namespace tarnvik {
+
+namespace {
+
+constexpr std::uint64_t shift = ModifierFlag::shift;
+constexpr std::uint64_t control = ModifierFlag::control;
+constexpr std::uint64_t command = ModifierFlag::command;
+
+std::uint64_t normalizedModifiers(std::uint64_t flags)
+{
+    return flags & ModifierFlag::deviceIndependent;
+}
+
+// The first character of the key's text, upper case, when it is a letter of any script.
+std::optional<std::string> labelLetter(const std::string &text)
+{
+    const QString upper = QString::fromStdString(text).toUpper();
+    if (upper.isEmpty())
+        return std::nullopt;
+    const int length = upper.at(0).isHighSurrogate() && upper.size() > 1 ? 2 : 1;
+    const QString first = upper.left(length);
+    if (!(length == 2 ? QChar::isLetter(first.toUcs4().value(0)) : first.at(0).isLetter()))
+        return std::nullopt;
+    return first.toStdString();
+}
+
+} // namespace
+
+KeyDisposition Mode::tapCallback(const KeyEvent &event)
+{
+    const bool down = event.type == EventType::keyDown;
+    const bool withControl = (event.flags & control) != 0;
+    const bool autoClick = _services.preferences.boolForKey(Preferences::Keys::isAutoClickEnabled);
+    const auto key = event.keyCode;
+    if (key == KeyCode::tab) {
+        if (down)
+            post([this, back = (event.flags & shift) != 0] { back ? focusPrevious() : focusNext(); });
+        return KeyDisposition::swallow;
+    }
+    if (key == KeyCode::returnKey || (key == KeyCode::space && !autoClick))
+        return clickKey(event);
+    if (key == KeyCode::space) {
+        if (down && _uiTrees)
+            post([this] { rotateClusters(); });
+        return KeyDisposition::swallow;
+    }
+    if (key == KeyCode::down && withControl) {
+        if (down)
+            post([this] { deactivate(true); });
+        return KeyDisposition::pass;
+    }
+    if ((key == KeyCode::left || key == KeyCode::right) && withControl)
+        return KeyDisposition::pass;
+    if (key == KeyCode::down) {
+        if (down)
+            post([this] { focusNext(); });
+        return KeyDisposition::swallow;
+    }
+    if (key == KeyCode::escape) {
+        if (down)
+            post([this] { deactivate(true); });
+        return KeyDisposition::pass;
+    }
+    if (key == KeyCode::up && !withControl) {
+        if (down)
+            post([this] { focusPrevious(); });
+        return KeyDisposition::swallow;
+    }
+    return down ? letterKey(event) : KeyDisposition::pass;
+}
+
+KeyDisposition Mode::clickKey(const KeyEvent &event)
+{
+    const auto modifiers = normalizedModifiers(event.flags);
+    auto *view = targetsView();
+    if (!view || !view->focusedElement() || event.type != EventType::keyDown
+        || (modifiers != 0 && modifiers != shift && modifiers != command))
+        return KeyDisposition::pass;
+    if (modifiers == command)
+        post([this] { commandClickFocused(); });
+    else if (modifiers == shift)
+        post([this] { rightClickFocused(); });
+    else
+        post([this, key = event.keyCode] { clickFocused(key); });
+    return KeyDisposition::swallow;
+}
+
+KeyDisposition Mode::letterKey(const KeyEvent &event)
+{
+    // By position on the ASCII-capable layout, whichever input source is selected.
+    const auto letter = labelLetter(_services.keyboardLayout.translate(event.keyCode));
+    if (!letter)
+        return KeyDisposition::pass;
+    const auto modifiers = normalizedModifiers(event.flags);
+    const bool autoClick = _services.preferences.boolForKey(Preferences::Keys::isAutoClickEnabled);
+    if (modifiers != 0 && modifiers != shift && !(modifiers == command && autoClick))
+        return KeyDisposition::pass;
+    post([this, character = *letter, key = event.keyCode, modifiers] {
+        appendLabelCharacter(character, key, modifiers);
+    });
+    return KeyDisposition::swallow;
+}
+
+KeyDisposition Mode::localMonitor(const KeyEvent &event)
+{
+    if (_isSearchDisabled)
+        return KeyDisposition::pass;
+    const bool down = event.type == EventType::keyDown;
+    const std::uint64_t m = event.flags & 0xFFFF0000;
+    const auto key = event.keyCode;
+    if (key == KeyCode::tab) {
+        if (down && m == 0)
+            focusNext();
+        else if (down && m == shift)
+            focusPrevious();
+        return KeyDisposition::swallow;
+    }
+    if (key == KeyCode::returnKey) {
+        auto *view = targetsView();
+        if (!down || !view || !view->focusedElement())
+            return KeyDisposition::pass;
+        if (m == command)
+            commandClickFocused();
+        else if (m == shift)
+            rightClickFocused();
+        else if (m == 0)
+            clickFocused(key);
+        else
+            return KeyDisposition::pass;
+        return KeyDisposition::swallow;
+    }
+    if (key == KeyCode::down || key == KeyCode::up) {
+        // The arrows carry the numeric-pad and function bits; nothing else may be held.
+        if (!down || (event.flags & 0xFF5F0000) != 0)
+            return KeyDisposition::pass;
+        key == KeyCode::down ? focusNext() : focusPrevious();
+        return KeyDisposition::swallow;
+    }
+    if (m == control && (key == KeyCode::n || key == KeyCode::p)) {
+        if (!down)
+            return KeyDisposition::pass;
+        key == KeyCode::n ? focusNext() : focusPrevious();
+        return KeyDisposition::swallow;
+    }
+    if (key == KeyCode::escape && m == 0) {
+        // Also on release: a session started while Escape was held ends when it is let go.
+        deactivate(true);
+        return KeyDisposition::swallow;
+    }
+    // Shift and a letter picks a label; a plain letter is search text.
+    const auto &text = event.charactersIgnoringModifiers;
+    if ((m == 0 || m == shift) && !text.empty() && text[0] >= 'A' && text[0] <= 'Z') {
+        if (!down)
+            return KeyDisposition::pass;
+        appendLabelCharacter(std::string(1, text[0]), key, m);
+        return KeyDisposition::swallow;
+    }
+    return KeyDisposition::pass;
+}
+
+void Mode::appendLabelCharacter(const std::string &character, std::uint16_t keyCode,
+                                std::uint64_t modifiers)
+{
+    cancelTimer(_resetLabelQueryTimer);
+    _labelQuery += character;
+    auto *view = targetsView();
+    if (!view) {
+        _services.sounds.playWarning();
+        resetLabelQuery();
+    } else {
+        highlightLabelQuery();
+        const auto &labels = view->labels();
+        bool matched = false;
+        for (std::size_t i = 0; i < labels.size() && !matched; ++i) {
+            if (labels[i] == _labelQuery) {
+                matched = true;
+                view->focus(i);
+                resetLabelQuery();
+                const bool autoClick =
+                    _services.preferences.boolForKey(Preferences::Keys::isAutoClickEnabled);
+                if (_isSearchDisabled && autoClick) {
+                    if (modifiers == command)
+                        commandClickFocused();
+                    else if (modifiers == shift)
+                        rightClickFocused();
+                    else if (modifiers == 0)
+                        clickFocused(keyCode);
+                }
+            } else if (labels[i].starts_with(_labelQuery)) {
+                matched = true;
+            }
+        }
+        if (!matched) {
+            _services.sounds.playWarning();
+            resetLabelQuery();
+        }
+    }
+    _resetLabelQueryTimer = _services.scheduler.scheduleOnMain(Seconds(1.0), [this] {
+        _resetLabelQueryTimer.reset();
+        resetLabelQuery();
+    });
+}
+
+void Mode::resetLabelQuery()
+{
+    cancelTimer(_resetLabelQueryTimer);
+    _labelQuery.clear();
+    highlightLabelQuery();
+}
+
+void Mode::highlightLabelQuery()
+{
+    if (auto *view = targetsView()) {
+        view->setLabelQuery(_labelQuery);
+        _targetsWindowController->window().update();
+    }
+}
+
+} // namespace tarnvik

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace tarnvik {
+
+// Virtual key codes by key position (ANSI), the vocabulary of shortcuts and key handling.
+namespace KeyCode {
+constexpr std::uint16_t none = 65535;
+constexpr std::uint16_t returnKey = 36;
+constexpr std::uint16_t tab = 48;
+constexpr std::uint16_t space = 49;
+constexpr std::uint16_t deleteKey = 51;
+constexpr std::uint16_t escape = 53;
+constexpr std::uint16_t help = 114;
+constexpr std::uint16_t home = 115;
+constexpr std::uint16_t pageUp = 116;
+constexpr std::uint16_t forwardDelete = 117;
+constexpr std::uint16_t end = 119;
+constexpr std::uint16_t pageDown = 121;
+constexpr std::uint16_t left = 123;
+constexpr std::uint16_t right = 124;
+constexpr std::uint16_t down = 125;
+constexpr std::uint16_t up = 126;
+constexpr std::uint16_t p = 35;
+constexpr std::uint16_t n = 45;
+} // namespace KeyCode
+
+// The character a key gives on the ASCII-capable (US) layout with no modifiers, lower case;
+// nothing for keys that give none.
+std::optional<char> asciiCharacter(std::uint16_t keyCode);
+// The key that gives `c` on that layout, either case.
+std::optional<std::uint16_t> keyCodeForAsciiCharacter(char c);
+// F1 to F20; nothing for other numbers.
+std::optional<std::uint16_t> functionKeyCode(int number);
+// 1 to 20 for F1 to F20.
+std::optional<int> functionKeyNumber(std::uint16_t keyCode);
+
+} // namespace tarnvik

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace tarnvik {
+
+// Event types and modifier bits in the vocabulary of the core, whatever the backend.
+namespace EventType {
+constexpr int keyDown = 10;
+constexpr int keyUp = 11;
+} // namespace EventType
+
+namespace ModifierFlag {
+constexpr std::uint64_t capsLock = 0x10000;
+constexpr std::uint64_t shift = 0x20000;
+constexpr std::uint64_t control = 0x40000;
+constexpr std::uint64_t option = 0x80000;
+constexpr std::uint64_t command = 0x100000;
+constexpr std::uint64_t numericPad = 0x200000;
+constexpr std::uint64_t function = 0x800000;
+// The four that a shortcut or a click can carry.
+constexpr std::uint64_t deviceIndependent = shift | control | option | command;
+} // namespace ModifierFlag
+
+// One key press or release, with the key given by its virtual key code (ANSI positions).
+struct KeyEvent
+{
+    int type = EventType::keyDown;
+    std::uint16_t keyCode = 0;
+    std::uint64_t flags = 0;
+    // The text the key gives with its modifiers, and without them, in the current layout.
+    std::string characters;
+    std::string charactersIgnoringModifiers;
+};
+
+enum class KeyDisposition { pass, swallow };
+
+// Takes every key of the session before the focused application sees it, and lets a handler
+// decide per event whether that application gets it. Events reach the handler on the main
+// thread, one at a time, in order; the keyboard waits for each answer, so handlers must only
+// decide and post their work.
+class KeyboardCapture
+{
+public:
+    using Handler = std::function<KeyDisposition(const KeyEvent &)>;
+
+    virtual ~KeyboardCapture() = default;
+
+    // False when the keyboard can't be taken (another program holds it). A second start
+    // replaces the handler.
+    virtual bool start(Handler handler) = 0;
+    // Gives the keyboard back at once; harmless when not started.
+    virtual void stop() = 0;
+};
+
+// The text of a key by position, as the ASCII-capable layout prints it with no modifiers.
+class KeyboardLayout
+{
+public:
+    virtual ~KeyboardLayout() = default;
+    // Empty when the key gives no text.
+    virtual std::string translate(std::uint16_t keyCode) = 0;
+};
+
+} // namespace tarnvik

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "platform/Geometry.h"
+
+#include <cstdint>
+#include <functional>
+
+namespace tarnvik {
+
+// Synthesised mouse input, posted as if the user had made it. Positions are in the
+// accessibility space (origin at the top left of the first screen).
+class EventPosting
+{
+public:
+    virtual ~EventPosting() = default;
+
+    virtual void postMouseMoved(CGPoint position) = 0;
+    // `button` 0 left, 1 right, 2 other; `flags` the modifier bits held during the press;
+    // `clickState` 2 for the second click of a double click.
+    virtual void postMouseButton(int button, bool down, CGPoint position, std::uint64_t flags,
+                                 int clickState) = 0;
+    // The user's double-click interval.
+    virtual double doubleClickInterval() = 0;
+    // The system's alert sound.
+    virtual void beep() = 0;
+};
+
+// Hiding and showing the pointer over every application. Hides nest: each hide needs a show.
+class PointerVisibility
+{
+public:
+    virtual ~PointerVisibility() = default;
+    virtual void hideCursor() = 0;
+    virtual void showCursor() = 0;
+};
+
+// Observes the pointer moving, whichever application has it.
+class PointerMotion
+{
+public:
+    virtual ~PointerMotion() = default;
+    // Calls `observer` on the main thread for movements from now on; an empty function stops.
+    virtual void observe(std::function<void()> observer) = 0;
+};
+
+} // namespace tarnvik

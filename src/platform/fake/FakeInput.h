@@ -1,0 +1,83 @@
+#pragma once
+
+#include "platform/HotKeys.h"
+#include "platform/KeyEvents.h"
+#include "platform/Pointer.h"
+#include "platform/WorkQueue.h"
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarnvik::fake {
+
+// The keyboard, pointer and mouse of the fake desktop. Tests type keys and move the mouse;
+// it records what the program posted, grabbed and hid.
+class FakeInput final : public KeyboardCapture,
+                        public KeyboardLayout,
+                        public HotKeys,
+                        public EventPosting,
+                        public PointerVisibility,
+                        public PointerMotion
+{
+public:
+    struct MouseEvent
+    {
+        int button = -1; // -1 for a move
+        bool down = false;
+        CGPoint position;
+        std::uint64_t flags = 0;
+        int clickState = 0;
+    };
+
+    // A key typed by the user: the capture decides first, then a hot key may take it. Answers
+    // whether the frontmost application got it.
+    bool type(std::uint16_t keyCode, std::uint64_t flags = 0, int eventType = EventType::keyDown,
+              std::string charactersIgnoringModifiers = {});
+    void moveMouse();
+
+    bool captured() const { return static_cast<bool>(_capture); }
+    void refuseCapture(bool refuse) { _refuseCapture = refuse; }
+    const std::vector<MouseEvent> &mouseEvents() const { return _mouse; }
+    int beeps() const { return _beeps; }
+    int hiddenLevel() const { return _hidden; }
+    bool observingMotion() const { return static_cast<bool>(_motion); }
+    std::size_t hotKeyCount() const { return _hotKeys.size(); }
+    void setDoubleClickInterval(double seconds) { _doubleClickInterval = seconds; }
+
+    bool start(KeyboardCapture::Handler handler) override;
+    void stop() override { _capture = nullptr; }
+    std::string translate(std::uint16_t keyCode) override;
+    void setHandler(HotKeys::Handler handler) override { _hotKeyHandler = std::move(handler); }
+    bool registerHotKey(HotKeyId id, std::uint16_t keyCode, std::uint64_t modifierFlags) override;
+    bool unregisterHotKey(HotKeyId id) override { return _hotKeys.erase(id) > 0; }
+    void postMouseMoved(CGPoint position) override;
+    void postMouseButton(int button, bool down, CGPoint position, std::uint64_t flags,
+                         int clickState) override;
+    double doubleClickInterval() override { return _doubleClickInterval; }
+    void beep() override { ++_beeps; }
+    void hideCursor() override { ++_hidden; }
+    void showCursor() override { --_hidden; }
+    void observe(std::function<void()> observer) override { _motion = std::move(observer); }
+
+private:
+    KeyboardCapture::Handler _capture;
+    bool _refuseCapture = false;
+    HotKeys::Handler _hotKeyHandler;
+    std::map<HotKeyId, std::pair<std::uint16_t, std::uint64_t>> _hotKeys;
+    std::vector<MouseEvent> _mouse;
+    std::function<void()> _motion;
+    int _beeps = 0;
+    int _hidden = 0;
+    double _doubleClickInterval = 0.5;
+};
+
+// Runs work at once, on the calling thread: the queues of tests.
+class InlineWorkQueue final : public WorkQueue
+{
+public:
+    void async(std::function<void()> work) override { work(); }
+};
+
+} // namespace tarnvik::fake

@@ -1,0 +1,30 @@
+#include <QGuiApplication>
+
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace {
+
+// Fonts and text layout need an application object; no test needs a real display.
+class GuiEnvironment : public testing::Environment
+{
+public:
+    void SetUp() override
+    {
+        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        _application = std::make_unique<QGuiApplication>(_argc, _argv);
+    }
+    void TearDown() override { _application.reset(); }
+
+private:
+    int _argc = 1;
+    char _name[21] = "tarnvik_labels_tests";
+    char *_argv[2] = {_name, nullptr};
+    std::unique_ptr<QGuiApplication> _application;
+};
+
+[[maybe_unused]] testing::Environment *const environment =
+    testing::AddGlobalTestEnvironment(new GuiEnvironment);
+
+} // namespace

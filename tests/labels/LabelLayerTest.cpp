@@ -1,0 +1,319 @@
+#include "labels/LabelLayer.h"
+
+#include <QPainter>
+#include <QPainterPath>
+
+#include <cmath>
+#include <numbers>
+#include <gtest/gtest.h>
+
+namespace tarnvik {
+namespace {
+
+constexpr double tolerance = 0.02;
+
+void expectNear(QPointF actual, QPointF expected)
+{
+    EXPECT_NEAR(actual.x(), expected.x(), tolerance);
+    EXPECT_NEAR(actual.y(), expected.y(), tolerance);
+}
+
+double distance(QPointF a, QPointF b)
+{
+    return std::hypot(a.x() - b.x(), a.y() - b.y());
+}
+
+// Every point of the path after its first `skip` percent stays `radius` from `centre`.
+void expectArc(const QPainterPath &path, double from, QPointF centre, double radius)
+{
+    for (int i = 0; i <= 20; ++i) {
+        const double t = from + (1.0 - from) * i / 20.0;
+        EXPECT_NEAR(distance(path.pointAtPercent(t), centre), radius, tolerance) << t;
+    }
+}
+
+TEST(AddArcToPoint, RoundsARightAngleTurningEitherWay)
+{
+    QPainterPath right;
+    right.moveTo(0, 0);
+    addArcToPoint(right, {10, 0}, {10, 10}, 3);
+    expectNear(right.currentPosition(), {10, 3});
+    ASSERT_GE(right.elementCount(), 3);
+    expectNear(right.elementAt(1), {7, 0});
+    // The line takes 7 of the path's 7 + 3π/2 length.
+    expectArc(right, 7.0 / (7.0 + 1.5 * std::numbers::pi) + 0.01, {7, 3}, 3);
+
+    QPainterPath left;
+    left.moveTo(0, 0);
+    addArcToPoint(left, {10, 0}, {10, -10}, 3);
+    expectNear(left.currentPosition(), {10, -3});
+    expectArc(left, 7.0 / (7.0 + 1.5 * std::numbers::pi) + 0.01, {7, -3}, 3);
+}
+
+TEST(AddArcToPoint, AcuteTipIsSymmetricAndTangent)
+{
+    QPainterPath path;
+    path.moveTo(0, 4);
+    addArcToPoint(path, {2.5, 0}, {5, 4}, 1);
+    const QPointF end = path.currentPosition();
+    const QPointF start = path.elementAt(1);
+    EXPECT_NEAR(end.x(), 5.0 - start.x(), tolerance) << "mirror images about the tip";
+    EXPECT_NEAR(end.y(), start.y(), tolerance);
+    // Both tangent points lie on their sides.
+    EXPECT_NEAR(start.x() / 2.5 + start.y() / 4.0, 1.0, tolerance);
+    EXPECT_NEAR((end.x() - 2.5) / 2.5 - end.y() / 4.0, 0.0, tolerance);
+    // The arc leaves along the second side, heading down and right.
+    const double leaving = path.angleAtPercent(1.0);
+    EXPECT_NEAR(leaving, 360.0 - std::atan2(4.0, 2.5) * 180.0 / std::numbers::pi, 0.5);
+    // Its lowest point stands below the tip: the corner is cut off.
+    const QRectF bounds = path.boundingRect();
+    EXPECT_GT(bounds.top(), 0.1);
+}
+
+TEST(AddArcToPoint, DegenerateCornersBecomeLines)
+{
+    QPainterPath straight;
+    straight.moveTo(0, 0);
+    addArcToPoint(straight, {5, 0}, {10, 0}, 2);
+    expectNear(straight.currentPosition(), {5, 0});
+    EXPECT_EQ(straight.elementCount(), 2);
+
+    QPainterPath sharp;
+    sharp.moveTo(0, 0);
+    addArcToPoint(sharp, {5, 0}, {5, 5}, 0);
+    expectNear(sharp.currentPosition(), {5, 0});
+
+    QPainterPath coincident;
+    coincident.moveTo(3, 3);
+    addArcToPoint(coincident, {3, 3}, {8, 3}, 2);
+    expectNear(coincident.currentPosition(), {3, 3});
+}
+
+LabelColors themeColors(const std::string &id)
+{
+    return labelColors(id, false);
+}
+
+TEST(LabelLayer, EmptyLabelKeepsTheMinimumBody)
+{
+    LabelLayer layer("", themeColors("original"), 10.0, 1.0);
+    EXPECT_EQ(layer.size(), QSizeF(0, 0)) << "nothing before layout";
+    layer.layoutLabel();
+    const double th = layer.textRect().height();
+    EXPECT_GT(th, 8.0);
+    EXPECT_LT(th, 16.0);
+    EXPECT_EQ(layer.size(), QSizeF(15.0, 1.0 + th + 2.0 + 4.0));
+    EXPECT_EQ(layer.bodyRect(), QRectF(0.5, 4.5, 14.0, th + 2.0));
+}
+
+TEST(LabelLayer, WideTextSetsTheWidthAndCentresOnTheBody)
+{
+    LabelLayer layer("WWWWWW", themeColors("original"), 10.0, 1.0);
+    layer.layoutLabel();
+    const QRectF text = layer.textRect();
+    EXPECT_GT(text.width(), 9.0);
+    EXPECT_EQ(layer.size().width(), 1.0 + 2 * 3.0 + text.width());
+    expectNear(text.center(), layer.bodyRect().center());
+    EXPECT_GT(layer.bodyRect().center().y(), layer.size().height() / 2) << "nub left out";
+
+    LabelLayer larger("WWWWWW", themeColors("original"), 20.0, 1.0);
+    larger.layoutLabel();
+    EXPECT_GT(larger.textRect().width(), 1.8 * text.width());
+    EXPECT_GT(larger.textRect().height(), 1.8 * text.height());
+}
+
+TEST(LabelLayer, SpacingFollowsEveryCharacterButTheLast)
+{
+    auto textWidth = [](const std::string &label, double spacing) {
+        LabelLayer layer(label, themeColors("original"), {.charSpacing = spacing}, 1.0);
+        layer.layoutLabel();
+        return layer.textRect().width();
+    };
+    EXPECT_EQ(textWidth("A", 2.0), textWidth("A", 0.0));
+    EXPECT_EQ(textWidth("AB", 2.0), textWidth("AB", 0.0) + 2.0);
+    EXPECT_EQ(textWidth("ABC", 3.0), textWidth("ABC", 0.0) + 6.0);
+    EXPECT_EQ(textWidth("E\u0301A", 2.0), textWidth("E\u0301A", 0.0) + 2.0)
+        << "an accent belongs to its letter";
+}
+
+// Samples the rendered label at a point of its own coordinates.
+QRgb pixelAt(LabelLayer &layer, QPointF point)
+{
+    const QImage &image = layer.image();
+    const QMarginsF margins = layer.shadowMargins();
+    const double ratio = layer.devicePixelRatio();
+    return image.pixel(static_cast<int>((point.x() + margins.left()) * ratio),
+                       static_cast<int>((point.y() + margins.top()) * ratio));
+}
+
+TEST(LabelLayer, NubPointsUpFromTheTopCentre)
+{
+    LabelLayer layer("", themeColors("original"), 10.0, 1.0);
+    layer.layoutLabel();
+    const double midX = layer.size().width() / 2;
+    EXPECT_GE(qAlpha(pixelAt(layer, {midX, 2.5})), 200);
+    EXPECT_LT(qAlpha(pixelAt(layer, {midX - 4.0, 2.5})), 40);
+    EXPECT_LT(qAlpha(pixelAt(layer, {midX + 4.0, 2.5})), 40);
+    EXPECT_LT(qAlpha(pixelAt(layer, {1.0, 1.5})), 40);
+    EXPECT_LT(qAlpha(pixelAt(layer, {layer.size().width() - 1.0, 1.5})), 40);
+    EXPECT_EQ(qAlpha(pixelAt(layer, layer.bodyRect().center())), 255);
+    EXPECT_LT(qAlpha(pixelAt(layer, {0.1, layer.size().height() - 0.1})), 128)
+        << "rounded corner";
+}
+
+TEST(LabelLayer, GradientRunsFromTheFirstColourDownToTheThird)
+{
+    LabelLayer layer("", themeColors("original"), 10.0, 1.0);
+    layer.layoutLabel();
+    const QRectF body = layer.bodyRect();
+    const double x = body.center().x();
+    int previous = 256;
+    for (double y = body.top() + 1.5; y < body.bottom() - 1.0; y += 0.5) {
+        const int blue = qBlue(pixelAt(layer, {x, y}));
+        EXPECT_LE(blue, previous + 1) << y;
+        previous = blue;
+    }
+    // The first stop is at a fifth of the height, above the body: the body starts past it.
+    const QRgb top = pixelAt(layer, {x, body.top() + 1.0});
+    const QRgb bottom = pixelAt(layer, {x, body.bottom() - 1.0});
+    EXPECT_GT(qBlue(top), 160);
+    EXPECT_LE(qBlue(top), 195);
+    EXPECT_LT(qBlue(bottom), 110);
+    EXPECT_GE(qBlue(bottom), 71);
+    EXPECT_GE(qRed(bottom), 250) << "the third colour keeps red full";
+
+    const QRgb edge = pixelAt(layer, {0.5, body.center().y()});
+    EXPECT_LT(qGray(edge), 128) << "dark border over the light fill";
+}
+
+// The brightest and darkest pixel of each half of the text.
+struct Halves
+{
+    int leftMax = 0, rightMax = 0, leftMin = 255, rightMin = 255;
+};
+
+Halves sampleText(LabelLayer &layer)
+{
+    Halves h;
+    const QRectF text = layer.textRect();
+    for (double y = text.top(); y < text.bottom(); y += 0.5) {
+        for (double x = text.left(); x < text.right(); x += 0.5) {
+            const int gray = qGray(pixelAt(layer, {x, y}));
+            const bool left = x < text.center().x();
+            (left ? h.leftMax : h.rightMax) = std::max(left ? h.leftMax : h.rightMax, gray);
+            (left ? h.leftMin : h.rightMin) = std::min(left ? h.leftMin : h.rightMin, gray);
+        }
+    }
+    return h;
+}
+
+TEST(LabelLayer, TypedCharactersFadeToDarkInADarkTheme)
+{
+    LabelLayer layer("MM", themeColors("dark"), 10.0, 1.0);
+    layer.layoutLabel();
+    Halves none = sampleText(layer);
+    EXPECT_GT(none.leftMax, 200);
+    EXPECT_GT(none.rightMax, 200);
+
+    layer.setMatchedPrefix(1);
+    Halves one = sampleText(layer);
+    EXPECT_LT(one.leftMax, 100) << "black at 0.4 even on a dark label";
+    EXPECT_GT(one.rightMax, 200);
+
+    layer.setMatchedPrefix(2);
+    Halves all = sampleText(layer);
+    EXPECT_LT(all.leftMax, 100);
+    EXPECT_LT(all.rightMax, 100);
+
+    layer.setMatchedPrefix(7);
+    EXPECT_EQ(layer.matchedPrefix(), 2) << "no more than the label has";
+}
+
+TEST(LabelLayer, TypedCharactersTurnGreyInALightTheme)
+{
+    LabelLayer layer("MM", themeColors("original"), 10.0, 1.0);
+    layer.setMatchedPrefix(1);
+    layer.layoutLabel();
+    Halves h = sampleText(layer);
+    EXPECT_GT(h.leftMin, 100);
+    EXPECT_LT(h.rightMin, 60);
+}
+
+TEST(LabelLayer, RendersOnceUntilThePrefixChanges)
+{
+    LabelLayer layer("AB", themeColors("original"), 10.0, 1.5);
+    layer.layoutLabel();
+    const qint64 first = layer.image().cacheKey();
+    EXPECT_EQ(layer.image().cacheKey(), first);
+    layer.setMatchedPrefix(0);
+    EXPECT_EQ(layer.image().cacheKey(), first);
+    layer.setMatchedPrefix(1);
+    const qint64 second = layer.image().cacheKey();
+    EXPECT_NE(second, first);
+    layer.setMatchedPrefix(1);
+    EXPECT_EQ(layer.image().cacheKey(), second);
+
+    const QImage &image = layer.image();
+    EXPECT_EQ(image.devicePixelRatio(), 3.0);
+    const QSizeF logical = layer.size().grownBy(layer.shadowMargins());
+    EXPECT_EQ(image.width(), static_cast<int>(std::ceil(logical.width() * 3.0)));
+    EXPECT_EQ(image.height(), static_cast<int>(std::ceil(logical.height() * 3.0)));
+}
+
+TEST(LabelLayer, ShadowFallsBelowTheBounds)
+{
+    LabelLayer layer("AB", themeColors("original"), 10.0, 1.0);
+    layer.layoutLabel();
+    const QMarginsF margins = layer.shadowMargins();
+    EXPECT_GT(margins.bottom(), margins.top());
+    const double midX = layer.size().width() / 2;
+    const int below = qAlpha(pixelAt(layer, {midX, layer.size().height() + 1.0}));
+    const int above = qAlpha(pixelAt(layer, {1.0, -1.0}));
+    EXPECT_GT(below, 10);
+    EXPECT_LE(below, 39) << "at most 0.15 opaque";
+    EXPECT_LT(above, below);
+}
+
+TEST(LabelLayer, WarnsWhenDrawnBeforeLayout)
+{
+    LabelLayer early("XY", themeColors("original"), 10.0, 1.0);
+    testing::internal::CaptureStdout();
+    early.image();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "warning: LabelLayer XY - invalid nub width/radius parameters\n");
+
+    LabelLayer laidOut("XY", themeColors("original"), {.nubWidth = 10.0}, 1.0);
+    laidOut.layoutLabel();
+    testing::internal::CaptureStdout();
+    laidOut.image();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
+TEST(LabelLayer, PaintsAtItsPlaceOnlyWhenShown)
+{
+    LabelLayer layer("AB", themeColors("original"), 10.0, 1.0);
+    layer.layoutLabel();
+    QImage canvas(80, 60, QImage::Format_ARGB32_Premultiplied);
+    auto paint = [&] {
+        canvas.fill(Qt::white);
+        QPainter painter(&canvas);
+        layer.paint(painter, {20, 10});
+    };
+    const QPoint inside = QPointF(20.0 + 2.0, 10.0 + layer.size().height() - 2.5).toPoint();
+    const QPoint outside = QPointF(20.0 + layer.size().width() + 8.0, 12.0).toPoint();
+
+    paint();
+    EXPECT_EQ(canvas.pixel(inside), qRgb(255, 255, 255)) << "transparent at creation";
+
+    layer.opacity = 1.0;
+    paint();
+    EXPECT_LT(qBlue(canvas.pixel(inside)), 150) << "the yellow fill";
+    EXPECT_EQ(canvas.pixel(outside), qRgb(255, 255, 255));
+
+    layer.hidden = true;
+    paint();
+    EXPECT_EQ(canvas.pixel(inside), qRgb(255, 255, 255));
+}
+
+} // namespace
+} // namespace tarnvik
