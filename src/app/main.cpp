@@ -1,15 +1,28 @@
-// The program: the composition root that chooses the Linux backend and runs a command.
+// The program: the composition root that chooses the Linux backend, and either runs resident
+// or runs one command.
+#include "accessibility/AXEnablerService.h"
 #include "accessibility/AttributeReaders.h"
+#include "app/AppDelegate.h"
 #include "app/TargetsCommand.h"
+#include "click/CursorManager.h"
+#include "click/DoubleClickManager.h"
+#include "click/Mode.h"
+#include "click/views/QtModeViews.h"
 #include "platform/AXNames.h"
 #include "platform/Diagnostics.h"
+#include "platform/WorkQueue.h"
 #include "platform/linux/LinuxDesktop.h"
+#include "platform/linux/X11Input.h"
 #include "platform/qt/QSettingsPreferenceStore.h"
 #include "platform/qt/QtScheduler.h"
+#include "platform/qt/QtSoundPlayer.h"
 #include "preferences/Preferences.h"
+#include "sounds/SoundEffectManager.h"
 
+#include <QApplication>
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QStyleHints>
 
 #include <cstdio>
 
@@ -76,21 +89,74 @@ int runTargets(const QStringList &arguments, bool tree)
     return command.run(options);
 }
 
+// Runs until quit: the shortcuts start and end sessions of the frontmost window.
+int runResident()
+{
+    QApplication::setQuitOnLastWindowClosed(false);
+    auto desktop = linux::LinuxDesktop::connect();
+    if (!desktop)
+        return 2;
+    wireMenubarFrame(*desktop);
+    auto input = linux::X11Input::connect(
+        [] { return QApplication::styleHints()->mouseDoubleClickInterval() / 1000.0; });
+    if (!input) {
+        std::fputs("tarnvik: the display lacks the XTEST or XKB extension\n", stderr);
+        return 2;
+    }
+    auto &x = desktop->desktop();
+    QSettingsPreferenceStore store;
+    Preferences preferences(store);
+    QtScheduler scheduler;
+    QtSoundPlayer player;
+    SoundEffectManager sounds(player, preferences, TARNVIK_SOUNDS_DIR);
+    SRGlobalShortcutMonitor shortcuts(*input);
+    CursorManager cursor(*input);
+    DoubleClickManager doubleClick(scheduler, shortcuts);
+    // Declared before the mode, so that work in flight ends before what it uses goes away.
+    SerialWorkQueue treeQueue;
+    SerialWorkQueue searchQueue;
+    QtModeViews views(preferences, {[&x] { return x.screens().front().frame.size.height; },
+                                    x.hasCompositor(), [] { return false; }});
+    Mode mode({{desktop->accessibility(), x, x}, x, preferences, scheduler, *input, *input,
+               *input, cursor, *input, sounds, views, doubleClick, treeQueue, searchQueue});
+    AppDelegate delegate(preferences, shortcuts, mode);
+    delegate.wireShortcuts();
+    AXEnablerService enabler(
+        {desktop->accessibility(), x, scheduler, preferences, [&mode] { mode.deactivate(true); }});
+    enabler.start();
+    printLine("Tarnvik: running; the click shortcut is "
+              + preferences.stringForKey(Preferences::Keys::nonSearchShortcut).value_or("unset"));
+    const int status = QApplication::exec();
+    mode.deactivate(true);
+    doubleClick.reset(true);
+    return status;
+}
+
+int usage()
+{
+    std::fputs("usage: tarnvik                 run resident: the shortcuts show the labels\n"
+               "       tarnvik targets [--json] [--search TEXT] [--repeat N]\n"
+               "       tarnvik tree [--search TEXT]\n",
+               stderr);
+    return 2;
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
 {
+    const QString command = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString();
+    if (command.isEmpty()) {
+        QApplication app(argc, argv);
+        QApplication::setApplicationName("tarnvik");
+        QApplication::setApplicationDisplayName("Tarnvik");
+        return runResident();
+    }
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName("tarnvik");
-    const QStringList arguments = QCoreApplication::arguments();
-    const QString command = arguments.value(1);
-    QStringList rest = arguments;
-    if (!command.isEmpty())
-        rest.removeAt(1);
+    QStringList rest = QCoreApplication::arguments();
+    rest.removeAt(1);
     if (command == "targets" || command == "tree")
         return runTargets(rest, command == "tree");
-    std::fputs("usage: tarnvik targets [--json] [--search TEXT] [--repeat N]\n"
-               "       tarnvik tree [--search TEXT]\n",
-               stderr);
-    return 2;
+    return usage();
 }

@@ -18,20 +18,10 @@ namespace tarnvik {
 
 namespace {
 
-// Text sizes are given in points and a point is one logical pixel here, so text is measured and
-// drawn on devices of 72 dots per inch; QFont's own pixel size would round to whole pixels.
-constexpr int dotsPerMetreAt72Dpi = 2835;
-
-const QImage &measuringDevice()
-{
-    static const QImage device = [] {
-        QImage image(1, 1, QImage::Format_ARGB32_Premultiplied);
-        image.setDotsPerMeterX(dotsPerMetreAt72Dpi);
-        image.setDotsPerMeterY(dotsPerMetreAt72Dpi);
-        return image;
-    }();
-    return device;
-}
+// Text is shaped at one large pixel size and scaled to the label's text size when drawn: QFont
+// has only whole pixel sizes, and points would depend on the screen's dots per inch, while a
+// label's text size is a fractional number of logical pixels.
+constexpr int shapingPixelSize = 100;
 
 // The blur of the shadow taken as a Gaussian whose radius reaches two standard deviations.
 constexpr double shadowSigma = LabelLayer::shadowRadius / 2.0;
@@ -122,14 +112,19 @@ void LabelLayer::setMatchedPrefix(int count)
     _image = QImage();
 }
 
+double LabelLayer::textScale() const
+{
+    return std::max(0.0, _geometry.textSize) / shapingPixelSize;
+}
+
 void LabelLayer::shapeText(QTextLayout &layout) const
 {
     QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
     // The heavy weight, one step below black.
     font.setWeight(QFont::ExtraBold);
-    font.setPointSizeF(_geometry.textSize);
+    font.setPixelSize(shapingPixelSize);
     font.setStyleStrategy(QFont::PreferAntialias);
-    layout.setFont(QFont(font, &measuringDevice()));
+    layout.setFont(font);
     layout.setText(QString::fromStdString(_label));
 
     const int matchedEnd = _boundaries[static_cast<std::size_t>(_matchedPrefix)];
@@ -150,7 +145,8 @@ void LabelLayer::shapeText(QTextLayout &layout) const
                                                         : _colors.text);
         if (cuts[i] < spacedEnd) {
             range.format.setFontLetterSpacingType(QFont::AbsoluteSpacing);
-            range.format.setFontLetterSpacing(_geometry.charSpacing);
+            range.format.setFontLetterSpacing(
+                textScale() > 0.0 ? _geometry.charSpacing / textScale() : 0.0);
         }
         formats.append(range);
     }
@@ -172,7 +168,8 @@ void LabelLayer::layoutLabel()
     shapeText(layout);
     const QTextLine line = layout.lineAt(0);
     // Whole pixels keep the body's edges, and so its border, on the pixel grid.
-    _textSize = QSizeF(std::ceil(line.naturalTextWidth()), std::ceil(line.height()));
+    _textSize = QSizeF(std::ceil(line.naturalTextWidth() * textScale()),
+                       std::ceil(line.height() * textScale()));
 
     const auto &g = _geometry;
     const double bodyWidth =
@@ -227,8 +224,6 @@ void LabelLayer::render()
                  std::max(1, static_cast<int>(std::ceil(logical.height() * ratio))),
                  QImage::Format_ARGB32_Premultiplied);
     image.setDevicePixelRatio(ratio);
-    image.setDotsPerMeterX(dotsPerMetreAt72Dpi);
-    image.setDotsPerMeterY(dotsPerMetreAt72Dpi);
     image.fill(Qt::transparent);
     renderShadow(image);
 
@@ -237,9 +232,13 @@ void LabelLayer::render()
     painter.setRenderHint(QPainter::TextAntialiasing);
     painter.translate(margins.left(), margins.top());
     drawBody(painter);
-    QTextLayout text;
-    shapeText(text);
-    text.draw(&painter, _textOrigin);
+    if (textScale() > 0.0) {
+        QTextLayout text;
+        shapeText(text);
+        painter.translate(_textOrigin);
+        painter.scale(textScale(), textScale());
+        text.draw(&painter, {0.0, 0.0});
+    }
     painter.end();
     _image = std::move(image);
 }

@@ -81,6 +81,8 @@ public:
     double opacity = 0.0;
 
 private:
+    // From the pixels of the shaped text to logical pixels.
+    double textScale() const;
     void shapeText(QTextLayout &layout) const;
     void render();
     void renderShadow(QImage &image) const;
@@ -93,9 +95,9 @@ private:
     // UTF-16 offsets of the character boundaries, both ends included.
     std::vector<int> _boundaries;
     int _matchedPrefix = -1;
-    QSizeF _size;
+    QSizeF _size {0.0, 0.0};
     QPointF _textOrigin;
-    QSizeF _textSize;
+    QSizeF _textSize {0.0, 0.0};
     QImage _image;
 };
 

@@ -208,6 +208,15 @@ std::vector<RunningApplication> X11Desktop::runningApplications()
     return apps;
 }
 
+bool X11Desktop::hasCompositor()
+{
+    std::lock_guard lock(_x->mutex);
+    Reply<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
+        _x->connection, xcb_get_selection_owner(_x->connection, _x->atom("_NET_WM_CM_S0")),
+        nullptr));
+    return owner && owner->owner != XCB_NONE;
+}
+
 pid_t X11Desktop::currentProcessIdentifier()
 {
     return getpid();

@@ -27,6 +27,8 @@ public:
     void setMenubarFrame(std::function<std::optional<CGRect>()> frame);
 
     std::vector<ClientWindow> clientWindows(pid_t pid);
+    // A compositing manager runs: windows may be translucent.
+    bool hasCompositor();
 
     std::optional<RunningApplication> frontmostApplication() override;
     std::optional<RunningApplication> menuBarOwningApplication() override;

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "keyboard/SRGlobalShortcutMonitor.h"
+
+#include <optional>
+
+namespace tarnvik {
+
+class Mode;
+class Preferences;
+
+// The root of the resident program's behaviour: turns the shortcut preferences into hot keys
+// that start and end the modes.
+class AppDelegate
+{
+public:
+    AppDelegate(const Preferences &preferences, SRGlobalShortcutMonitor &shortcuts, Mode &mode)
+        : _preferences(preferences)
+        , _shortcuts(shortcuts)
+        , _mode(mode)
+    { }
+
+    // Runs at start and again after each change of a shortcut: every action is made anew.
+    void wireShortcuts();
+    // Ends a running session or starts one; label mode when `isSearchDisabled`.
+    void clickToggle(bool isSearchDisabled);
+
+private:
+    std::optional<SRShortcut> shortcut(const char *key) const;
+
+    const Preferences &_preferences;
+    SRGlobalShortcutMonitor &_shortcuts;
+    Mode &_mode;
+};
+
+} // namespace tarnvik

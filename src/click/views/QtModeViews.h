@@ -1,0 +1,39 @@
+#pragma once
+
+#include "click/ModeViews.h"
+
+#include <functional>
+
+namespace tarnvik {
+
+class Preferences;
+
+// The windows of a session in Qt Widgets.
+class QtModeViews final : public ModeViews
+{
+public:
+    struct Environment
+    {
+        // Height of the first screen: converts the screen space to Qt's, whose y runs down.
+        std::function<double()> firstScreenHeight;
+        // Without a compositor a translucent window turns black: the overlay then shapes
+        // itself to its labels instead.
+        bool hasCompositor = false;
+        // The desktop asks for high-contrast colours.
+        std::function<bool()> highContrast;
+    };
+
+    QtModeViews(const Preferences &preferences, Environment environment)
+        : _preferences(preferences)
+        , _environment(std::move(environment))
+    { }
+
+    std::unique_ptr<TargetsWindow> createTargetsWindow(const Screen &screen) override;
+    std::unique_ptr<SearchBarWindow> createSearchBar() override;
+
+private:
+    const Preferences &_preferences;
+    Environment _environment;
+};
+
+} // namespace tarnvik
