@@ -1,8 +1,12 @@
 #include "platform/qt/QtSoundPlayer.h"
 
+#include <QCoreApplication>
+#include <QEventLoop>
 #include <QSoundEffect>
+#include <QTimer>
 #include <QUrl>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <fstream>
@@ -25,6 +29,29 @@ std::uint32_t littleEndian(const unsigned char *bytes, int count)
     for (int i = count - 1; i >= 0; --i)
         value = (value << 8) | bytes[i];
     return value;
+}
+
+bool anyLoading(const std::vector<std::unique_ptr<QSoundEffect>> &voices)
+{
+    return std::any_of(voices.begin(), voices.end(),
+                       [](auto &voice) { return voice->status() == QSoundEffect::Loading; });
+}
+
+// Qt decodes on a thread of its own and reports back through the event loop. Waiting for it
+// makes a later play cost no decoding, and leaves no decoding under way at exit, where Qt 6.4's
+// sample cache deadlocks with its loading thread. The files are small; the limit is for safety.
+void awaitDecoding(const std::vector<std::unique_ptr<QSoundEffect>> &voices)
+{
+    if (!QCoreApplication::instance() || !anyLoading(voices))
+        return;
+    QEventLoop loop;
+    for (auto &voice : voices)
+        QObject::connect(voice.get(), &QSoundEffect::statusChanged, &loop, [&loop, &voices] {
+            if (!anyLoading(voices))
+                loop.quit();
+        });
+    QTimer::singleShot(2000, &loop, &QEventLoop::quit);
+    loop.exec(QEventLoop::ExcludeUserInputEvents);
 }
 
 bool readBytes(std::ifstream &in, unsigned char *into, std::size_t count)
@@ -101,6 +128,11 @@ bool QtSoundPlayer::load(const std::string &name, const std::string &path, std::
         auto voice = std::make_unique<QSoundEffect>();
         voice->setSource(source);
         sound->voices.push_back(std::move(voice));
+    }
+    awaitDecoding(sound->voices);
+    if (sound->voices.front()->status() == QSoundEffect::Error) {
+        error = "Failed to load sound (" + path + ": not decodable)";
+        return false;
     }
     _sounds.emplace(name, std::move(sound));
     return true;

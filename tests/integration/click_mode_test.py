@@ -1,0 +1,203 @@
+#!/usr/bin/env python3
+"""The resident tarnvik on the virtual desktop, driven as a person would: the shortcut, typed
+labels, search text, Escape. Every assertion is on what gtk3-widget-factory reports through
+AT-SPI or on what the screen shows."""
+
+import os
+import signal
+import subprocess
+import tempfile
+import time
+import unittest
+
+import pyatspi
+
+from desktop_apps import TARNVIK, Application, poll, rect, targets
+
+LABEL_YELLOW = (254, 240, 138)  # the middle colour of the default theme's gradient
+
+
+def key(*keys):
+    subprocess.run(["xdotool", "key", "--delay", "30", *keys], check=True)
+
+
+def overlay_mapped():
+    tree = subprocess.run(["xwininfo", "-root", "-tree"], capture_output=True, text=True).stdout
+    return "Tarnvik Labels" in tree
+
+
+def screen_pixels():
+    shot = subprocess.run(["import", "-window", "root", "-depth", "8", "rgb:-"], capture_output=True,
+                          check=True).stdout
+    width = int(subprocess.run(["xdpyinfo"], capture_output=True, text=True).stdout
+                .split("dimensions:")[1].split("x")[0])
+    return shot, width
+
+
+def label_drawn_below(frame, pixels):
+    """Whether label colours show where the element's label stands: centred on its lower
+    edge."""
+    shot, width = pixels
+    x0, y = frame[0] + frame[2] // 2, frame[1] + frame[3]
+    for dy in range(-8, 9):
+        for dx in range(-6, 7):
+            i = ((y + dy) * width + x0 + dx) * 3
+            r, g, b = shot[i], shot[i + 1], shot[i + 2]
+            if r > 235 and 190 < g < 255 and b < 215 and r - b > 40:
+                return True
+    return False
+
+
+def states_of(accessible):
+    return accessible.getState()
+
+
+class ClickMode(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.config = tempfile.mkdtemp(prefix="tarnvik-config-")
+        os.makedirs(os.path.join(cls.config, "tarnvik"))
+        cls.settings = os.path.join(cls.config, "tarnvik", "tarnvik.conf")
+        cls.app = Application(lambda home: ["gtk3-widget-factory"])
+        cls.app.bring_to_front()
+        cls.window = poll("the window on the bus", lambda: cls.find_window())
+        cls.tarnvik = None
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.stop_tarnvik()
+        cls.app.stop()
+        subprocess.run(["rm", "-rf", cls.config])
+
+    @classmethod
+    def find_window(cls):
+        for application in pyatspi.Registry.getDesktop(0):
+            if application is not None and application.get_process_id() == cls.app.process.pid:
+                for frame in application:
+                    if frame is not None and frame.getState().contains(pyatspi.STATE_SHOWING):
+                        return frame
+        return None
+
+    @classmethod
+    def start_tarnvik(cls, settings=""):
+        cls.stop_tarnvik()
+        with open(cls.settings, "w", encoding="utf-8") as f:
+            f.write("[General]\n" + settings)
+        environment = dict(os.environ, XDG_CONFIG_HOME=cls.config)
+        cls.tarnvik = subprocess.Popen([TARNVIK], stdout=subprocess.PIPE, text=True,
+                                       stderr=subprocess.DEVNULL, env=environment)
+        poll("tarnvik to run", lambda: "Tarnvik: running" in cls.tarnvik.stdout.readline())
+
+    @classmethod
+    def stop_tarnvik(cls, sig=signal.SIGTERM):
+        if cls.tarnvik:
+            cls.tarnvik.send_signal(sig)
+            cls.tarnvik.wait(30)
+            cls.tarnvik = None
+
+    def setUp(self):
+        self.app.bring_to_front()
+
+    def tearDown(self):
+        if overlay_mapped():
+            key("Escape")
+        poll("the overlay to close", lambda: not overlay_mapped(), 10)
+
+    def controls(self, role, name):
+        found = []
+
+        def visit(accessible):
+            if accessible.getRole() == role and accessible.name == name:
+                found.append(accessible)
+            for child in accessible:
+                if child is not None:
+                    visit(child)
+        visit(self.window)
+        return [c for c in found if c.getState().contains(pyatspi.STATE_SHOWING)
+                and c.getState().contains(pyatspi.STATE_SENSITIVE)]
+
+    def assert_typing_reaches_an_entry(self, letters):
+        entry = next(e for e in self.controls(pyatspi.ROLE_TEXT, "")
+                     if e.getState().contains(pyatspi.STATE_EDITABLE))
+        entry.queryComponent().grabFocus()
+        poll("the entry focused", lambda: entry.getState().contains(pyatspi.STATE_FOCUSED), 10)
+        key("End", *letters)
+        poll("typed text in the entry",
+             lambda: entry.queryText().getText(0, -1).endswith(letters), 10)
+
+    def label_of(self, accessible, search=None):
+        frame = list(rect(accessible))
+        listing = targets(*(["--search", search] if search is not None else []))["targets"]
+        for target in listing:
+            if target["frame"] == frame:
+                return target["label"]
+        self.fail(f"{accessible.name} has no label among {len(listing)}")
+
+    def show_labels(self, frame, keys=("shift+super+space",)):
+        key(*keys)
+        poll("the overlay", overlay_mapped, 10)
+        poll("labels drawn on the screen", lambda: label_drawn_below(frame, screen_pixels()), 10)
+
+    def test_typed_label_clicks_and_escape_gives_the_keyboard_back(self):
+        self.start_tarnvik()
+        box = next(c for c in self.controls(pyatspi.ROLE_CHECK_BOX, "checkbutton")
+                   if not c.getState().contains(pyatspi.STATE_CHECKED))
+        label = self.label_of(box)
+        self.show_labels(rect(box))
+        key(*[c.lower() for c in label])
+        poll("the check box checked", lambda: box.getState().contains(pyatspi.STATE_CHECKED), 10)
+        poll("the overlay gone after the double-click interval", lambda: not overlay_mapped(), 10)
+
+        # Escape ends a session, and the keyboard reaches the application again.
+        self.show_labels(rect(box))
+        key("Escape")
+        poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        self.assert_typing_reaches_an_entry("xyz")
+
+    def test_chain_clicks_bring_labels_back_until_escape(self):
+        self.start_tarnvik("chain-clicks=true\n")
+        box = self.controls(pyatspi.ROLE_CHECK_BOX, "checkbutton")[0]
+        checked = box.getState().contains(pyatspi.STATE_CHECKED)
+        label = self.label_of(box)
+        self.show_labels(rect(box))
+        key(*[c.lower() for c in label])
+        poll("the check box toggled",
+             lambda: box.getState().contains(pyatspi.STATE_CHECKED) != checked, 10)
+        time.sleep(1)  # past the double-click interval, so the next key is no second click
+        poll("labels back", lambda: label_drawn_below(rect(box), screen_pixels()), 10)
+        key(*[c.lower() for c in label])
+        poll("the check box toggled back",
+             lambda: box.getState().contains(pyatspi.STATE_CHECKED) == checked, 10)
+        time.sleep(1)
+        poll("labels back again", lambda: label_drawn_below(rect(box), screen_pixels()), 10)
+        key("Escape")
+
+    def test_search_mode_narrows_and_return_clicks(self):
+        self.start_tarnvik("search-shortcut=\u21e7\u2318F\n")
+        buttons = self.controls(pyatspi.ROLE_TOGGLE_BUTTON, "togglebutton")
+        button = next(b for b in buttons if not b.getState().contains(pyatspi.STATE_CHECKED))
+        key("shift+super+f")
+        poll("the overlay", overlay_mapped, 10)
+        # Lower-case letters are search text; the first match is focused, Return clicks it.
+        key("t", "o", "g", "g", "l", "e")
+        listing = targets("--search", "toggle")["targets"]
+        self.assertTrue(listing and all(t["role"] == "AXCheckBox" for t in listing), listing)
+        first = next(b for b in buttons if list(rect(b)) == listing[0]["frame"])
+        was = first.getState().contains(pyatspi.STATE_CHECKED)
+        time.sleep(0.5)
+        key("Return")
+        poll("the first toggle button clicked",
+             lambda: first.getState().contains(pyatspi.STATE_CHECKED) != was, 10)
+        self.assertIsNotNone(button)
+
+    def test_killed_mid_session_leaves_keyboard_and_pointer_working(self):
+        self.start_tarnvik()
+        box = self.controls(pyatspi.ROLE_CHECK_BOX, "checkbutton")[0]
+        self.show_labels(rect(box))
+        self.stop_tarnvik(signal.SIGKILL)
+        poll("the overlay gone with the process", lambda: not overlay_mapped(), 10)
+        self.assert_typing_reaches_an_entry("qv")
+
+
+if __name__ == "__main__":
+    unittest.main()
