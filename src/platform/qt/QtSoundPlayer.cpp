@@ -31,26 +31,23 @@ std::uint32_t littleEndian(const unsigned char *bytes, int count)
     return value;
 }
 
-bool anyLoading(const std::vector<std::unique_ptr<QSoundEffect>> &voices)
+std::unique_ptr<QSoundEffect> makeVoice(const QUrl &source)
 {
-    return std::any_of(voices.begin(), voices.end(),
-                       [](auto &voice) { return voice->status() == QSoundEffect::Loading; });
+    auto voice = std::make_unique<QSoundEffect>();
+    voice->setSource(source);
+    return voice;
 }
 
 // Qt decodes on a thread of its own and reports back through the event loop. Waiting for it
 // makes a later play cost no decoding, and leaves no decoding under way at exit, where Qt 6.4's
 // sample cache deadlocks with its loading thread. The files are small; the limit is for safety.
-void awaitDecoding(const std::vector<std::unique_ptr<QSoundEffect>> &voices)
+void awaitDecoding(QSoundEffect &voice)
 {
-    if (!QCoreApplication::instance() || !anyLoading(voices))
+    if (!QCoreApplication::instance() || voice.status() != QSoundEffect::Loading)
         return;
     QEventLoop loop;
-    for (auto &voice : voices)
-        QObject::connect(voice.get(), &QSoundEffect::statusChanged, &loop, [&loop, &voices] {
-            if (!anyLoading(voices))
-                loop.quit();
-        });
-    QTimer::singleShot(2000, &loop, &QEventLoop::quit);
+    QObject::connect(&voice, &QSoundEffect::statusChanged, &loop, &QEventLoop::quit);
+    QTimer::singleShot(1000, &loop, &QEventLoop::quit);
     loop.exec(QEventLoop::ExcludeUserInputEvents);
 }
 
@@ -122,18 +119,28 @@ bool QtSoundPlayer::load(const std::string &name, const std::string &path, std::
     }
     auto sound = std::make_unique<Sound>();
     sound->duration = *seconds;
-    const QUrl source = QUrl::fromLocalFile(QString::fromStdString(path));
-    for (int i = 0; i < _voicesPerSound; ++i) {
-        // Every voice shares the one decoded sample that Qt caches per file.
-        auto voice = std::make_unique<QSoundEffect>();
-        voice->setSource(source);
-        sound->voices.push_back(std::move(voice));
+    // Nothing to play: kept only so that its duration tells the caller so.
+    if (*seconds <= 0.0) {
+        _sounds.emplace(name, std::move(sound));
+        return true;
     }
-    awaitDecoding(sound->voices);
-    if (sound->voices.front()->status() == QSoundEffect::Error) {
+    const QUrl source = QUrl::fromLocalFile(QString::fromStdString(path));
+    auto first = makeVoice(source);
+    awaitDecoding(*first);
+    // Qt 6.4 can miss the end of a decode that finishes while a voice is being attached to it,
+    // and that voice then waits for ever; a fresh one finds the finished sample in Qt's cache.
+    if (first->status() == QSoundEffect::Loading) {
+        first = makeVoice(source);
+        awaitDecoding(*first);
+    }
+    if (first->status() == QSoundEffect::Error) {
         error = "Failed to load sound (" + path + ": not decodable)";
         return false;
     }
+    // The other voices share the decoded sample, so they are ready at once.
+    sound->voices.push_back(std::move(first));
+    while (sound->voices.size() < static_cast<std::size_t>(_voicesPerSound))
+        sound->voices.push_back(makeVoice(source));
     _sounds.emplace(name, std::move(sound));
     return true;
 }
@@ -150,6 +157,8 @@ void QtSoundPlayer::play(const std::string &name, float volume)
     if (it == _sounds.end())
         return;
     Sound &sound = *it->second;
+    if (sound.voices.empty())
+        return;
     // An idle voice if there is one, else each busy one in turn.
     QSoundEffect *voice = nullptr;
     for (auto &candidate : sound.voices)

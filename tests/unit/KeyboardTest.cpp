@@ -1,0 +1,109 @@
+#include "keyboard/SRGlobalShortcutMonitor.h"
+#include "keyboard/SRShortcut.h"
+#include "platform/KeyCodes.h"
+#include "platform/KeyEvents.h"
+#include "platform/fake/FakeInput.h"
+
+#include <gtest/gtest.h>
+
+namespace tarnvik {
+namespace {
+
+TEST(SRShortcut, StoredTextParsesAndRoundTrips)
+{
+    const auto click = SRShortcut::shortcutWithKeyEquivalent("⇧⌘Space");
+    ASSERT_TRUE(click);
+    EXPECT_EQ(click->keyCode(), KeyCode::space);
+    EXPECT_EQ(click->modifierFlags(), ModifierFlag::shift | ModifierFlag::command);
+    EXPECT_EQ(click->description(), "⇧⌘Space");
+    EXPECT_EQ(click->readableStringRepresentation(), "Command-Shift-Space");
+
+    // Symbols in any order are written in the fixed one.
+    EXPECT_EQ(SRShortcut::shortcutWithKeyEquivalent("⌘⌃j")->description(), "⌃⌘J");
+    EXPECT_EQ(SRShortcut::shortcutWithKeyEquivalent("⌥F12")->keyCode(), 111);
+    EXPECT_EQ(SRShortcut::shortcutWithKeyEquivalent("esc")->keyCode(), KeyCode::escape);
+    EXPECT_EQ(SRShortcut::shortcutWithKeyEquivalent("⌃⌥Enter")->keyCode(), KeyCode::returnKey);
+
+    for (const char *bad : {"", "⌃⌃A", "F21", "F0", "F05", "⌘Nope", "⌘ü"})
+        EXPECT_FALSE(SRShortcut::shortcutWithKeyEquivalent(bad)) << bad;
+}
+
+TEST(SRShortcut, ModifierOnlyShortcutsHaveNoKeyAndNoCharacters)
+{
+    const auto hyper = SRShortcut::shortcutWithKeyEquivalent("⌃⌥⇧⌘");
+    ASSERT_TRUE(hyper);
+    EXPECT_EQ(hyper->keyCode(), KeyCode::none);
+    EXPECT_TRUE(hyper->isModifierOnly());
+    EXPECT_EQ(hyper->description(), "⌃⌥⇧⌘");
+    EXPECT_FALSE(SRShortcut::shortcutWithKeyEquivalent("⌘A")->isModifierOnly());
+    // Flags beyond the four modifiers fall away; characters take no part in equality.
+    EXPECT_EQ(SRShortcut::shortcutWithCode(0, ModifierFlag::command | ModifierFlag::capsLock, "x"),
+              SRShortcut::shortcutWithCode(0, ModifierFlag::command));
+}
+
+class MonitorTest : public ::testing::Test
+{
+protected:
+    SRShortcutActionPtr action(const SRShortcut &s, bool answer, int &calls)
+    {
+        return SRShortcutAction::shortcutActionWithShortcut(s, [answer, &calls](auto &) {
+            ++calls;
+            return answer;
+        });
+    }
+
+    fake::FakeInput keys;
+    SRGlobalShortcutMonitor monitor {keys};
+    SRShortcut j = *SRShortcut::shortcutWithKeyEquivalent("⇧⌘J");
+};
+
+TEST_F(MonitorTest, TheActionAddedLastIsTriedFirst)
+{
+    int first = 0, second = 0;
+    monitor.addAction(action(j, true, first), EventType::keyDown);
+    auto later = action(j, false, second);
+    monitor.addAction(later, EventType::keyDown);
+    EXPECT_EQ(keys.hotKeyCount(), 1u) << "one hot key per shortcut";
+
+    keys.type(38, ModifierFlag::shift | ModifierFlag::command);
+    EXPECT_EQ(second, 1);
+    EXPECT_EQ(first, 1) << "a declined key goes on to the earlier action";
+
+    monitor.removeAction(later);
+    keys.type(38, ModifierFlag::shift | ModifierFlag::command);
+    EXPECT_EQ(second, 1);
+    EXPECT_EQ(first, 2);
+    EXPECT_EQ(keys.hotKeyCount(), 1u);
+}
+
+TEST_F(MonitorTest, PauseTakesEveryHotKeyAwayAndResumeBringsThemBack)
+{
+    int calls = 0;
+    monitor.addAction(action(j, true, calls), EventType::keyDown);
+    monitor.pause();
+    EXPECT_EQ(keys.hotKeyCount(), 0u);
+    EXPECT_TRUE(keys.type(38, ModifierFlag::shift | ModifierFlag::command));
+    monitor.resume();
+    EXPECT_EQ(keys.hotKeyCount(), 1u);
+    EXPECT_FALSE(keys.type(38, ModifierFlag::shift | ModifierFlag::command));
+    EXPECT_EQ(calls, 1);
+
+    monitor.removeAllActions();
+    EXPECT_EQ(keys.hotKeyCount(), 0u);
+    EXPECT_TRUE(monitor.actions().empty());
+}
+
+TEST_F(MonitorTest, ModifierOnlyShortcutsAreNotHotKeys)
+{
+    int calls = 0;
+    ::testing::internal::CaptureStdout();
+    monitor.addAction(action(*SRShortcut::shortcutWithKeyEquivalent("⌃⌥"), true, calls),
+                      EventType::keyDown);
+    EXPECT_NE(::testing::internal::GetCapturedStdout().find(
+                  "#Error Shortcut without a key code cannot be registered"),
+              std::string::npos);
+    EXPECT_EQ(keys.hotKeyCount(), 0u);
+}
+
+} // namespace
+} // namespace tarnvik

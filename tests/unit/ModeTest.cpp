@@ -1,0 +1,453 @@
+#include "click/ClickUtils.h"
+#include "click/CursorManager.h"
+#include "click/DoubleClickManager.h"
+#include "click/Mode.h"
+#include "click/SearchBarWindowController.h"
+#include "click/TargetsView.h"
+#include "keyboard/SRGlobalShortcutMonitor.h"
+#include "platform/AXNames.h"
+#include "platform/KeyCodes.h"
+#include "platform/SoundPlayer.h"
+#include "platform/fake/FakeDesktop.h"
+#include "platform/fake/FakeInput.h"
+#include "platform/fake/FakePreferenceStore.h"
+#include "preferences/Preferences.h"
+#include "sounds/SoundEffectManager.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+
+namespace tarnvik {
+namespace {
+
+using fake::FakeInput;
+
+constexpr std::uint16_t keyA = 0, keyS = 1, keyD = 2, keyF = 3, keyZ = 6;
+
+class OneScreen : public Screens
+{
+public:
+    std::vector<Screen> screens() override
+    {
+        return {{makeRect(0, 0, 1440, 900), makeRect(0, 0, 1440, 875), 2, 1.0 / 60}};
+    }
+};
+
+// Counts the sounds asked for; every name loads and lasts a tenth of a second.
+class CountingSoundPlayer : public SoundPlayer
+{
+public:
+    bool load(const std::string &, const std::string &, std::string &) override { return true; }
+    double duration(const std::string &) const override { return 0.1; }
+    void play(const std::string &name, float) override { ++plays[name]; }
+    void unload(const std::string &) override { }
+    std::map<std::string, int> plays;
+};
+
+struct Windows
+{
+    int targetsWindows = 0;
+    int open = 0;
+    int shows = 0;
+    int flashes = 0;
+    TargetsView *shown = nullptr;
+    std::vector<KeyEvent> typed;
+    std::string searchText;
+    std::function<void()> textChanged;
+};
+
+class RecordingTargetsWindow : public TargetsWindow
+{
+public:
+    explicit RecordingTargetsWindow(Windows &w)
+        : _w(w)
+    {
+        ++_w.targetsWindows;
+        ++_w.open;
+    }
+    void orderFront() override { }
+    void close() override
+    {
+        if (!_closed)
+            --_w.open;
+        _closed = true;
+    }
+    void show(TargetsView &view) override
+    {
+        ++_w.shows;
+        _w.shown = &view;
+        view.layoutLabels(std::vector<CGSize>(view.labels().size(), CGSize {15, 19}),
+                          makeRect(0, 0, 1440, 900));
+    }
+    void update() override { }
+    void playClickAnimation(std::function<void()> completion) override
+    {
+        ++_w.flashes;
+        if (completion && _w.shown && _w.shown->focusedElement())
+            completion();
+    }
+
+private:
+    Windows &_w;
+    bool _closed = false;
+};
+
+class RecordingSearchBar : public SearchBarWindow
+{
+public:
+    explicit RecordingSearchBar(Windows &w)
+        : _w(w)
+    { }
+    void orderFront() override { }
+    void close() override { }
+    std::string text() const override { return _w.searchText; }
+    void setText(const std::string &text) override { _w.searchText = text; }
+    void onTextChanged(std::function<void()> handler) override { _w.textChanged = handler; }
+    void typeKey(const KeyEvent &event) override
+    {
+        _w.typed.push_back(event);
+        if (event.type == EventType::keyDown && !event.characters.empty()) {
+            _w.searchText += event.characters;
+            if (_w.textChanged)
+                _w.textChanged();
+        }
+    }
+    CGSize size() const override { return {250, 40}; }
+    void moveTo(CGPoint) override { }
+    void stopProgress() override { }
+
+private:
+    Windows &_w;
+};
+
+class RecordingViews : public ModeViews
+{
+public:
+    std::unique_ptr<TargetsWindow> createTargetsWindow(const Screen &) override
+    {
+        return std::make_unique<RecordingTargetsWindow>(w);
+    }
+    std::unique_ptr<SearchBarWindow> createSearchBar() override
+    {
+        return std::make_unique<RecordingSearchBar>(w);
+    }
+    Windows w;
+};
+
+// Holds the tree build until the test lets it run.
+class HeldQueue : public WorkQueue
+{
+public:
+    void async(std::function<void()> work) override
+    {
+        if (hold)
+            held.push_back(std::move(work));
+        else
+            work();
+    }
+    bool hold = false;
+    std::vector<std::function<void()>> held;
+};
+
+// A folder with the four sound files, empty: the player here only counts.
+std::string soundFiles()
+{
+    const auto dir = std::filesystem::temp_directory_path() / "tarnvik-mode-test-sounds";
+    std::filesystem::create_directories(dir);
+    for (const char *name : SoundEffectManager::soundNames)
+        std::ofstream(dir / (std::string(name) + SoundEffectManager::fileExtension));
+    return dir.string();
+}
+
+class ModeTest : public ::testing::Test
+{
+protected:
+    ModeTest()
+    {
+        // Three buttons get the labels S, A and D, in document order.
+        for (int i = 0; i < 3; ++i)
+            window.add("AXButton", makeRect(10 + 100 * i, 40, 80, 24))
+                .title("Button " + std::to_string(i))
+                .actions({AXPressAction});
+        window.add("AXTextField", makeRect(10, 100, 200, 24)).title("Name");
+        desktop.setFrontmost(1);
+        desktop.setMenuBarOwner(1);
+        desktop.setCurrentProcess(99);
+    }
+
+    Mode::Services services()
+    {
+        return {{desktop, desktop, desktop}, screens, preferences, scheduler, input, input, input,
+                cursor, input, sounds, views, doubleClick, treeQueue, searchQueue};
+    }
+
+    // A key press and its release, as the user types them; then the posted actions run.
+    bool press(std::uint16_t keyCode, std::uint64_t flags = 0)
+    {
+        const bool reached = input.type(keyCode, flags, EventType::keyDown);
+        input.type(keyCode, flags, EventType::keyUp);
+        scheduler.runPending();
+        return reached;
+    }
+
+    std::vector<FakeInput::MouseEvent> presses() const
+    {
+        std::vector<FakeInput::MouseEvent> result;
+        for (const auto &e : input.mouseEvents())
+            if (e.button >= 0 && e.down)
+                result.push_back(e);
+        return result;
+    }
+
+    fake::FakeDesktop desktop;
+    fake::FakeScheduler &scheduler = desktop.scheduler();
+    fake::FakeApplication &front = desktop.addApplication(
+        {.processIdentifier = 1, .bundleIdentifier = "org.example.app",
+         .bundlePath = "/usr/bin/example", .localizedName = "App"});
+    fake::FakeElement window = front.addWindow(makeRect(0, 0, 800, 600), "Window");
+    fake::FakePreferenceStore store;
+    Preferences preferences {store};
+    OneScreen screens;
+    FakeInput input;
+    CursorManager cursor {input};
+    CountingSoundPlayer player;
+    SoundEffectManager sounds {player, preferences, soundFiles()};
+    RecordingViews views;
+    SRGlobalShortcutMonitor shortcuts {input};
+    DoubleClickManager doubleClick {scheduler, shortcuts};
+    HeldQueue treeQueue;
+    fake::InlineWorkQueue searchQueue;
+    Mode mode {services()};
+};
+
+TEST_F(ModeTest, TypedLabelClicksTheElementAndTheSameKeyAgainDoubleClicks)
+{
+    mode.activate(true);
+    ASSERT_TRUE(mode.active());
+    scheduler.runPending();
+    ASSERT_NE(mode.targetsView(), nullptr);
+    EXPECT_EQ(mode.targetsView()->labels(), (std::vector<std::string> {"S", "A", "D", "F"}));
+    EXPECT_EQ(player.plays["click7"], 1);
+    EXPECT_EQ(input.hiddenLevel(), 1);
+
+    EXPECT_FALSE(press(keyA)) << "a label key is kept from the application";
+    EXPECT_FALSE(mode.active());
+    EXPECT_EQ(input.hiddenLevel(), 0);
+    EXPECT_FALSE(input.captured());
+    ASSERT_EQ(presses().size(), 1u);
+    EXPECT_EQ(presses()[0].position, (CGPoint {150, 52})) << "the centre of the second button";
+    EXPECT_EQ(presses()[0].clickState, 1);
+    EXPECT_EQ(views.w.open, 1) << "the overlay stays for the double-click interval";
+
+    scheduler.advance(Seconds(0.2));
+    EXPECT_FALSE(press(keyA)) << "the second press is taken for the double click";
+    ASSERT_EQ(presses().size(), 2u);
+    EXPECT_EQ(presses()[1].clickState, 2);
+    EXPECT_EQ(presses()[1].position, presses()[0].position);
+
+    scheduler.advance(Seconds(1));
+    EXPECT_EQ(views.w.open, 0);
+    EXPECT_EQ(input.hotKeyCount(), 0u);
+    EXPECT_TRUE(press(keyA)) << "after the interval the key belongs to the application again";
+    EXPECT_EQ(presses().size(), 2u);
+}
+
+TEST_F(ModeTest, ModifiersOfTheLastLetterChooseTheClick)
+{
+    mode.activate(true);
+    scheduler.runPending();
+    press(keyS, ModifierFlag::shift);
+    ASSERT_EQ(presses().size(), 1u);
+    EXPECT_EQ(presses()[0].button, 1) << "Shift right-clicks";
+
+    scheduler.advance(Seconds(1));
+    mode.activate(true);
+    scheduler.runPending();
+    EXPECT_TRUE(press(keyS, ModifierFlag::control)) << "Control and a letter pass on";
+    EXPECT_TRUE(mode.active());
+    press(keyS, ModifierFlag::command);
+    ASSERT_EQ(presses().size(), 2u);
+    EXPECT_EQ(presses()[1].flags, ModifierFlag::command);
+}
+
+TEST_F(ModeTest, AWrongLetterWarnsAndAPartialLabelIsForgottenAfterASecond)
+{
+    // Sixteen targets: S stops being a label of its own and starts SS, SA and SD.
+    for (int i = 0; i < 12; ++i)
+        window.add("AXButton", makeRect(10 + 30 * i, 200, 20, 20)).actions({AXPressAction});
+    mode.activate(true);
+    scheduler.runPending();
+    ASSERT_EQ(mode.targetsView()->labels().size(), 16u);
+    EXPECT_EQ(mode.targetsView()->labels()[13], "SS");
+
+    press(keyS);
+    EXPECT_EQ(mode.labelQuery(), "S");
+    EXPECT_EQ(mode.targetsView()->matchedPrefixes()[13], 1);
+    EXPECT_EQ(mode.targetsView()->matchedPrefixes()[0], 0);
+    scheduler.advance(Seconds(1.01));
+    EXPECT_EQ(mode.labelQuery(), "") << "forgotten after a second";
+    EXPECT_EQ(mode.targetsView()->matchedPrefixes()[13], 0);
+
+    press(keyS);
+    press(keyZ);
+    EXPECT_EQ(player.plays["warning"], 1);
+    EXPECT_EQ(mode.labelQuery(), "");
+    press(keyS);
+    press(keyA);
+    EXPECT_FALSE(mode.active()) << "SA clicks after the wrong letter was forgotten";
+    EXPECT_EQ(presses().size(), 1u);
+}
+
+TEST_F(ModeTest, LabelModeKeyTable)
+{
+    mode.activate(true);
+    scheduler.runPending();
+    EXPECT_TRUE(press(KeyCode::returnKey)) << "with auto-click nothing is focused: Return passes";
+    EXPECT_FALSE(press(KeyCode::tab));
+    EXPECT_FALSE(mode.targetsView()->focusedElement()) << "Tab has nothing to move";
+    EXPECT_FALSE(press(KeyCode::space)) << "Space rotates the clusters";
+    EXPECT_TRUE(mode.active());
+    EXPECT_TRUE(press(KeyCode::escape)) << "Escape ends the session and passes on";
+    EXPECT_FALSE(mode.active());
+    EXPECT_EQ(views.w.open, 0);
+    EXPECT_EQ(input.hiddenLevel(), 0);
+}
+
+TEST_F(ModeTest, WithoutAutoClickTheFirstElementIsFocusedAndSpaceClicks)
+{
+    store.setBool(Preferences::Keys::isAutoClickEnabled, false);
+    mode.activate(true);
+    scheduler.runPending();
+    press(KeyCode::down);
+    EXPECT_EQ(mode.targetsView()->focusedIndex(), 1u);
+    press(KeyCode::up);
+    press(KeyCode::up);
+    EXPECT_EQ(mode.targetsView()->focusedIndex(), 3u) << "focus wraps at the ends";
+    press(keyA);
+    EXPECT_TRUE(mode.active()) << "a typed label only focuses";
+    EXPECT_EQ(mode.targetsView()->focusedIndex(), 1u);
+    press(KeyCode::space);
+    EXPECT_FALSE(mode.active());
+    ASSERT_EQ(presses().size(), 1u);
+    EXPECT_EQ(presses()[0].position, (CGPoint {150, 52}));
+}
+
+TEST_F(ModeTest, SearchModeNarrowsByTextAndReturnClicksTheFirst)
+{
+    mode.activate(false);
+    scheduler.runPending();
+    ASSERT_NE(mode.searchBar(), nullptr);
+    // A plain letter is search text, and the role is searchable: "f" finds the text field.
+    input.type(keyF, 0, EventType::keyDown, "f");
+    scheduler.runPending();
+    EXPECT_EQ(views.w.searchText, "f");
+    ASSERT_EQ(mode.targetsView()->elements().size(), 1u);
+    EXPECT_EQ(mode.targetsView()->elements()[0]->role, "AXTextField");
+    views.w.searchText = "button 2";
+    views.w.textChanged();
+    scheduler.runPending();
+    ASSERT_EQ(mode.targetsView()->elements().size(), 1u);
+    EXPECT_EQ(mode.targetsView()->elements()[0]->title, "Button 2");
+    EXPECT_FALSE(press(KeyCode::returnKey));
+    ASSERT_EQ(presses().size(), 1u);
+    EXPECT_EQ(presses()[0].position, (CGPoint {250, 52}));
+}
+
+TEST_F(ModeTest, TheSearchFieldGetsWhatTheSessionLeaves)
+{
+    mode.activate(false);
+    scheduler.runPending();
+    const auto before = views.w.typed.size();
+    EXPECT_FALSE(input.type(keyD, 0, EventType::keyDown, "d"));
+    EXPECT_EQ(views.w.typed.size(), before + 1) << "a plain letter is search text";
+    EXPECT_FALSE(input.type(keyD, ModifierFlag::shift, EventType::keyDown, "D"));
+    EXPECT_EQ(views.w.typed.size(), before + 1) << "Shift and a letter picks a label";
+    EXPECT_EQ(mode.targetsView()->focusedIndex(), 2u);
+    EXPECT_TRUE(mode.active()) << "in search mode a label focuses, Return clicks";
+    input.type(KeyCode::escape, 0, EventType::keyDown);
+    EXPECT_FALSE(mode.active());
+}
+
+TEST_F(ModeTest, EscapeBeforeTheTreesArriveDropsTheLateResult)
+{
+    treeQueue.hold = true;
+    mode.activate(true);
+    press(KeyCode::escape);
+    EXPECT_FALSE(mode.active());
+    for (auto &work : treeQueue.held)
+        work();
+    scheduler.runPending();
+    EXPECT_EQ(views.w.shows, 0);
+}
+
+TEST_F(ModeTest, IgnoredApplicationsGetNoSession)
+{
+    preferences.setDisabledBundlePaths({"/usr/bin/example"});
+    mode.activate(true);
+    EXPECT_FALSE(mode.active());
+    EXPECT_EQ(views.w.targetsWindows, 0);
+    EXPECT_EQ(player.plays["click7"], 0);
+    EXPECT_EQ(input.beeps(), 0);
+
+    desktop.setFrontmost(std::nullopt);
+    mode.activate(true);
+    EXPECT_EQ(input.beeps(), 1) << "no application in front: the beep";
+}
+
+TEST_F(ModeTest, ThePointerShowsWhileTheMouseMovesAndIsBalancedAtTheEnd)
+{
+    mode.activate(true);
+    EXPECT_EQ(input.hiddenLevel(), 1);
+    input.moveMouse();
+    EXPECT_EQ(input.hiddenLevel(), 0);
+    scheduler.advance(Seconds(0.5));
+    input.moveMouse();
+    scheduler.advance(Seconds(0.9));
+    EXPECT_EQ(input.hiddenLevel(), 0) << "still within a second of the last move";
+    scheduler.advance(Seconds(0.2));
+    EXPECT_EQ(input.hiddenLevel(), 1);
+    mode.deactivate(true);
+    EXPECT_EQ(input.hiddenLevel(), 0);
+    EXPECT_EQ(cursor.hideCursorCount(), 0);
+    EXPECT_FALSE(input.observingMotion());
+}
+
+TEST_F(ModeTest, ChainClicksBringLabelsBackUntilATextFieldIsClicked)
+{
+    store.setBool(Preferences::Keys::chainClicks, true);
+    mode.activate(true);
+    scheduler.runPending();
+    press(keyS);
+    EXPECT_FALSE(mode.active());
+    scheduler.advance(Seconds(0.31));
+    EXPECT_TRUE(mode.active()) << "labels come back";
+    scheduler.runPending();
+    press(keyF); // the text field
+    scheduler.advance(Seconds(1));
+    EXPECT_FALSE(mode.active());
+}
+
+TEST(ClickPosition, LinksAreClickedNearTheirEndWhenTheCentreMissesThem)
+{
+    fake::FakeDesktop desktop;
+    fake::FakeInput input;
+    auto &app = desktop.addApplication({.processIdentifier = 1});
+    auto window = app.addWindow(makeRect(0, 0, 400, 400));
+    auto link = window.add("AXLink", makeRect(100, 100, 10, 40));
+    // Something else lies over the link's centre, as the gap between a wrapped link's lines.
+    window.add("AXStaticText", makeRect(100, 115, 10, 10));
+    auto root = UIElement::fullElement(desktop, window.ref());
+    auto tree = UITree::make(root);
+    auto element = UIElement::fullElement(desktop, link.ref());
+    ASSERT_TRUE(tree->add(element, root->id));
+    UITrees trees;
+    trees.frontmostWindowUiTree = tree;
+    auto clicker = std::make_shared<ClickUtils>(
+        ClickUtils::Services {desktop, input, desktop.scheduler()}, element, trees);
+    // A 10-point-wide link is entered by half its width from the right, 8 points from the top.
+    EXPECT_EQ(clicker->clickPosition(), (CGPoint {105, 108}));
+}
+
+} // namespace
+} // namespace tarnvik
