@@ -115,14 +115,30 @@ int runResident()
     // Declared before the mode, so that work in flight ends before what it uses goes away.
     SerialWorkQueue treeQueue;
     SerialWorkQueue searchQueue;
-    QtModeViews views(preferences, {[&x] { return x.screens().front().frame.size.height; },
-                                    x.hasCompositor(), [] { return false; }});
-    Mode mode({{desktop->accessibility(), x, x}, x, preferences, scheduler, *input, *input,
-               *input, cursor, *input, sounds, views, doubleClick, treeQueue, searchQueue});
+    QtModeViews views(preferences,
+                      {[&x] { return x.screens().front().frame.size.height; }, x.hasCompositor(),
+                       [] {
+                           return false;
+                       }});
+    Mode mode({{desktop->accessibility(), x, x},
+               x,
+               preferences,
+               scheduler,
+               *input,
+               *input,
+               *input,
+               cursor,
+               *input,
+               sounds,
+               views,
+               doubleClick,
+               treeQueue,
+               searchQueue});
     AppDelegate delegate(preferences, shortcuts, mode);
     delegate.wireShortcuts();
-    AXEnablerService enabler(
-        {desktop->accessibility(), x, scheduler, preferences, [&mode] { mode.deactivate(true); }});
+    AXEnablerService enabler({desktop->accessibility(), x, scheduler, preferences, [&mode] {
+                                  mode.deactivate(true);
+                              }});
     enabler.start();
     printLine("Tarnvik: running; the click shortcut is "
               + preferences.stringForKey(Preferences::Keys::nonSearchShortcut).value_or("unset"));

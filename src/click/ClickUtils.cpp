@@ -19,8 +19,9 @@ ClickUtils::ClickUtils(Services services, UIElementPtr element, UITrees uiTrees)
 void ClickUtils::click(int clickCount)
 {
     const auto tree = _element->uiTree.lock();
-    const bool inOverlay = std::any_of(_uiTrees.overlayUiTrees.begin(), _uiTrees.overlayUiTrees.end(),
-                                       [&](const UITreePtr &t) { return t == tree; });
+    const bool inOverlay =
+        std::any_of(_uiTrees.overlayUiTrees.begin(), _uiTrees.overlayUiTrees.end(),
+                    [&](const UITreePtr &t) { return t == tree; });
     const auto &role = _element->role;
     // Menus close when the pointer leaves them, and overlay buttons may sit under no pointer at
     // all: their action is the reliable press.
@@ -84,9 +85,9 @@ bool ClickUtils::hitTest(const CGPoint &point)
     const auto pid = ax.getPid(*_element->ref);
     if (!pid.ok())
         return false;
-    const auto hit = ax.copyElementAtPosition(ax.createApplication(pid.value()),
-                                              static_cast<float>(point.x),
-                                              static_cast<float>(point.y));
+    const auto hit =
+        ax.copyElementAtPosition(ax.createApplication(pid.value()), static_cast<float>(point.x),
+                                 static_cast<float>(point.y));
     if (!hit.ok())
         return false;
     AXUIElement current = hit.value();

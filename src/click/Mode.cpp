@@ -162,7 +162,9 @@ void Mode::startTreeBuilding(const RunningApplication &app, const UIElementPtr &
                              const std::optional<RunningApplication> &menubarApp, UITreePtr dock)
 {
     auto source = std::make_shared<std::stop_source>();
-    _cancelQuery = [source] { source->request_stop(); };
+    _cancelQuery = [source] {
+        source->request_stop();
+    };
     const auto session = _session;
     // The services are the process's, and outlive this Mode; `this` is used on the main
     // thread only, behind `alive`.
@@ -251,9 +253,9 @@ void Mode::runSearch()
                                  screen = *_screen, firstScreenHeight] {
         if (*cancelled)
             return;
-        auto elements = elementsOnScreen(
-            trees.matchingElements(query, includeAll, services.preferences), screen,
-            firstScreenHeight);
+        auto elements =
+            elementsOnScreen(trees.matchingElements(query, includeAll, services.preferences),
+                             screen, firstScreenHeight);
         if (*cancelled)
             return;
         services.scheduler.postToMain(
@@ -263,7 +265,9 @@ void Mode::runSearch()
                 _targetsWindowController->setTargets(std::move(elements), std::move(trees));
             });
     });
-    _cancelSearch = [cancelled] { *cancelled = true; };
+    _cancelSearch = [cancelled] {
+        *cancelled = true;
+    };
 }
 
 void Mode::focusNext()

@@ -1,7 +1,6 @@
 // How keys reach a session of Mode: the tables of label mode and of search mode, and the label
 // query they feed.
 #include "click/Mode.h"
-
 #include "click/ModeViews.h"
 #include "click/TargetsWindowController.h"
 #include "platform/KeyCodes.h"
@@ -47,7 +46,9 @@ KeyDisposition Mode::tapCallback(const KeyEvent &event)
     const auto key = event.keyCode;
     if (key == KeyCode::tab) {
         if (down)
-            post([this, back = (event.flags & shift) != 0] { back ? focusPrevious() : focusNext(); });
+            post([this, back = (event.flags & shift) != 0] {
+                back ? focusPrevious() : focusNext();
+            });
         return KeyDisposition::swallow;
     }
     if (key == KeyCode::returnKey || (key == KeyCode::space && !autoClick))

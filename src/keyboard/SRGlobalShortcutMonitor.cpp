@@ -1,7 +1,7 @@
 #include "keyboard/SRGlobalShortcutMonitor.h"
 
-#include "platform/KeyCodes.h"
 #include "platform/Diagnostics.h"
+#include "platform/KeyCodes.h"
 
 #include <algorithm>
 
@@ -93,9 +93,10 @@ std::vector<SRShortcutActionPtr> SRGlobalShortcutMonitor::actions() const
 
 int SRGlobalShortcutMonitor::useCount(const SRShortcut &shortcut) const
 {
-    return static_cast<int>(std::count_if(_bindings.begin(), _bindings.end(), [&](const Binding &b) {
-        return b.action->enabled && b.action->shortcut == shortcut;
-    }));
+    return static_cast<int>(
+        std::count_if(_bindings.begin(), _bindings.end(), [&](const Binding &b) {
+            return b.action->enabled && b.action->shortcut == shortcut;
+        }));
 }
 
 void SRGlobalShortcutMonitor::addShortcut(const SRShortcut &shortcut)
@@ -143,7 +144,8 @@ void SRGlobalShortcutMonitor::unregisterHotKey(const SRShortcut &shortcut)
     if (_hotKeys.unregisterHotKey(id))
         printLine("Unregistered Carbon hot key " + std::to_string(id));
     else
-        printLine("#Critical Failed to unregister Carbon hot key " + std::to_string(id) + ": -9878");
+        printLine("#Critical Failed to unregister Carbon hot key " + std::to_string(id)
+                  + ": -9878");
     _hotKeyIds.erase(it);
 }
 

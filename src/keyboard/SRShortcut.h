@@ -13,10 +13,10 @@ public:
     static constexpr std::uint64_t modifierMask = 0x1E0000;
 
     // Characters left out are worked out from the key on the ASCII-capable layout.
-    static SRShortcut shortcutWithCode(std::uint16_t keyCode, std::uint64_t modifierFlags,
-                                       std::optional<std::string> characters = std::nullopt,
-                                       std::optional<std::string> charactersIgnoringModifiers =
-                                           std::nullopt);
+    static SRShortcut
+    shortcutWithCode(std::uint16_t keyCode, std::uint64_t modifierFlags,
+                     std::optional<std::string> characters = std::nullopt,
+                     std::optional<std::string> charactersIgnoringModifiers = std::nullopt);
     // The stored text form, such as "⇧⌘Space"; nothing when it doesn't parse.
     static std::optional<SRShortcut> shortcutWithKeyEquivalent(const std::string &text);
 

@@ -88,12 +88,10 @@ void addArcToPoint(QPainterPath &path, QPointF corner, QPointF towards, qreal ra
 }
 
 LabelLayer::LabelLayer(std::string label, LabelColors colors, double textSize, double screenScale)
-    : LabelLayer(std::move(label), std::move(colors), Geometry {.textSize = textSize},
-                 screenScale)
+    : LabelLayer(std::move(label), std::move(colors), Geometry {.textSize = textSize}, screenScale)
 { }
 
-LabelLayer::LabelLayer(std::string label, LabelColors colors, Geometry geometry,
-                       double screenScale)
+LabelLayer::LabelLayer(std::string label, LabelColors colors, Geometry geometry, double screenScale)
     : _label(std::move(label))
     , _colors(std::move(colors))
     , _geometry(geometry)
@@ -172,8 +170,7 @@ void LabelLayer::layoutLabel()
                        std::ceil(line.height() * textScale()));
 
     const auto &g = _geometry;
-    const double bodyWidth =
-        std::max(g.nubWidth + 6.0 + 3.0, 2.0 * g.xPadding + _textSize.width());
+    const double bodyWidth = std::max(g.nubWidth + 6.0 + 3.0, 2.0 * g.xPadding + _textSize.width());
     _size = QSizeF(g.borderWidth + bodyWidth,
                    g.borderWidth + _textSize.height() + 2.0 * g.yPadding + g.nubHeight);
     // Centred on the body alone, the nub left out.
@@ -299,8 +296,9 @@ void LabelLayer::drawBody(QPainter &painter) const
     gradient.setColorAt(1.0, _colors.background3);
     painter.fillPath(path, gradient);
     // Stroked after the fill so that no clip cuts the outer half of the border.
-    painter.strokePath(path, QPen(_colors.border, _geometry.borderWidth, Qt::SolidLine,
-                                  Qt::FlatCap, Qt::RoundJoin));
+    painter.strokePath(
+        path,
+        QPen(_colors.border, _geometry.borderWidth, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin));
 }
 
 } // namespace tarnvik

@@ -115,11 +115,12 @@ std::string colorText(const QColor &color)
         return "#FFFFFF";
     const QColor rgb = color.toRgb();
     auto byte = [](float value) {
-        return static_cast<int>(std::clamp(std::lround(static_cast<double>(value) * 255.0), 0L, 255L));
+        return static_cast<int>(
+            std::clamp(std::lround(static_cast<double>(value) * 255.0), 0L, 255L));
     };
     std::array<char, 8> text {};
-    std::snprintf(text.data(), text.size(), "#%02X%02X%02X", byte(rgb.redF()),
-                  byte(rgb.greenF()), byte(rgb.blueF()));
+    std::snprintf(text.data(), text.size(), "#%02X%02X%02X", byte(rgb.redF()), byte(rgb.greenF()),
+                  byte(rgb.blueF()));
     return text.data();
 }
 

@@ -19,7 +19,8 @@ public:
     // One handler for all hot keys; set before registering.
     virtual void setHandler(Handler handler) = 0;
     // False when the system refuses the combination (another program has it).
-    virtual bool registerHotKey(HotKeyId id, std::uint16_t keyCode, std::uint64_t modifierFlags) = 0;
+    virtual bool registerHotKey(HotKeyId id, std::uint16_t keyCode,
+                                std::uint64_t modifierFlags) = 0;
     virtual bool unregisterHotKey(HotKeyId id) = 0;
 };
 

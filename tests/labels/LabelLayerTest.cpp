@@ -4,8 +4,8 @@
 #include <QPainterPath>
 
 #include <cmath>
-#include <numbers>
 #include <gtest/gtest.h>
+#include <numbers>
 
 namespace tarnvik {
 namespace {
@@ -157,8 +157,7 @@ TEST(LabelLayer, NubPointsUpFromTheTopCentre)
     EXPECT_LT(qAlpha(pixelAt(layer, {1.0, 1.5})), 40);
     EXPECT_LT(qAlpha(pixelAt(layer, {layer.size().width() - 1.0, 1.5})), 40);
     EXPECT_EQ(qAlpha(pixelAt(layer, layer.bodyRect().center())), 255);
-    EXPECT_LT(qAlpha(pixelAt(layer, {0.1, layer.size().height() - 0.1})), 128)
-        << "rounded corner";
+    EXPECT_LT(qAlpha(pixelAt(layer, {0.1, layer.size().height() - 0.1})), 128) << "rounded corner";
 }
 
 TEST(LabelLayer, GradientRunsFromTheFirstColourDownToTheThird)

@@ -37,10 +37,7 @@ public:
         auto it = loaded.find(name);
         return it == loaded.end() ? 0.0 : it->second;
     }
-    void play(const std::string &name, float volume) override
-    {
-        plays.emplace_back(name, volume);
-    }
+    void play(const std::string &name, float volume) override { plays.emplace_back(name, volume); }
     void unload(const std::string &name) override
     {
         unloads.push_back(name);
@@ -144,8 +141,9 @@ TEST_F(SoundEffects, MissingAndBrokenFilesLeaveOnlyTheirSoundOut)
 {
     fs::remove(directory / "click8.wav");
     player.failing = {"warning"};
-    EXPECT_EQ(start(), "SoundEffectManager: Failed to find sound file: click8\n"
-                       "SoundEffectManager: Failed to preload warning: broken warning.wav\n");
+    EXPECT_EQ(start(),
+              "SoundEffectManager: Failed to find sound file: click8\n"
+              "SoundEffectManager: Failed to preload warning: broken warning.wav\n");
     EXPECT_EQ(player.loads, (std::vector<std::string> {"click1", "warning", "click7"}));
     EXPECT_TRUE(manager->isLoaded("click1"));
     EXPECT_FALSE(manager->isLoaded("click8"));

@@ -135,8 +135,7 @@ TEST_F(QtSounds, ReadsTheDurationFromTheHeader)
         std::string error;
         ASSERT_TRUE(player.load(name, path.string(), error)) << error;
         const Wav wav = readWav(path);
-        EXPECT_DOUBLE_EQ(player.duration(name),
-                         static_cast<double>(wav.samples.size()) / wav.rate);
+        EXPECT_DOUBLE_EQ(player.duration(name), static_cast<double>(wav.samples.size()) / wav.rate);
     }
     player.unload("click1");
     EXPECT_EQ(player.duration("click1"), 0.0);
@@ -165,7 +164,8 @@ TEST_F(QtSounds, RejectsWhatIsNotAPlayableWav)
 TEST_F(QtSounds, EmptyFileIsDroppedAndTheRestPlayWithoutADevice)
 {
     // A valid header over no samples: it loads, and has nothing to play.
-    const fs::path directory = fs::temp_directory_path() / ("tarnvik-qt-" + std::to_string(getpid()));
+    const fs::path directory =
+        fs::temp_directory_path() / ("tarnvik-qt-" + std::to_string(getpid()));
     fs::create_directories(directory);
     for (const char *name : SoundEffectManager::soundNames)
         fs::copy_file(soundsDirectory / (std::string(name) + ".wav"),

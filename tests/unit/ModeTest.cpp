@@ -1,7 +1,8 @@
+#include "click/Mode.h"
+
 #include "click/ClickUtils.h"
 #include "click/CursorManager.h"
 #include "click/DoubleClickManager.h"
-#include "click/Mode.h"
 #include "click/SearchBarWindowController.h"
 #include "click/TargetsView.h"
 #include "keyboard/SRGlobalShortcutMonitor.h"
@@ -178,8 +179,20 @@ protected:
 
     Mode::Services services()
     {
-        return {{desktop, desktop, desktop}, screens, preferences, scheduler, input, input, input,
-                cursor, input, sounds, views, doubleClick, treeQueue, searchQueue};
+        return {{desktop, desktop, desktop},
+                screens,
+                preferences,
+                scheduler,
+                input,
+                input,
+                input,
+                cursor,
+                input,
+                sounds,
+                views,
+                doubleClick,
+                treeQueue,
+                searchQueue};
     }
 
     // A key press and its release, as the user types them; then the posted actions run.
@@ -202,9 +215,10 @@ protected:
 
     fake::FakeDesktop desktop;
     fake::FakeScheduler &scheduler = desktop.scheduler();
-    fake::FakeApplication &front = desktop.addApplication(
-        {.processIdentifier = 1, .bundleIdentifier = "org.example.app",
-         .bundlePath = "/usr/bin/example", .localizedName = "App"});
+    fake::FakeApplication &front = desktop.addApplication({.processIdentifier = 1,
+                                                           .bundleIdentifier = "org.example.app",
+                                                           .bundlePath = "/usr/bin/example",
+                                                           .localizedName = "App"});
     fake::FakeElement window = front.addWindow(makeRect(0, 0, 800, 600), "Window");
     fake::FakePreferenceStore store;
     Preferences preferences {store};

@@ -168,8 +168,8 @@ void QtSearchBar::typeKey(const KeyEvent &event)
     }
     if (key == Qt::Key_unknown && text.isEmpty())
         return;
-    QKeyEvent qtEvent(event.type == EventType::keyDown ? QEvent::KeyPress : QEvent::KeyRelease,
-                      key, modifiers, text);
+    QKeyEvent qtEvent(event.type == EventType::keyDown ? QEvent::KeyPress : QEvent::KeyRelease, key,
+                      modifiers, text);
     QApplication::sendEvent(_widget->field(), &qtEvent);
 }
 

@@ -1,8 +1,8 @@
 #include "click/views/QtTargetsWindow.h"
 
+#include <QPaintEvent>
 #include <QPainter>
 #include <QPainterPath>
-#include <QPaintEvent>
 #include <QRegion>
 #include <QVariantAnimation>
 
@@ -197,8 +197,8 @@ void QtTargetsWindow::show(TargetsView &view)
         layer.layoutLabel();
         sizes.push_back({layer.size().width(), layer.size().height()});
     }
-    view.layoutLabels(sizes, {{_geometry.x(), _geometry.y()},
-                              {_geometry.width(), _geometry.height()}});
+    view.layoutLabels(sizes,
+                      {{_geometry.x(), _geometry.y()}, {_geometry.width(), _geometry.height()}});
     if (_widget)
         _widget->setLabels(&view, std::move(layers));
 }

@@ -23,18 +23,18 @@ namespace {
 // Virtual key codes and the Linux input event codes of the same key positions; X key codes are
 // those plus 8.
 constexpr std::array<std::pair<std::uint16_t, std::uint8_t>, 95> keyPositions {{
-    {0, 30},   {1, 31},   {2, 32},   {3, 33},   {4, 35},   {5, 34},   {6, 44},   {7, 45},
-    {8, 46},   {9, 47},   {11, 48},  {12, 16},  {13, 17},  {14, 18},  {15, 19},  {16, 21},
-    {17, 20},  {18, 2},   {19, 3},   {20, 4},   {21, 5},   {22, 7},   {23, 6},   {24, 13},
-    {25, 10},  {26, 8},   {27, 12},  {28, 9},   {29, 11},  {30, 27},  {31, 24},  {32, 22},
-    {33, 26},  {34, 23},  {35, 25},  {36, 28},  {37, 38},  {38, 36},  {39, 40},  {40, 37},
-    {41, 39},  {42, 43},  {43, 51},  {44, 53},  {45, 49},  {46, 50},  {47, 52},  {48, 15},
-    {49, 57},  {50, 41},  {51, 14},  {53, 1},   {54, 126}, {55, 125}, {56, 42},  {57, 58},
-    {58, 56},  {59, 29},  {60, 54},  {61, 100}, {62, 97},  {76, 96},  {122, 59}, {120, 60},
-    {99, 61},  {118, 62}, {96, 63},  {97, 64},  {98, 65},  {100, 66}, {101, 67}, {109, 68},
-    {103, 87}, {111, 88}, {105, 183}, {107, 184}, {113, 185}, {106, 186}, {64, 187},
-    {79, 188}, {80, 189}, {90, 190}, {114, 110}, {115, 102}, {116, 104}, {117, 111},
-    {119, 107}, {121, 109}, {123, 105}, {124, 106}, {125, 108}, {126, 103}, {10, 86},
+    {0, 30},    {1, 31},    {2, 32},    {3, 33},    {4, 35},    {5, 34},    {6, 44},    {7, 45},
+    {8, 46},    {9, 47},    {11, 48},   {12, 16},   {13, 17},   {14, 18},   {15, 19},   {16, 21},
+    {17, 20},   {18, 2},    {19, 3},    {20, 4},    {21, 5},    {22, 7},    {23, 6},    {24, 13},
+    {25, 10},   {26, 8},    {27, 12},   {28, 9},    {29, 11},   {30, 27},   {31, 24},   {32, 22},
+    {33, 26},   {34, 23},   {35, 25},   {36, 28},   {37, 38},   {38, 36},   {39, 40},   {40, 37},
+    {41, 39},   {42, 43},   {43, 51},   {44, 53},   {45, 49},   {46, 50},   {47, 52},   {48, 15},
+    {49, 57},   {50, 41},   {51, 14},   {53, 1},    {54, 126},  {55, 125},  {56, 42},   {57, 58},
+    {58, 56},   {59, 29},   {60, 54},   {61, 100},  {62, 97},   {76, 96},   {122, 59},  {120, 60},
+    {99, 61},   {118, 62},  {96, 63},   {97, 64},   {98, 65},   {100, 66},  {101, 67},  {109, 68},
+    {103, 87},  {111, 88},  {105, 183}, {107, 184}, {113, 185}, {106, 186}, {64, 187},  {79, 188},
+    {80, 189},  {90, 190},  {114, 110}, {115, 102}, {116, 104}, {117, 111}, {119, 107}, {121, 109},
+    {123, 105}, {124, 106}, {125, 108}, {126, 103}, {10, 86},
 }};
 
 std::optional<std::uint8_t> xKeyCode(std::uint16_t keyCode)
@@ -167,10 +167,9 @@ std::unique_ptr<X11Input> X11Input::connect(std::function<double()> doubleClickI
     if (!test)
         return nullptr;
     std::free(test);
-    if (!xkb_x11_setup_xkb_extension(x->c, XKB_X11_MIN_MAJOR_XKB_VERSION,
-                                     XKB_X11_MIN_MINOR_XKB_VERSION,
-                                     XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr,
-                                     nullptr, nullptr))
+    if (!xkb_x11_setup_xkb_extension(
+            x->c, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
+            XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, nullptr, nullptr))
         return nullptr;
     x->keyboardDevice = xkb_x11_get_core_keyboard_device_id(x->c);
     x->context = xkb_context_new(XKB_CONTEXT_NO_FLAGS);
@@ -187,8 +186,8 @@ X11Input::X11Input(std::unique_ptr<Connection> connection,
     : _x(std::move(connection))
     , _doubleClickInterval(std::move(doubleClickInterval))
 {
-    _events = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(_x->c),
-                                                QSocketNotifier::Read);
+    _events =
+        std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(_x->c), QSocketNotifier::Read);
     QObject::connect(_events.get(), &QSocketNotifier::activated, [this] { readEvents(); });
 }
 
@@ -215,9 +214,9 @@ bool X11Input::start(KeyboardCapture::Handler handler)
             | ((m & 4) ? altMask : 0) | ((m & 8) ? superMask : 0));
         for (auto lock : lockVariants) {
             const auto mask = static_cast<std::uint16_t>(modifiers | lock);
-            anyKey.emplace_back(mask, xcb_grab_key_checked(_x->c, 1, _x->root, mask, XCB_GRAB_ANY,
-                                                           XCB_GRAB_MODE_ASYNC,
-                                                           XCB_GRAB_MODE_SYNC));
+            anyKey.emplace_back(mask,
+                                xcb_grab_key_checked(_x->c, 1, _x->root, mask, XCB_GRAB_ANY,
+                                                     XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_SYNC));
         }
     }
     bool grabbedAny = false;
@@ -390,8 +389,8 @@ void X11Input::keyEvent(bool press, std::uint8_t keycode, std::uint16_t state)
 void X11Input::postMouseMoved(CGPoint position)
 {
     xcb_test_fake_input(_x->c, XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, _x->root,
-                        static_cast<std::int16_t>(position.x), static_cast<std::int16_t>(position.y),
-                        0);
+                        static_cast<std::int16_t>(position.x),
+                        static_cast<std::int16_t>(position.y), 0);
     xcb_flush(_x->c);
 }
 
@@ -407,13 +406,12 @@ void X11Input::postMouseButton(int button, bool down, CGPoint position, std::uin
         xcb_test_fake_input(_x->c, XCB_KEY_PRESS, *control, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
     const std::uint8_t xButton = button == 0 ? 1 : button == 1 ? 3 : 2;
     xcb_test_fake_input(_x->c, XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, _x->root,
-                        static_cast<std::int16_t>(position.x), static_cast<std::int16_t>(position.y),
-                        0);
+                        static_cast<std::int16_t>(position.x),
+                        static_cast<std::int16_t>(position.y), 0);
     xcb_test_fake_input(_x->c, down ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE, xButton,
                         XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
     if (control && !down)
-        xcb_test_fake_input(_x->c, XCB_KEY_RELEASE, *control, XCB_CURRENT_TIME, XCB_NONE, 0, 0,
-                            0);
+        xcb_test_fake_input(_x->c, XCB_KEY_RELEASE, *control, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
     xcb_flush(_x->c);
 }
 

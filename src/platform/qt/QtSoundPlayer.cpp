@@ -53,8 +53,8 @@ void awaitDecoding(QSoundEffect &voice)
 
 bool readBytes(std::ifstream &in, unsigned char *into, std::size_t count)
 {
-    return static_cast<bool>(in.read(reinterpret_cast<char *>(into),
-                                     static_cast<std::streamsize>(count)));
+    return static_cast<bool>(
+        in.read(reinterpret_cast<char *>(into), static_cast<std::streamsize>(count)));
 }
 
 } // namespace
