@@ -1,98 +1,107 @@
 #include "platform/qt/QtSoundPlayer.h"
 
-#include <QCoreApplication>
-#include <QEventLoop>
-#include <QSoundEffect>
-#include <QTimer>
-#include <QUrl>
+#include <QAudioDevice>
+#include <QAudioFormat>
+#include <QAudioSink>
+#include <QBuffer>
+#include <QByteArray>
+#include <QMediaDevices>
 
-#include <algorithm>
-#include <array>
 #include <cstdint>
 #include <fstream>
-#include <vector>
+#include <optional>
 
 namespace tarnvik {
 
 struct QtSoundPlayer::Sound
 {
+    QAudioFormat format;
+    QByteArray samples;
     double duration = 0.0;
-    std::vector<std::unique_ptr<QSoundEffect>> voices;
-    std::size_t next = 0;
+};
+
+struct QtSoundPlayer::Play
+{
+    // The sound is shared so that unloading it doesn't pull the data from under a play.
+    std::shared_ptr<const Sound> sound;
+    QBuffer source;
+    std::unique_ptr<QAudioSink> sink;
+    bool finished = false;
 };
 
 namespace {
 
-std::uint32_t littleEndian(const unsigned char *bytes, int count)
+std::uint32_t littleEndian(const char *bytes, int count)
 {
     std::uint32_t value = 0;
     for (int i = count - 1; i >= 0; --i)
-        value = (value << 8) | bytes[i];
+        value = (value << 8) | static_cast<unsigned char>(bytes[i]);
     return value;
 }
 
-std::unique_ptr<QSoundEffect> makeVoice(const QUrl &source)
+std::optional<QAudioFormat::SampleFormat> sampleFormat(std::uint32_t encoding, std::uint32_t bits)
 {
-    auto voice = std::make_unique<QSoundEffect>();
-    voice->setSource(source);
-    return voice;
+    // Integer PCM or float; the extensible wrapper is read as what its size says.
+    const bool floating = encoding == 3;
+    if (encoding != 1 && encoding != 3 && encoding != 0xFFFE)
+        return std::nullopt;
+    if (floating)
+        return bits == 32 ? std::optional(QAudioFormat::Float) : std::nullopt;
+    switch (bits) {
+    case 8:
+        return QAudioFormat::UInt8;
+    case 16:
+        return QAudioFormat::Int16;
+    case 32:
+        return QAudioFormat::Int32;
+    default:
+        return std::nullopt;
+    }
 }
 
-// Qt decodes on a thread of its own and reports back through the event loop. Waiting for it
-// makes a later play cost no decoding, and leaves no decoding under way at exit, where Qt 6.4's
-// sample cache deadlocks with its loading thread. The files are small; the limit is for safety.
-void awaitDecoding(QSoundEffect &voice)
-{
-    if (!QCoreApplication::instance() || voice.status() != QSoundEffect::Loading)
-        return;
-    QEventLoop loop;
-    QObject::connect(&voice, &QSoundEffect::statusChanged, &loop, &QEventLoop::quit);
-    QTimer::singleShot(1000, &loop, &QEventLoop::quit);
-    loop.exec(QEventLoop::ExcludeUserInputEvents);
-}
-
-bool readBytes(std::ifstream &in, unsigned char *into, std::size_t count)
-{
-    return static_cast<bool>(
-        in.read(reinterpret_cast<char *>(into), static_cast<std::streamsize>(count)));
-}
-
-} // namespace
-
-std::optional<double> QtSoundPlayer::wavDuration(const std::string &path, std::string &error)
+// The format and samples of a RIFF WAVE file, or nothing with `error` set.
+std::optional<std::pair<QAudioFormat, QByteArray>> readWav(const std::string &path,
+                                                            std::string &error)
 {
     std::ifstream in(path, std::ios::binary);
-    std::array<unsigned char, 12> riff {};
-    if (!in || !readBytes(in, riff.data(), riff.size())
-        || std::string_view(reinterpret_cast<char *>(riff.data()), 4) != "RIFF"
-        || std::string_view(reinterpret_cast<char *>(riff.data() + 8), 4) != "WAVE") {
+    char riff[12] {};
+    if (!in.read(riff, sizeof riff) || std::string_view(riff, 4) != "RIFF"
+        || std::string_view(riff + 8, 4) != "WAVE") {
         error = "not a WAV file";
         return std::nullopt;
     }
-    std::uint32_t blockAlign = 0;
-    std::uint32_t sampleRate = 0;
-    std::array<unsigned char, 8> header {};
-    while (readBytes(in, header.data(), header.size())) {
-        const std::string_view id(reinterpret_cast<char *>(header.data()), 4);
-        const std::uint32_t size = littleEndian(header.data() + 4, 4);
+    std::optional<QAudioFormat> format;
+    char header[8] {};
+    while (in.read(header, sizeof header)) {
+        const std::string_view id(header, 4);
+        const std::uint32_t size = littleEndian(header + 4, 4);
         if (id == "fmt ") {
-            std::array<unsigned char, 16> format {};
-            if (size < format.size() || !readBytes(in, format.data(), format.size()))
+            char fields[16] {};
+            if (size < sizeof fields || !in.read(fields, sizeof fields))
                 break;
-            const std::uint32_t encoding = littleEndian(format.data(), 2);
-            // Integer PCM, float, or either in the extensible wrapper.
-            if (encoding != 1 && encoding != 3 && encoding != 0xFFFE) {
-                error = "unsupported WAV encoding " + std::to_string(encoding);
+            const std::uint32_t encoding = littleEndian(fields, 2);
+            const std::uint32_t bits = littleEndian(fields + 14, 2);
+            const auto samples = sampleFormat(encoding, bits);
+            if (!samples) {
+                error = "unsupported WAV encoding " + std::to_string(encoding) + " of "
+                    + std::to_string(bits) + " bits";
                 return std::nullopt;
             }
-            sampleRate = littleEndian(format.data() + 4, 4);
-            blockAlign = littleEndian(format.data() + 12, 2);
-            in.seekg(static_cast<std::streamoff>(size - format.size() + (size & 1u)),
+            format.emplace();
+            format->setChannelCount(static_cast<int>(littleEndian(fields + 2, 2)));
+            format->setSampleRate(static_cast<int>(littleEndian(fields + 4, 4)));
+            format->setSampleFormat(*samples);
+            in.seekg(static_cast<std::streamoff>(size - sizeof fields + (size & 1u)),
                      std::ios::cur);
-        } else if (id == "data") {
-            if (blockAlign == 0 || sampleRate == 0)
+        } else if (id == "data" && format) {
+            if (format->channelCount() <= 0 || format->sampleRate() <= 0)
                 break;
-            return static_cast<double>(size / blockAlign) / sampleRate;
+            QByteArray samples(static_cast<qsizetype>(size), Qt::Uninitialized);
+            in.read(samples.data(), samples.size());
+            // A file cut short keeps what it has, in whole frames.
+            const auto frame = static_cast<std::streamsize>(format->bytesPerFrame());
+            samples.truncate(static_cast<qsizetype>(in.gcount() / frame * frame));
+            return std::pair(*format, std::move(samples));
         } else {
             // Chunks are padded to an even length.
             in.seekg(static_cast<std::streamoff>(size + (size & 1u)), std::ios::cur);
@@ -102,45 +111,31 @@ std::optional<double> QtSoundPlayer::wavDuration(const std::string &path, std::s
     return std::nullopt;
 }
 
-QtSoundPlayer::QtSoundPlayer(int voicesPerSound)
-    : _voicesPerSound(std::max(1, voicesPerSound))
-{ }
+} // namespace
 
-QtSoundPlayer::~QtSoundPlayer() = default;
+QtSoundPlayer::QtSoundPlayer() = default;
+
+QtSoundPlayer::~QtSoundPlayer()
+{
+    for (auto &play : _plays)
+        play->sink->stop();
+}
 
 bool QtSoundPlayer::load(const std::string &name, const std::string &path, std::string &error)
 {
     _sounds.erase(name);
     std::string reason;
-    const auto seconds = wavDuration(path, reason);
-    if (!seconds) {
+    auto wav = readWav(path, reason);
+    if (!wav) {
         error = "Failed to load sound (" + path + ": " + reason + ")";
         return false;
     }
-    auto sound = std::make_unique<Sound>();
-    sound->duration = *seconds;
-    // Nothing to play: kept only so that its duration tells the caller so.
-    if (*seconds <= 0.0) {
-        _sounds.emplace(name, std::move(sound));
-        return true;
-    }
-    const QUrl source = QUrl::fromLocalFile(QString::fromStdString(path));
-    auto first = makeVoice(source);
-    awaitDecoding(*first);
-    // Qt 6.4 can miss the end of a decode that finishes while a voice is being attached to it,
-    // and that voice then waits for ever; a fresh one finds the finished sample in Qt's cache.
-    if (first->status() == QSoundEffect::Loading) {
-        first = makeVoice(source);
-        awaitDecoding(*first);
-    }
-    if (first->status() == QSoundEffect::Error) {
-        error = "Failed to load sound (" + path + ": not decodable)";
-        return false;
-    }
-    // The other voices share the decoded sample, so they are ready at once.
-    sound->voices.push_back(std::move(first));
-    while (sound->voices.size() < static_cast<std::size_t>(_voicesPerSound))
-        sound->voices.push_back(makeVoice(source));
+    auto sound = std::make_shared<Sound>();
+    sound->format = wav->first;
+    sound->samples = std::move(wav->second);
+    const int frame = sound->format.bytesPerFrame();
+    sound->duration = static_cast<double>(sound->samples.size() / frame)
+        / static_cast<double>(sound->format.sampleRate());
     _sounds.emplace(name, std::move(sound));
     return true;
 }
@@ -153,30 +148,50 @@ double QtSoundPlayer::duration(const std::string &name) const
 
 void QtSoundPlayer::play(const std::string &name, float volume)
 {
+    dropFinishedPlays();
     auto it = _sounds.find(name);
-    if (it == _sounds.end())
+    if (it == _sounds.end() || it->second->samples.isEmpty())
         return;
-    Sound &sound = *it->second;
-    if (sound.voices.empty())
+    const QAudioDevice device = QMediaDevices::defaultAudioOutput();
+    if (device.isNull())
         return;
-    // An idle voice if there is one, else each busy one in turn.
-    QSoundEffect *voice = nullptr;
-    for (auto &candidate : sound.voices)
-        if (!candidate->isPlaying()) {
-            voice = candidate.get();
-            break;
-        }
-    if (!voice) {
-        voice = sound.voices[sound.next].get();
-        sound.next = (sound.next + 1) % sound.voices.size();
-    }
-    voice->setVolume(volume);
-    voice->play();
+    auto play = std::make_unique<Play>();
+    play->sound = it->second;
+    play->source.setData(play->sound->samples);
+    play->source.open(QIODevice::ReadOnly);
+    play->sink = std::make_unique<QAudioSink>(device, play->sound->format);
+    play->sink->setVolume(static_cast<qreal>(volume));
+    Play *raw = play.get();
+    // Finished plays are only marked here and deleted later: a sink mustn't go inside its own
+    // signal.
+    QObject::connect(play->sink.get(), &QAudioSink::stateChanged, play->sink.get(),
+                     [raw](QAudio::State state) {
+                         if (state == QAudio::IdleState || state == QAudio::StoppedState) {
+                             raw->finished = true;
+                             if (state == QAudio::IdleState)
+                                 raw->sink->stop();
+                         }
+                     });
+    play->sink->start(&play->source);
+    if (play->sink->state() == QAudio::StoppedState)
+        play->finished = true;
+    _plays.push_back(std::move(play));
 }
 
 void QtSoundPlayer::unload(const std::string &name)
 {
     _sounds.erase(name);
+}
+
+std::size_t QtSoundPlayer::playsUnderWay()
+{
+    dropFinishedPlays();
+    return _plays.size();
+}
+
+void QtSoundPlayer::dropFinishedPlays()
+{
+    _plays.remove_if([](const auto &play) { return play->finished; });
 }
 
 } // namespace tarnvik

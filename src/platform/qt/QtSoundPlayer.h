@@ -2,18 +2,20 @@
 
 #include "platform/SoundPlayer.h"
 
+#include <list>
 #include <map>
 #include <memory>
-#include <optional>
 
 namespace tarnvik {
 
-// Sound effects through QSoundEffect, which plays uncompressed WAV. Each sound has a few voices
-// so that quick repeats overlap. Without an audio device plays are silently lost.
+// Sound effects from uncompressed WAV files, read whole at load and played from memory through
+// an audio output of their own per play, so that plays overlap. QSoundEffect is not used: in
+// Qt 6.4 its shared loader can lose a load and can deadlock at exit. Without an audio device
+// nothing is played.
 class QtSoundPlayer : public SoundPlayer
 {
 public:
-    explicit QtSoundPlayer(int voicesPerSound = 4);
+    QtSoundPlayer();
     ~QtSoundPlayer() override;
 
     bool load(const std::string &name, const std::string &path, std::string &error) override;
@@ -21,14 +23,16 @@ public:
     void play(const std::string &name, float volume) override;
     void unload(const std::string &name) override;
 
-    // Seconds of sound from a WAV file's header, or nothing with `error` set when the file is
-    // not one that can be played.
-    static std::optional<double> wavDuration(const std::string &path, std::string &error);
+    // Plays started and not yet finished.
+    std::size_t playsUnderWay();
 
 private:
     struct Sound;
-    int _voicesPerSound;
-    std::map<std::string, std::unique_ptr<Sound>> _sounds;
+    struct Play;
+    void dropFinishedPlays();
+
+    std::map<std::string, std::shared_ptr<const Sound>> _sounds;
+    std::list<std::unique_ptr<Play>> _plays;
 };
 
 } // namespace tarnvik
