@@ -207,8 +207,12 @@ void LabelLayer::paint(QPainter &painter, QPointF topLeft)
     const QImage &rendered = image();
     const QMarginsF margins = shadowMargins();
     const double previous = painter.opacity();
+    const bool smooth = painter.testRenderHint(QPainter::SmoothPixmapTransform);
     painter.setOpacity(previous * opacity);
+    // The image has more pixels than the screen: filtered, the text stays smooth.
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
     painter.drawImage(topLeft - QPointF(margins.left(), margins.top()), rendered);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform, smooth);
     painter.setOpacity(previous);
 }
 

@@ -17,7 +17,7 @@ class SoundEffectManager
 public:
     // The preload order.
     static constexpr const char *soundNames[] = {"click1", "click8", "warning", "click7"};
-    // Qt plays WAV without a codec, so the files are WAV rather than a compressed format.
+    // Uncompressed WAV rather than a compressed format: it plays from memory with no decoder.
     static constexpr const char *fileExtension = ".wav";
 
     SoundEffectManager(SoundPlayer &player, const Preferences &preferences,

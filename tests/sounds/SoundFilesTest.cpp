@@ -3,8 +3,8 @@
 #include "preferences/Preferences.h"
 #include "sounds/SoundEffectManager.h"
 
-#include <QCoreApplication>
 #include <QAudioDevice>
+#include <QCoreApplication>
 #include <QMediaDevices>
 
 #include <cstdint>

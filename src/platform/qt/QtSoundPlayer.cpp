@@ -61,7 +61,7 @@ std::optional<QAudioFormat::SampleFormat> sampleFormat(std::uint32_t encoding, s
 
 // The format and samples of a RIFF WAVE file, or nothing with `error` set.
 std::optional<std::pair<QAudioFormat, QByteArray>> readWav(const std::string &path,
-                                                            std::string &error)
+                                                           std::string &error)
 {
     std::ifstream in(path, std::ios::binary);
     char riff[12] {};
