@@ -24,6 +24,7 @@
 #include <QCoreApplication>
 #include <QStyleHints>
 
+#include <chrono>
 #include <cstdio>
 
 namespace {
@@ -89,6 +90,35 @@ int runTargets(const QStringList &arguments, bool tree)
     return command.run(options);
 }
 
+// Hot keys as the X backend gives them, with the time of the last press noted: with
+// TARNVIK_TRACE set, the program prints how long each shortcut took to show its labels.
+class TimedHotKeys final : public HotKeys
+{
+public:
+    explicit TimedHotKeys(HotKeys &keys)
+        : _keys(keys)
+    { }
+    void setHandler(Handler handler) override
+    {
+        _keys.setHandler([this, handler = std::move(handler)](HotKeyId id, int eventType) {
+            if (eventType == EventType::keyDown)
+                pressed = std::chrono::steady_clock::now();
+            if (handler)
+                handler(id, eventType);
+        });
+    }
+    bool registerHotKey(HotKeyId id, std::uint16_t keyCode, std::uint64_t modifiers) override
+    {
+        return _keys.registerHotKey(id, keyCode, modifiers);
+    }
+    bool unregisterHotKey(HotKeyId id) override { return _keys.unregisterHotKey(id); }
+
+    std::chrono::steady_clock::time_point pressed;
+
+private:
+    HotKeys &_keys;
+};
+
 // Runs until quit: the shortcuts start and end sessions of the frontmost window.
 int runResident()
 {
@@ -109,7 +139,8 @@ int runResident()
     QtScheduler scheduler;
     QtSoundPlayer player;
     SoundEffectManager sounds(player, preferences, TARNVIK_SOUNDS_DIR);
-    SRGlobalShortcutMonitor shortcuts(*input);
+    TimedHotKeys hotKeys(*input);
+    SRGlobalShortcutMonitor shortcuts(hotKeys);
     CursorManager cursor(*input);
     DoubleClickManager doubleClick(scheduler, shortcuts);
     // Declared before the mode, so that work in flight ends before what it uses goes away.

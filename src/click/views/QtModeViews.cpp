@@ -13,7 +13,8 @@ std::unique_ptr<TargetsWindow> QtModeViews::createTargetsWindow(const Screen &sc
     return std::make_unique<QtTargetsWindow>(
         geometry, _environment.hasCompositor,
         labelColors(_preferences.themeId(), _environment.highContrast()),
-        _preferences.doubleForKey(Preferences::Keys::labelFontSize), screen.scaleFactor);
+        _preferences.doubleForKey(Preferences::Keys::labelFontSize), screen.scaleFactor,
+        _environment.labelsPainted);
 }
 
 std::unique_ptr<SearchBarWindow> QtModeViews::createSearchBar()

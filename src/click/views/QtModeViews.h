@@ -21,6 +21,8 @@ public:
         bool hasCompositor = false;
         // The desktop asks for high-contrast colours.
         std::function<bool()> highContrast;
+        // Told when a new set of labels first reached the screen; for measuring.
+        std::function<void(std::size_t labels)> labelsPainted;
     };
 
     QtModeViews(const Preferences &preferences, Environment environment)

@@ -23,8 +23,10 @@ const QColor highlightBlue(10, 132, 255);
 
 } // namespace
 
-OverlayWidget::OverlayWidget(QRectF geometry, bool hasCompositor)
+OverlayWidget::OverlayWidget(QRectF geometry, bool hasCompositor,
+                             std::function<void(std::size_t)> labelsPainted)
     : _hasCompositor(hasCompositor)
+    , _labelsPainted(std::move(labelsPainted))
 {
     setWindowFlags(Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint
                    | Qt::X11BypassWindowManagerHint | Qt::WindowDoesNotAcceptFocus
@@ -49,6 +51,7 @@ void OverlayWidget::setLabels(TargetsView *view, std::vector<LabelLayer> layers)
 {
     _view = view;
     _layers = std::move(layers);
+    _newLabels = !_layers.empty();
     _flashFrame.reset();
     _fade = 0;
     if (_fadeIn)
@@ -131,6 +134,9 @@ void OverlayWidget::paintEvent(QPaintEvent *)
         _layers[i].opacity = _fade;
         _layers[i].paint(painter, toQt(frames[i]).topLeft());
     }
+    if (_newLabels && _labelsPainted)
+        _labelsPainted(_layers.size());
+    _newLabels = false;
 }
 
 void OverlayWidget::flash(std::function<void()> completion)
@@ -159,8 +165,9 @@ void OverlayWidget::flash(std::function<void()> completion)
 }
 
 QtTargetsWindow::QtTargetsWindow(QRectF geometry, bool hasCompositor, LabelColors colors,
-                                 double textSize, double scale)
-    : _widget(new OverlayWidget(geometry, hasCompositor))
+                                 double textSize, double scale,
+                                 std::function<void(std::size_t)> labelsPainted)
+    : _widget(new OverlayWidget(geometry, hasCompositor, std::move(labelsPainted)))
     , _geometry(geometry)
     , _colors(std::move(colors))
     , _textSize(textSize)

@@ -18,7 +18,8 @@ namespace tarnvik {
 class OverlayWidget final : public QWidget
 {
 public:
-    OverlayWidget(QRectF geometry, bool hasCompositor);
+    OverlayWidget(QRectF geometry, bool hasCompositor,
+                  std::function<void(std::size_t)> labelsPainted);
 
     void setLabels(TargetsView *view, std::vector<LabelLayer> layers);
     void refresh();
@@ -34,6 +35,8 @@ private:
     CGRect screenFrame() const;
 
     const bool _hasCompositor;
+    std::function<void(std::size_t)> _labelsPainted;
+    bool _newLabels = false;
     TargetsView *_view = nullptr;
     std::vector<LabelLayer> _layers;
     double _fade = 1.0;
@@ -47,7 +50,7 @@ class QtTargetsWindow final : public TargetsWindow
 {
 public:
     QtTargetsWindow(QRectF geometry, bool hasCompositor, LabelColors colors, double textSize,
-                    double scale);
+                    double scale, std::function<void(std::size_t)> labelsPainted = {});
     ~QtTargetsWindow() override;
 
     void orderFront() override;
@@ -55,6 +58,8 @@ public:
     void show(TargetsView &view) override;
     void update() override;
     void playClickAnimation(std::function<void()> completion) override;
+    // The window itself, for measuring its drawing.
+    QWidget *widget() const { return _widget; }
 
 private:
     // Deleted later, not here: a flash's completion may close the window from inside it.

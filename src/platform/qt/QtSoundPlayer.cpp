@@ -7,7 +7,9 @@
 #include <QByteArray>
 #include <QMediaDevices>
 
+#include <algorithm>
 #include <cstdint>
+#include <filesystem>
 #include <fstream>
 #include <optional>
 
@@ -96,9 +98,16 @@ std::optional<std::pair<QAudioFormat, QByteArray>> readWav(const std::string &pa
         } else if (id == "data" && format) {
             if (format->channelCount() <= 0 || format->sampleRate() <= 0)
                 break;
-            QByteArray samples(static_cast<qsizetype>(size), Qt::Uninitialized);
+            // A size beyond the end of the file, as a file cut short has, is taken at its word
+            // only as far as the file goes.
+            std::error_code ignored;
+            const auto fileSize = std::filesystem::file_size(path, ignored);
+            const auto here = static_cast<std::uintmax_t>(std::max<std::streamoff>(0, in.tellg()));
+            const std::uintmax_t available = fileSize > here ? fileSize - here : 0;
+            QByteArray samples(static_cast<qsizetype>(std::min<std::uintmax_t>(size, available)),
+                               Qt::Uninitialized);
             in.read(samples.data(), samples.size());
-            // A file cut short keeps what it has, in whole frames.
+            // Whole frames only.
             const auto frame = static_cast<std::streamsize>(format->bytesPerFrame());
             samples.truncate(static_cast<qsizetype>(in.gcount() / frame * frame));
             return std::pair(*format, std::move(samples));
