@@ -89,6 +89,8 @@ void Mode::activate(bool isSearchDisabled)
     if (AXEnablerService::isIgnored(*app, _services.preferences))
         return;
 
+    // Each session reads the desktop afresh.
+    _services.platform.ax.invalidateCache();
     _frontmostAppBundleId = app->bundleIdentifier;
     _frontmostPid = app->processIdentifier;
     auto &ax = _services.platform.ax;

@@ -183,9 +183,10 @@ void Mode::appendLabelCharacter(const std::string &character, std::uint16_t keyC
         resetLabelQuery();
     } else {
         highlightLabelQuery();
+        // A click ends the session and may take the labels with it: the walk stops there.
         const auto &labels = view->labels();
         bool matched = false;
-        for (std::size_t i = 0; i < labels.size() && !matched; ++i) {
+        for (std::size_t i = 0; i < labels.size(); ++i) {
             if (labels[i] == _labelQuery) {
                 matched = true;
                 view->focus(i);
@@ -200,8 +201,11 @@ void Mode::appendLabelCharacter(const std::string &character, std::uint16_t keyC
                     else if (modifiers == 0)
                         clickFocused(keyCode);
                 }
-            } else if (labels[i].starts_with(_labelQuery)) {
+                break;
+            }
+            if (labels[i].starts_with(_labelQuery)) {
                 matched = true;
+                break;
             }
         }
         if (!matched) {

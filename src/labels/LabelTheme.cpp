@@ -70,7 +70,7 @@ LabelColors labelColors(const std::string &themeId, bool highContrast)
     if (auto theme = LabelTheme::withId(themeId))
         return {theme->textColor, theme->bgColor1, theme->bgColor2, theme->bgColor3,
                 systemDarkGrey()};
-    const auto &stock = LabelTheme::withId("original").value();
+    const LabelTheme stock = LabelTheme::withId("original").value();
     return {grey(0.0), stock.bgColor1, stock.bgColor2, stock.bgColor3, systemDarkGrey()};
 }
 
