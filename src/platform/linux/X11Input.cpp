@@ -206,36 +206,32 @@ bool X11Input::start(KeyboardCapture::Handler handler)
         return true;
     _x->loadKeymap();
     // Every key in every combination of the four modifiers and the two locks. A combination
-    // that another client holds fails as a whole, and is then grabbed key by key around it.
-    std::vector<std::pair<std::uint16_t, xcb_void_cookie_t>> anyKey;
+    // that another client holds (the window manager's) fails as a whole; its error arrives as
+    // an event, and then the keys a session uses are grabbed one by one around the other
+    // client's. Nothing here waits for the server: it takes tens of milliseconds over these
+    // grabs, while the labels are being read.
+    _anyKeyGrabs.clear();
     for (std::uint16_t m = 0; m < 16; ++m) {
         const std::uint16_t modifiers = static_cast<std::uint16_t>(
             ((m & 1) ? XCB_MOD_MASK_SHIFT : 0) | ((m & 2) ? XCB_MOD_MASK_CONTROL : 0)
             | ((m & 4) ? altMask : 0) | ((m & 8) ? superMask : 0));
         for (auto lock : lockVariants) {
             const auto mask = static_cast<std::uint16_t>(modifiers | lock);
-            anyKey.emplace_back(mask,
-                                xcb_grab_key_checked(_x->c, 1, _x->root, mask, XCB_GRAB_ANY,
-                                                     XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_SYNC));
-        }
-    }
-    bool grabbedAny = false;
-    for (const auto &[mask, cookie] : anyKey) {
-        if (auto *error = xcb_request_check(_x->c, cookie)) {
-            std::free(error);
-            for (int key = 8; key < 256; ++key)
-                _x->grab(static_cast<std::uint8_t>(key), mask, XCB_GRAB_MODE_SYNC);
-        } else {
-            grabbedAny = true;
+            const auto cookie = xcb_grab_key(_x->c, 1, _x->root, mask, XCB_GRAB_ANY,
+                                             XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_SYNC);
+            _anyKeyGrabs[cookie.sequence] = mask;
         }
     }
     xcb_flush(_x->c);
-    readQueuedEvents();
-    if (!grabbedAny) {
-        stop();
-        return false;
-    }
     return true;
+}
+
+void X11Input::grabKeyByKey(std::uint16_t modifiers)
+{
+    for (const auto &[mac, evdev] : keyPositions)
+        if (mac < 54 || mac > 63) // modifier keys pass on their own
+            _x->grab(static_cast<std::uint8_t>(evdev + 8), modifiers, XCB_GRAB_MODE_SYNC);
+    xcb_flush(_x->c);
 }
 
 void X11Input::stop()
@@ -243,6 +239,7 @@ void X11Input::stop()
     if (!_capture)
         return;
     _capture = nullptr;
+    _anyKeyGrabs.clear();
     // Ending the capture's grabs ends the hot keys' too: they are taken again.
     xcb_ungrab_key(_x->c, XCB_GRAB_ANY, _x->root, XCB_MOD_MASK_ANY);
     xcb_allow_events(_x->c, XCB_ALLOW_ASYNC_KEYBOARD, XCB_CURRENT_TIME);
@@ -333,7 +330,15 @@ void X11Input::readEvents()
 {
     while (auto *event = xcb_poll_for_event(_x->c)) {
         const auto type = event->response_type & 0x7f;
-        if (type == XCB_KEY_PRESS || type == XCB_KEY_RELEASE) {
+        if (type == 0) {
+            const auto *error = reinterpret_cast<xcb_generic_error_t *>(event);
+            auto grab = _anyKeyGrabs.find(error->full_sequence);
+            if (grab != _anyKeyGrabs.end() && error->error_code == XCB_ACCESS) {
+                const auto modifiers = grab->second;
+                _anyKeyGrabs.erase(grab);
+                grabKeyByKey(modifiers);
+            }
+        } else if (type == XCB_KEY_PRESS || type == XCB_KEY_RELEASE) {
             const auto *key = reinterpret_cast<xcb_key_press_event_t *>(event);
             keyEvent(type == XCB_KEY_PRESS, key->detail, key->state);
         }
@@ -445,7 +450,6 @@ void X11Input::observe(std::function<void()> observer)
     _motionPoll = std::make_unique<QTimer>();
     _motionPoll->setInterval(50);
     QObject::connect(_motionPoll.get(), &QTimer::timeout, [this] { pollPointer(); });
-    pollPointer();
     _motionPoll->start();
 }
 

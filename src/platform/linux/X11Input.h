@@ -31,10 +31,11 @@ class X11Input final : public KeyboardCapture,
                        public PointerMotion
 {
 public:
-    // Nothing when the display or its XTEST, XFIXES or XKB extension is missing.
+    // Nothing when the display or its XTEST or XKB extension is missing.
     static std::unique_ptr<X11Input> connect(std::function<double()> doubleClickInterval);
     ~X11Input() override;
 
+    // Answers at once: the grabs are settled while the session starts.
     bool start(KeyboardCapture::Handler handler) override;
     void stop() override;
     std::string translate(std::uint16_t keyCode) override;
@@ -62,6 +63,7 @@ private:
     void keyEvent(bool press, std::uint8_t keycode, std::uint16_t state);
     std::optional<HotKeyId> hotKeyFor(std::uint8_t keycode, std::uint16_t state) const;
     bool grabHotKey(std::uint8_t keycode, std::uint16_t modifiers);
+    void grabKeyByKey(std::uint16_t modifiers);
     void pollPointer();
 
     std::unique_ptr<Connection> _x;
@@ -71,6 +73,8 @@ private:
     HotKeys::Handler _hotKeyHandler;
     // Per hot key its X key code and core modifier mask.
     std::map<HotKeyId, std::pair<std::uint8_t, std::uint16_t>> _hotKeys;
+    // The capture's any-key grabs not yet answered, by request number, with their modifiers.
+    std::map<unsigned int, std::uint16_t> _anyKeyGrabs;
     std::function<void()> _motion;
     std::unique_ptr<QTimer> _motionPoll;
     std::pair<int, int> _lastPointer {-1, -1};
