@@ -154,10 +154,13 @@ int runResident()
             std::fprintf(stderr, "labels drawn: %zu labels, %.1f ms after the shortcut\n", count,
                          elapsed.count());
         };
-    // High contrast isn't read from the desktop yet.
+    // High contrast and reduced motion aren't read from the desktop yet.
     QtModeViews views(preferences,
-                      {[&x] { return x.screens().front().frame.size.height; }, x.hasCompositor(),
-                       [] { return false; }, labelsPainted});
+                      {[&x] { return x.screens().front().frame.size.height; },
+                       {x.hasCompositor(), false, labelsPainted},
+                       [] {
+                           return false;
+                       }});
     Mode mode({{desktop->accessibility(), x, x},
                x,
                preferences,

@@ -11,10 +11,9 @@ std::unique_ptr<TargetsWindow> QtModeViews::createTargetsWindow(const Screen &sc
     const CGRect frame = flippedRect(screen.frame, _environment.firstScreenHeight());
     const QRectF geometry(frame.origin.x, frame.origin.y, frame.size.width, frame.size.height);
     return std::make_unique<QtTargetsWindow>(
-        geometry, _environment.hasCompositor,
-        labelColors(_preferences.themeId(), _environment.highContrast()),
+        geometry, labelColors(_preferences.themeId(), _environment.highContrast()),
         _preferences.doubleForKey(Preferences::Keys::labelFontSize), screen.scaleFactor,
-        _environment.labelsPainted);
+        _environment.overlay);
 }
 
 std::unique_ptr<SearchBarWindow> QtModeViews::createSearchBar()

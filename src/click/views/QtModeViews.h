@@ -1,6 +1,7 @@
 #pragma once
 
 #include "click/ModeViews.h"
+#include "click/views/QtTargetsWindow.h"
 
 #include <functional>
 
@@ -16,13 +17,9 @@ public:
     {
         // Height of the first screen: converts the screen space to Qt's, whose y runs down.
         std::function<double()> firstScreenHeight;
-        // Without a compositor a translucent window turns black: the overlay then shapes
-        // itself to its labels instead.
-        bool hasCompositor = false;
+        OverlayOptions overlay;
         // The desktop asks for high-contrast colours.
         std::function<bool()> highContrast;
-        // Told when a new set of labels first reached the screen; for measuring.
-        std::function<void(std::size_t labels)> labelsPainted;
     };
 
     QtModeViews(const Preferences &preferences, Environment environment)

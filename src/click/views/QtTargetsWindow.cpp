@@ -23,11 +23,26 @@ const QColor highlightBlue(10, 132, 255);
 
 } // namespace
 
-OverlayWidget::OverlayWidget(QRectF geometry, bool hasCompositor,
-                             std::function<void(std::size_t)> labelsPainted)
-    : _hasCompositor(hasCompositor)
-    , _labelsPainted(std::move(labelsPainted))
+const LabelLayer &LabelImageCache::layer(const std::string &label, int matchedPrefix)
 {
+    const std::string key = label + '\0' + std::to_string(matchedPrefix);
+    auto it = _layers.find(key);
+    if (it == _layers.end()) {
+        LabelLayer layer(label, _colors, _textSize, _scale);
+        layer.layoutLabel();
+        layer.setMatchedPrefix(matchedPrefix);
+        layer.image();
+        it = _layers.emplace(key, std::move(layer)).first;
+    }
+    return it->second;
+}
+
+OverlayWidget::OverlayWidget(QRectF geometry, OverlayOptions options,
+                             std::shared_ptr<LabelImageCache> cache)
+    : _options(std::move(options))
+    , _cache(std::move(cache))
+{
+    const bool hasCompositor = _options.hasCompositor;
     setWindowFlags(Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint
                    | Qt::X11BypassWindowManagerHint | Qt::WindowDoesNotAcceptFocus
                    | Qt::WindowTransparentForInput | Qt::Tool);
@@ -53,9 +68,13 @@ void OverlayWidget::setLabels(TargetsView *view, std::vector<LabelLayer> layers)
     _layers = std::move(layers);
     _newLabels = !_layers.empty();
     _flashFrame.reset();
-    _fade = 0;
     if (_fadeIn)
         _fadeIn->stop();
+    _fade = _options.reduceMotion ? 1 : 0;
+    if (_options.reduceMotion) {
+        refresh();
+        return;
+    }
     _fadeIn = new QVariantAnimation(this);
     _fadeIn->setStartValue(0.0);
     _fadeIn->setEndValue(1.0);
@@ -72,14 +91,15 @@ void OverlayWidget::refresh()
 {
     if (_view)
         for (std::size_t i = 0; i < _layers.size(); ++i)
-            _layers[i].setMatchedPrefix(_view->matchedPrefixes()[i]);
+            if (const int typed = _view->matchedPrefixes()[i]; typed != _layers[i].matchedPrefix())
+                _layers[i] = _cache->layer(_view->labels()[i], typed);
     updateMask();
     QWidget::update();
 }
 
 void OverlayWidget::updateMask()
 {
-    if (_hasCompositor)
+    if (_options.hasCompositor)
         return;
     QRegion region;
     if (_view) {
@@ -109,7 +129,7 @@ void OverlayWidget::paintHighlight(QPainter &painter, QRectF frame, double opaci
 void OverlayWidget::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    if (!_hasCompositor)
+    if (!_options.hasCompositor)
         painter.fillRect(rect(), Qt::white);
     else {
         painter.setCompositionMode(QPainter::CompositionMode_Source);
@@ -134,8 +154,8 @@ void OverlayWidget::paintEvent(QPaintEvent *)
         _layers[i].opacity = _fade;
         _layers[i].paint(painter, toQt(frames[i]).topLeft());
     }
-    if (_newLabels && _labelsPainted)
-        _labelsPainted(_layers.size());
+    if (_newLabels && _options.labelsPainted)
+        _options.labelsPainted(_layers.size());
     _newLabels = false;
 }
 
@@ -164,15 +184,13 @@ void OverlayWidget::flash(std::function<void()> completion)
     refresh();
 }
 
-QtTargetsWindow::QtTargetsWindow(QRectF geometry, bool hasCompositor, LabelColors colors,
-                                 double textSize, double scale,
-                                 std::function<void(std::size_t)> labelsPainted)
-    : _widget(new OverlayWidget(geometry, hasCompositor, std::move(labelsPainted)))
-    , _geometry(geometry)
-    , _colors(std::move(colors))
-    , _textSize(textSize)
-    , _scale(scale)
-{ }
+QtTargetsWindow::QtTargetsWindow(QRectF geometry, LabelColors colors, double textSize, double scale,
+                                 OverlayOptions options)
+    : _geometry(geometry)
+    , _cache(std::make_shared<LabelImageCache>(std::move(colors), textSize, scale))
+{
+    _widget = new OverlayWidget(geometry, std::move(options), _cache);
+}
 
 QtTargetsWindow::~QtTargetsWindow()
 {
@@ -200,8 +218,8 @@ void QtTargetsWindow::show(TargetsView &view)
     std::vector<CGSize> sizes;
     layers.reserve(view.labels().size());
     for (const auto &label : view.labels()) {
-        auto &layer = layers.emplace_back(label, _colors, _textSize, _scale);
-        layer.layoutLabel();
+        const auto &layer = _cache->layer(label, 0);
+        layers.push_back(layer);
         sizes.push_back({layer.size().width(), layer.size().height()});
     }
     view.layoutLabels(sizes,

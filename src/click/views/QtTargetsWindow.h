@@ -7,19 +7,52 @@
 #include <QWidget>
 
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 class QVariantAnimation;
 
 namespace tarnvik {
 
+// How the overlay shows itself on this desktop.
+struct OverlayOptions
+{
+    // Without a compositor a translucent window turns black: the overlay then shapes itself to
+    // its labels instead.
+    bool hasCompositor = false;
+    // Labels appear at once rather than fading in.
+    bool reduceMotion = false;
+    // Told when a new set of labels first reached the screen; for measuring.
+    std::function<void(std::size_t labels)> labelsPainted;
+};
+
+// Every label of a session rendered once for each typed prefix: a search result relabels from
+// the start and a typed letter marks the same labels again, so the same images come back on
+// every keystroke.
+class LabelImageCache
+{
+public:
+    LabelImageCache(LabelColors colors, double textSize, double scale)
+        : _colors(std::move(colors))
+        , _textSize(textSize)
+        , _scale(scale)
+    { }
+    // A copy shares the rendered image.
+    const LabelLayer &layer(const std::string &label, int matchedPrefix);
+
+private:
+    const LabelColors _colors;
+    const double _textSize;
+    const double _scale;
+    std::unordered_map<std::string, LabelLayer> _layers;
+};
+
 // The overlay: a window above all others that the mouse passes through and that never takes
 // the keyboard, drawing the labels of a TargetsView, its focus highlight and the click flash.
 class OverlayWidget final : public QWidget
 {
 public:
-    OverlayWidget(QRectF geometry, bool hasCompositor,
-                  std::function<void(std::size_t)> labelsPainted);
+    OverlayWidget(QRectF geometry, OverlayOptions options, std::shared_ptr<LabelImageCache> cache);
 
     void setLabels(TargetsView *view, std::vector<LabelLayer> layers);
     void refresh();
@@ -34,8 +67,8 @@ private:
     // Where the window stands, in the accessibility space.
     CGRect screenFrame() const;
 
-    const bool _hasCompositor;
-    std::function<void(std::size_t)> _labelsPainted;
+    const OverlayOptions _options;
+    std::shared_ptr<LabelImageCache> _cache;
     bool _newLabels = false;
     TargetsView *_view = nullptr;
     std::vector<LabelLayer> _layers;
@@ -49,8 +82,8 @@ private:
 class QtTargetsWindow final : public TargetsWindow
 {
 public:
-    QtTargetsWindow(QRectF geometry, bool hasCompositor, LabelColors colors, double textSize,
-                    double scale, std::function<void(std::size_t)> labelsPainted = {});
+    QtTargetsWindow(QRectF geometry, LabelColors colors, double textSize, double scale,
+                    OverlayOptions options);
     ~QtTargetsWindow() override;
 
     void orderFront() override;
@@ -65,9 +98,7 @@ private:
     // Deleted later, not here: a flash's completion may close the window from inside it.
     QPointer<OverlayWidget> _widget;
     const QRectF _geometry;
-    const LabelColors _colors;
-    const double _textSize;
-    const double _scale;
+    std::shared_ptr<LabelImageCache> _cache;
 };
 
 } // namespace tarnvik
