@@ -92,6 +92,8 @@ private:
                            const std::optional<RunningApplication> &menubarApp, UITreePtr dock);
     void treesBuilt(UITrees trees, std::uint64_t session);
     void clickFocusedWith(int button, std::uint64_t flags);
+    // None clicks, Shift right-clicks, Command Command-clicks; false for other modifiers.
+    bool clickByModifiers(std::uint64_t modifiers, std::uint16_t keyCode);
     void mouseMoved();
     void highlightLabelQuery();
     bool isTargetSelf() const;

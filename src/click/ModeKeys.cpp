@@ -133,15 +133,7 @@ KeyDisposition Mode::localMonitor(const KeyEvent &event)
         auto *view = targetsView();
         if (!down || !view || !view->focusedElement())
             return KeyDisposition::pass;
-        if (m == command)
-            commandClickFocused();
-        else if (m == shift)
-            rightClickFocused();
-        else if (m == 0)
-            clickFocused(key);
-        else
-            return KeyDisposition::pass;
-        return KeyDisposition::swallow;
+        return clickByModifiers(m, key) ? KeyDisposition::swallow : KeyDisposition::pass;
     }
     if (key == KeyCode::down || key == KeyCode::up) {
         // The arrows carry the numeric-pad and function bits; nothing else may be held.
@@ -172,6 +164,19 @@ KeyDisposition Mode::localMonitor(const KeyEvent &event)
     return KeyDisposition::pass;
 }
 
+bool Mode::clickByModifiers(std::uint64_t modifiers, std::uint16_t keyCode)
+{
+    if (modifiers == command)
+        commandClickFocused();
+    else if (modifiers == shift)
+        rightClickFocused();
+    else if (modifiers == 0)
+        clickFocused(keyCode);
+    else
+        return false;
+    return true;
+}
+
 void Mode::appendLabelCharacter(const std::string &character, std::uint16_t keyCode,
                                 std::uint64_t modifiers)
 {
@@ -193,14 +198,8 @@ void Mode::appendLabelCharacter(const std::string &character, std::uint16_t keyC
                 resetLabelQuery();
                 const bool autoClick =
                     _services.preferences.boolForKey(Preferences::Keys::isAutoClickEnabled);
-                if (_isSearchDisabled && autoClick) {
-                    if (modifiers == command)
-                        commandClickFocused();
-                    else if (modifiers == shift)
-                        rightClickFocused();
-                    else if (modifiers == 0)
-                        clickFocused(keyCode);
-                }
+                if (_isSearchDisabled && autoClick)
+                    clickByModifiers(modifiers, keyCode);
                 break;
             }
             if (labels[i].starts_with(_labelQuery)) {
