@@ -190,6 +190,28 @@ class ClickMode(unittest.TestCase):
              lambda: first.getState().contains(pyatspi.STATE_CHECKED) != was, 10)
         self.assertIsNotNone(button)
 
+    def test_shift_on_the_last_letter_opens_the_context_menu(self):
+        self.start_tarnvik()
+        entry = next(e for e in self.controls(pyatspi.ROLE_TEXT, "")
+                     if e.getState().contains(pyatspi.STATE_EDITABLE)
+                     and e.queryText().getText(0, -1) == "entry")
+        label = self.label_of(entry)
+        self.show_labels(rect(entry))
+        letters = [c.lower() for c in label]
+        key(*letters[:-1], "shift+" + letters[-1])
+        poll("the entry's context menu", lambda: self.showing_menu() is not None, 10)
+        key("Escape")
+        poll("the menu closed", lambda: self.showing_menu() is None, 10)
+
+    def showing_menu(self):
+        """A popup window of the application holding a menu: GTK's context menu."""
+        for window in self.window.getApplication():
+            if (window is not None and window.getRole() == pyatspi.ROLE_WINDOW
+                    and window.getState().contains(pyatspi.STATE_SHOWING)
+                    and any(c is not None and c.getRole() == pyatspi.ROLE_MENU for c in window)):
+                return window
+        return None
+
     def test_killed_mid_session_leaves_keyboard_and_pointer_working(self):
         self.start_tarnvik()
         box = self.controls(pyatspi.ROLE_CHECK_BOX, "checkbutton")[0]

@@ -243,6 +243,9 @@ void X11Input::stop()
     // Ending the capture's grabs ends the hot keys' too: they are taken again.
     xcb_ungrab_key(_x->c, XCB_GRAB_ANY, _x->root, XCB_MOD_MASK_ANY);
     xcb_allow_events(_x->c, XCB_ALLOW_ASYNC_KEYBOARD, XCB_CURRENT_TIME);
+    // A kept press holds the keyboard until its key is released; the click that often follows
+    // at once may open a menu, which needs the keyboard for itself.
+    xcb_ungrab_keyboard(_x->c, XCB_CURRENT_TIME);
     for (const auto &[id, key] : _hotKeys)
         grabHotKey(key.first, key.second);
     xcb_flush(_x->c);
