@@ -154,6 +154,24 @@ class ClickMode(unittest.TestCase):
         poll("the overlay gone", lambda: not overlay_mapped(), 10)
         self.assert_typing_reaches_an_entry("xyz")
 
+    def test_the_same_letter_again_double_clicks(self):
+        self.start_tarnvik()
+        view = next(t for t in self.controls(pyatspi.ROLE_TEXT, "")
+                    if t.getState().contains(pyatspi.STATE_MULTI_LINE))
+        text = view.queryText()
+        self.assertEqual(text.getNSelections(), 0)
+        label = self.label_of(view)
+        self.show_labels(rect(view))
+        letters = [c.lower() for c in label]
+        key(*letters)
+        time.sleep(0.15)  # a person's second press, within the double-click interval
+        key(letters[-1])
+        # A double click selects the word under the pointer.
+        poll("a word selected", lambda: text.getNSelections() == 1, 10)
+        start, end = text.getSelection(0)
+        word = text.getText(start, end)
+        self.assertTrue(word.strip().isalpha(), word)
+
     def test_chain_clicks_bring_labels_back_until_escape(self):
         self.start_tarnvik("chain-clicks=true\n")
         box = self.controls(pyatspi.ROLE_CHECK_BOX, "checkbutton")[0]
