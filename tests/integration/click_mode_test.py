@@ -138,7 +138,7 @@ class ClickMode(unittest.TestCase):
         poll("the overlay", overlay_mapped, 10)
         poll("labels drawn on the screen", lambda: label_drawn_below(frame, screen_pixels()), 10)
 
-    def test_typed_label_clicks_and_escape_gives_the_keyboard_back(self):
+    def test_typed_label_clicks_and_escape_or_the_shortcut_give_the_keyboard_back(self):
         self.start_tarnvik()
         box = next(c for c in self.controls(pyatspi.ROLE_CHECK_BOX, "checkbutton")
                    if not c.getState().contains(pyatspi.STATE_CHECKED))
@@ -153,6 +153,13 @@ class ClickMode(unittest.TestCase):
         key("Escape")
         poll("the overlay gone", lambda: not overlay_mapped(), 10)
         self.assert_typing_reaches_an_entry("xyz")
+
+        # The shortcut pressed again ends the session the same way.
+        self.app.bring_to_front()
+        self.show_labels(rect(box))
+        key("shift+super+space")
+        poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        self.assert_typing_reaches_an_entry("uv")
 
     def test_the_same_letter_again_double_clicks(self):
         self.start_tarnvik()
