@@ -52,8 +52,6 @@ OverlayWidget::OverlayWidget(QRectF geometry, OverlayOptions options,
     setAttribute(Qt::WA_NoSystemBackground, hasCompositor);
     setWindowTitle("Tarnvik Labels");
     setGeometry(geometry.toRect());
-    if (!hasCompositor)
-        setMask(QRegion());
 }
 
 CGRect OverlayWidget::screenFrame() const
@@ -111,7 +109,24 @@ void OverlayWidget::updateMask()
     }
     if (_flashFrame)
         region += _flashFrame->adjusted(-6, -6, 6, 6).toAlignedRect();
+    // An empty shape would be no shape at all: a window over the whole screen. With nothing to
+    // show the window stays unmapped instead.
+    if (region.isEmpty()) {
+        hide();
+        return;
+    }
     setMask(region);
+    if (_ordered)
+        show();
+}
+
+void OverlayWidget::orderFront()
+{
+    _ordered = true;
+    if (_options.hasCompositor)
+        show();
+    else
+        updateMask();
 }
 
 void OverlayWidget::paintHighlight(QPainter &painter, QRectF frame, double opacity) const
@@ -200,7 +215,7 @@ QtTargetsWindow::~QtTargetsWindow()
 void QtTargetsWindow::orderFront()
 {
     if (_widget)
-        _widget->show();
+        _widget->orderFront();
 }
 
 void QtTargetsWindow::close()

@@ -54,6 +54,8 @@ class OverlayWidget final : public QWidget
 public:
     OverlayWidget(QRectF geometry, OverlayOptions options, std::shared_ptr<LabelImageCache> cache);
 
+    // Shown from now on whenever there is something to show.
+    void orderFront();
     void setLabels(TargetsView *view, std::vector<LabelLayer> layers);
     void refresh();
     void flash(std::function<void()> completion);
@@ -70,6 +72,7 @@ private:
     const OverlayOptions _options;
     std::shared_ptr<LabelImageCache> _cache;
     bool _newLabels = false;
+    bool _ordered = false;
     TargetsView *_view = nullptr;
     std::vector<LabelLayer> _layers;
     double _fade = 1.0;
