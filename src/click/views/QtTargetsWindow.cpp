@@ -4,6 +4,7 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QRegion>
+#include <QTimer>
 #include <QVariantAnimation>
 
 #include <algorithm>
@@ -17,6 +18,9 @@ QRectF toQt(const CGRect &r)
 {
     return {r.origin.x, r.origin.y, r.size.width, r.size.height};
 }
+
+constexpr double fadeInMilliseconds = 100;
+constexpr int frameMilliseconds = 16;
 
 // The highlight's blue, the platform's accent blue of the labels' design.
 const QColor highlightBlue(10, 132, 255);
@@ -66,22 +70,9 @@ void OverlayWidget::setLabels(TargetsView *view, std::vector<LabelLayer> layers)
     _layers = std::move(layers);
     _newLabels = !_layers.empty();
     _flashFrame.reset();
-    if (_fadeIn)
-        _fadeIn->stop();
-    _fade = _options.reduceMotion ? 1 : 0;
-    if (_options.reduceMotion) {
-        refresh();
-        return;
-    }
-    _fadeIn = new QVariantAnimation(this);
-    _fadeIn->setStartValue(0.0);
-    _fadeIn->setEndValue(1.0);
-    _fadeIn->setDuration(100);
-    QObject::connect(_fadeIn, &QVariantAnimation::valueChanged, this, [this](const QVariant &v) {
-        _fade = v.toDouble();
-        QWidget::update();
-    });
-    _fadeIn->start(QAbstractAnimation::DeleteWhenStopped);
+    // The fade-in follows the clock, not a count of frames: whatever frame comes first shows the
+    // labels as far faded in as the time since they arrived says.
+    _fadeStart.start();
     refresh();
 }
 
@@ -162,16 +153,25 @@ void OverlayWidget::paintEvent(QPaintEvent *)
         paintHighlight(painter, _flashFrame->adjusted(-grow, -grow, grow, grow),
                        1.0 - _flashProgress);
     }
+    const double fade = _options.reduceMotion || !_fadeStart.isValid()
+        ? 1.0
+        : std::min(1.0, double(_fadeStart.nsecsElapsed()) / 1e6 / fadeInMilliseconds);
+    if (fade < 1)
+        QTimer::singleShot(frameMilliseconds, this, [this] { QWidget::update(); });
     const auto &frames = _view->labelFrames();
     for (auto i : _view->drawingOrder()) {
         if (_view->isLabelHidden(i))
             continue;
-        _layers[i].opacity = _fade;
+        _layers[i].opacity = fade;
         _layers[i].paint(painter, toQt(frames[i]).topLeft());
     }
-    if (_newLabels && _options.labelsPainted)
-        _options.labelsPainted(_layers.size());
-    _newLabels = false;
+    // The first frame in which the labels can be seen: the fade-in's first paint has them at
+    // opacity 0.
+    if (_newLabels && fade > 0) {
+        _newLabels = false;
+        if (_options.labelsPainted)
+            _options.labelsPainted(_layers.size());
+    }
 }
 
 void OverlayWidget::flash(std::function<void()> completion)

@@ -3,6 +3,7 @@
 #include "click/ModeViews.h"
 #include "labels/LabelLayer.h"
 
+#include <QElapsedTimer>
 #include <QPointer>
 #include <QWidget>
 
@@ -75,11 +76,10 @@ private:
     bool _ordered = false;
     TargetsView *_view = nullptr;
     std::vector<LabelLayer> _layers;
-    double _fade = 1.0;
+    QElapsedTimer _fadeStart;
     // The flash of a click: the highlight growing by 5 points on each side and fading out.
     std::optional<QRectF> _flashFrame;
     double _flashProgress = 0;
-    QPointer<QVariantAnimation> _fadeIn;
 };
 
 class QtTargetsWindow final : public TargetsWindow
