@@ -54,7 +54,8 @@ void render(QWidget *widget, QImage &image)
 void BM_NewResultOf500Labels(benchmark::State &state)
 {
     Result result;
-    QtTargetsWindow window(QRectF(0, 0, 1920, 1080), labelColors("original", false), 10, 1,
+    QtTargetsWindow window(QRectF(0, 0, 1920, 1080),
+                           std::make_shared<LabelImageCache>(labelColors("original", false), 10, 1),
                            {true, true, {}});
     QImage image(1920, 1080, QImage::Format_ARGB32_Premultiplied);
     for (auto _ : state) {
@@ -69,7 +70,8 @@ BENCHMARK(BM_NewResultOf500Labels)->Unit(benchmark::kMillisecond);
 void BM_RedrawOf500Labels(benchmark::State &state)
 {
     Result result;
-    QtTargetsWindow window(QRectF(0, 0, 1920, 1080), labelColors("original", false), 10, 1,
+    QtTargetsWindow window(QRectF(0, 0, 1920, 1080),
+                           std::make_shared<LabelImageCache>(labelColors("original", false), 10, 1),
                            {true, true, {}});
     QImage image(1920, 1080, QImage::Format_ARGB32_Premultiplied);
     TargetsView view(result.elements, result.trees, result.labels, false);

@@ -34,6 +34,8 @@ struct LabelColors
     QColor background2;
     QColor background3;
     QColor border;
+
+    friend bool operator==(const LabelColors &, const LabelColors &) = default;
 };
 
 // The colours of a label for the stored `theme-id`: the theme's own, the stock ones when the id

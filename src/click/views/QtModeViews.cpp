@@ -10,10 +10,12 @@ std::unique_ptr<TargetsWindow> QtModeViews::createTargetsWindow(const Screen &sc
 {
     const CGRect frame = flippedRect(screen.frame, _environment.firstScreenHeight());
     const QRectF geometry(frame.origin.x, frame.origin.y, frame.size.width, frame.size.height);
-    return std::make_unique<QtTargetsWindow>(
-        geometry, labelColors(_preferences.themeId(), _environment.highContrast()),
-        _preferences.doubleForKey(Preferences::Keys::labelFontSize), screen.scaleFactor,
-        _environment.overlay);
+    const auto colors = labelColors(_preferences.themeId(), _environment.highContrast());
+    const double textSize = _preferences.doubleForKey(Preferences::Keys::labelFontSize);
+    // Kept from session to session until a setting changes how labels look.
+    if (!_labelImages || !_labelImages->draws(colors, textSize, screen.scaleFactor))
+        _labelImages = std::make_shared<LabelImageCache>(colors, textSize, screen.scaleFactor);
+    return std::make_unique<QtTargetsWindow>(geometry, _labelImages, _environment.overlay);
 }
 
 std::unique_ptr<SearchBarWindow> QtModeViews::createSearchBar()

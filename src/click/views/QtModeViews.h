@@ -33,6 +33,7 @@ public:
 private:
     const Preferences &_preferences;
     Environment _environment;
+    std::shared_ptr<LabelImageCache> _labelImages;
 };
 
 } // namespace tarnvik

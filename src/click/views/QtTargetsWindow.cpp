@@ -199,10 +199,10 @@ void OverlayWidget::flash(std::function<void()> completion)
     refresh();
 }
 
-QtTargetsWindow::QtTargetsWindow(QRectF geometry, LabelColors colors, double textSize, double scale,
+QtTargetsWindow::QtTargetsWindow(QRectF geometry, std::shared_ptr<LabelImageCache> cache,
                                  OverlayOptions options)
     : _geometry(geometry)
-    , _cache(std::make_shared<LabelImageCache>(std::move(colors), textSize, scale))
+    , _cache(std::move(cache))
 {
     _widget = new OverlayWidget(geometry, std::move(options), _cache);
 }

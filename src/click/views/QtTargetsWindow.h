@@ -27,9 +27,9 @@ struct OverlayOptions
     std::function<void(std::size_t labels)> labelsPainted;
 };
 
-// Every label of a session rendered once for each typed prefix: a search result relabels from
-// the start and a typed letter marks the same labels again, so the same images come back on
-// every keystroke.
+// Every label rendered once for each typed prefix: a search result relabels from the start,
+// a typed letter marks the same labels again, and the next session shows the same labels, so
+// the same images come back on every keystroke and every shortcut.
 class LabelImageCache
 {
 public:
@@ -38,6 +38,11 @@ public:
         , _textSize(textSize)
         , _scale(scale)
     { }
+    // Whether its images are drawn as these settings would draw them.
+    bool draws(const LabelColors &colors, double textSize, double scale) const
+    {
+        return _colors == colors && _textSize == textSize && _scale == scale;
+    }
     // A copy shares the rendered image.
     const LabelLayer &layer(const std::string &label, int matchedPrefix);
 
@@ -85,7 +90,7 @@ private:
 class QtTargetsWindow final : public TargetsWindow
 {
 public:
-    QtTargetsWindow(QRectF geometry, LabelColors colors, double textSize, double scale,
+    QtTargetsWindow(QRectF geometry, std::shared_ptr<LabelImageCache> cache,
                     OverlayOptions options);
     ~QtTargetsWindow() override;
 
