@@ -6,14 +6,11 @@
 
 namespace tarnvik {
 
-void DoubleClickManager::start(UIElementPtr element, UITrees uiTrees,
-                               std::shared_ptr<ClickUtils> clickUtils,
+void DoubleClickManager::start(std::shared_ptr<ClickUtils> clickUtils,
                                std::shared_ptr<TargetsWindowController> window, double interval,
                                std::optional<std::uint16_t> keyCode)
 {
     reset(true);
-    _element = std::move(element);
-    _uiTrees = std::move(uiTrees);
     _clickUtils = std::move(clickUtils);
     _window = std::move(window);
     _timer = _scheduler.scheduleOnMain(Seconds(interval), [this] {
@@ -33,9 +30,8 @@ bool DoubleClickManager::secondClick()
     if (!_window || !_clickUtils)
         return true;
     _clickUtils->click(2);
-    if (auto *view = _window->targetsView()) {
-        view->hideAllLabels();
-        _window->window().playClickAnimation([this] {
+    if (_window->targetsView()) {
+        _window->playClickAnimation([this] {
             if (_window)
                 _window->close();
         });
@@ -53,8 +49,6 @@ void DoubleClickManager::reset(bool closeWindow)
     if (_listener)
         _shortcuts.removeAction(_listener);
     _listener.reset();
-    _element.reset();
-    _uiTrees.reset();
     _clickUtils.reset();
     if (closeWindow && _window)
         _window->close();

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "accessibility/UITrees.h"
 #include "keyboard/SRGlobalShortcutMonitor.h"
 #include "platform/Scheduler.h"
 
@@ -23,23 +22,18 @@ public:
     { }
     ~DoubleClickManager() { reset(true); }
 
-    // Takes over the click and the window, and listens for `keyCode` unless `listenForKey`
-    // is false (this program itself was clicked: the key reaches it anyway).
-    void start(UIElementPtr element, UITrees uiTrees, std::shared_ptr<ClickUtils> clickUtils,
+    // Takes over the click and the window, and listens for `keyCode` if one is given (not when
+    // this program itself was clicked: the key reaches it anyway).
+    void start(std::shared_ptr<ClickUtils> clickUtils,
                std::shared_ptr<TargetsWindowController> window, double interval,
                std::optional<std::uint16_t> keyCode);
     void reset(bool closeWindow);
-
-    bool isActive() const { return _clickUtils != nullptr; }
-    TargetsWindowController *targetsWindowController() { return _window.get(); }
 
 private:
     bool secondClick();
 
     Scheduler &_scheduler;
     SRGlobalShortcutMonitor &_shortcuts;
-    UIElementPtr _element;
-    std::optional<UITrees> _uiTrees;
     std::shared_ptr<ClickUtils> _clickUtils;
     std::shared_ptr<TargetsWindowController> _window;
     std::optional<Scheduler::TimerId> _timer;

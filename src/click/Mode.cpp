@@ -91,7 +91,6 @@ void Mode::activate(bool isSearchDisabled)
 
     // Each session reads the desktop afresh.
     _services.platform.ax.invalidateCache();
-    _frontmostAppBundleId = app->bundleIdentifier;
     _frontmostPid = app->processIdentifier;
     auto &ax = _services.platform.ax;
     const auto appElement = ax.createApplication(app->processIdentifier);
@@ -131,11 +130,11 @@ void Mode::activate(bool isSearchDisabled)
             dock = nullptr;
     }
     if (_searchBar)
-        _searchBar->place(flippedRect(window->frame(), firstScreenHeight), dockRect, screens);
+        _searchBar->place(flippedRect(window->frame(), firstScreenHeight), dockRect, *_screen);
 
     startTreeBuilding(*app, window, menubarApp, dock);
 
-    _keyboardCaptured = _services.keyboard.start([this](const KeyEvent &event) {
+    const bool captured = _services.keyboard.start([this](const KeyEvent &event) {
         if (_isSearchDisabled)
             return tapCallback(event);
         // The search field sees what the session leaves; the application in front sees nothing.
@@ -143,7 +142,7 @@ void Mode::activate(bool isSearchDisabled)
             _searchBar->window().typeKey(event);
         return KeyDisposition::swallow;
     });
-    if (!_keyboardCaptured)
+    if (!captured)
         printLine("Failed to create event tap");
     _services.pointerMotion.observe([this] { mouseMoved(); });
 
@@ -203,12 +202,8 @@ void Mode::deactivate(bool closeWindow)
     if (!_active)
         return;
     _active = false;
-    _disableSearchHeuristics = false;
     _screen.reset();
-    _frontmostAppBundleId.reset();
-
     resetLabelQuery();
-    cancelTimer(_resetLabelQueryTimer);
 
     if (_searchBar) {
         _searchBar->close();
@@ -224,9 +219,7 @@ void Mode::deactivate(bool closeWindow)
         _cancelQuery();
     _uiTrees.reset();
 
-    if (_keyboardCaptured)
-        _services.keyboard.stop();
-    _keyboardCaptured = false;
+    _services.keyboard.stop();
     _services.pointerMotion.observe({});
 
     if (_cursorHidden) {
@@ -251,13 +244,11 @@ void Mode::runSearch()
     auto cancelled = std::make_shared<std::atomic<bool>>(false);
     const double firstScreenHeight = _services.screens.screens().front().frame.size.height;
     _services.searchQueue.async([this, services = _services, cancelled, alive = _alive,
-                                 trees = *_uiTrees, query, includeAll = _disableSearchHeuristics,
-                                 screen = *_screen, firstScreenHeight] {
+                                 trees = *_uiTrees, query, screen = *_screen, firstScreenHeight] {
         if (*cancelled)
             return;
-        auto elements =
-            elementsOnScreen(trees.matchingElements(query, includeAll, services.preferences),
-                             screen, firstScreenHeight);
+        auto elements = elementsOnScreen(trees.matchingElements(query, false, services.preferences),
+                                         screen, firstScreenHeight);
         if (*cancelled)
             return;
         services.scheduler.postToMain(
@@ -309,17 +300,12 @@ void Mode::clickFocused(std::uint16_t keyCode)
 
     auto window = _targetsWindowController;
     deactivate(false);
-    auto clicker = std::make_shared<ClickUtils>(
-        ClickUtils::Services {_services.platform.ax, _services.events, _services.scheduler},
-        element, trees);
-    _services.doubleClick.start(element, trees, clicker, window,
-                                _services.events.doubleClickInterval(),
+    auto clicker = makeClicker(element, trees);
+    _services.doubleClick.start(clicker, window, _services.events.doubleClickInterval(),
                                 targetSelf ? std::nullopt : std::optional(keyCode));
     clicker->click(1);
-    if (auto *shown = window->targetsView()) {
-        shown->hideAllLabels();
-        window->window().playClickAnimation({});
-    }
+    if (window->targetsView())
+        window->playClickAnimation({});
     if (_services.preferences.boolForKey(Preferences::Keys::chainClicks)
         && !isTextRole(element->role)) {
         cancelTimer(_chainClickTimer);
@@ -349,14 +335,17 @@ void Mode::clickFocusedWith(int button, std::uint64_t flags)
     const auto trees = *_uiTrees;
     _services.sounds.playClick();
     auto window = _targetsWindowController;
-    view->hideAllLabels();
     // The window closes itself when its flash ends; until then it has no other owner.
-    window->window().playClickAnimation([window]() mutable { window->close(); });
+    window->playClickAnimation([window]() mutable { window->close(); });
     deactivate(false);
-    auto clicker = std::make_shared<ClickUtils>(
+    makeClicker(element, trees)->sendClick(button, flags, 1);
+}
+
+std::shared_ptr<ClickUtils> Mode::makeClicker(const UIElementPtr &element, const UITrees &trees)
+{
+    return std::make_shared<ClickUtils>(
         ClickUtils::Services {_services.platform.ax, _services.events, _services.scheduler},
         element, trees);
-    clicker->sendClick(button, flags, 1);
 }
 
 void Mode::mouseMoved()

@@ -14,6 +14,7 @@
 
 namespace tarnvik {
 
+class ClickUtils;
 class CursorManager;
 class DoubleClickManager;
 class EventPosting;
@@ -92,6 +93,7 @@ private:
                            const std::optional<RunningApplication> &menubarApp, UITreePtr dock);
     void treesBuilt(UITrees trees, std::uint64_t session);
     void clickFocusedWith(int button, std::uint64_t flags);
+    std::shared_ptr<ClickUtils> makeClicker(const UIElementPtr &element, const UITrees &trees);
     // None clicks, Shift right-clicks, Command Command-clicks; false for other modifiers.
     bool clickByModifiers(std::uint64_t modifiers, std::uint16_t keyCode);
     void mouseMoved();
@@ -105,15 +107,13 @@ private:
     Services _services;
     bool _active = false;
     bool _isSearchDisabled = true;
-    bool _disableSearchHeuristics = false;
     std::optional<Screen> _screen;
-    std::optional<std::string> _frontmostAppBundleId;
+    // Of the application the session started over: clicking this program itself is special.
     pid_t _frontmostPid = 0;
     std::unique_ptr<SearchBarWindowController> _searchBar;
     std::shared_ptr<TargetsWindowController> _targetsWindowController;
     std::function<void()> _cancelQuery;
     std::optional<UITrees> _uiTrees;
-    bool _keyboardCaptured = false;
     bool _cursorHidden = false;
     std::optional<Scheduler::TimerId> _hideCursorTimer;
     std::string _labelQuery;

@@ -26,14 +26,11 @@ std::uint64_t normalizedModifiers(std::uint64_t flags)
 // The first character of the key's text, upper case, when it is a letter of any script.
 std::optional<std::string> labelLetter(const std::string &text)
 {
-    const QString upper = QString::fromStdString(text).toUpper();
-    if (upper.isEmpty())
+    const auto codePoints = QString::fromStdString(text).toUpper().toUcs4();
+    if (codePoints.isEmpty() || !QChar::isLetter(codePoints.front()))
         return std::nullopt;
-    const int length = upper.at(0).isHighSurrogate() && upper.size() > 1 ? 2 : 1;
-    const QString first = upper.left(length);
-    if (!(length == 2 ? QChar::isLetter(first.toUcs4().value(0)) : first.at(0).isLetter()))
-        return std::nullopt;
-    return first.toStdString();
+    const char32_t first = codePoints.front();
+    return QString::fromUcs4(&first, 1).toStdString();
 }
 
 } // namespace

@@ -1,7 +1,5 @@
 #include "click/SearchBarWindowController.h"
 
-#include "click/SessionGeometry.h"
-
 namespace tarnvik {
 
 namespace {
@@ -22,21 +20,13 @@ std::string applySearchTextRules(const std::string &text)
     return text;
 }
 
-std::optional<CGPoint> searchBarOrigin(const CGRect &windowFrame, const CGSize &size,
-                                       const std::optional<CGRect> &dockRect,
-                                       const std::vector<Screen> &screens)
+CGPoint searchBarOrigin(const CGRect &windowFrame, const CGSize &size,
+                        const std::optional<CGRect> &dockRect, const Screen &screen)
 {
     const double x = windowFrame.origin.x + windowFrame.size.width * 0.5 - size.width * 0.5;
     double y = windowFrame.origin.y - 15 - size.height;
-    if (screens.empty())
-        return std::nullopt;
-    // The screen rule works in the accessibility space.
-    const double height = screens.front().frame.size.height;
-    const auto screen = chooseScreen(flippedRect(windowFrame, height), screens);
-    if (!screen)
-        return std::nullopt;
-    if (y < screen->frame.origin.y + 10)
-        y = screen->frame.origin.y + 10;
+    if (y < screen.frame.origin.y + 10)
+        y = screen.frame.origin.y + 10;
     if (dockRect && dockRect->size.width > dockRect->size.height) {
         const double dockTop = dockRect->origin.y + dockRect->size.height * 2 / 3;
         if (y < dockTop)
@@ -64,11 +54,9 @@ SearchBarWindowController::~SearchBarWindowController()
 }
 
 void SearchBarWindowController::place(const CGRect &windowFrame,
-                                      const std::optional<CGRect> &dockRect,
-                                      const std::vector<Screen> &screens)
+                                      const std::optional<CGRect> &dockRect, const Screen &screen)
 {
-    if (auto origin = searchBarOrigin(windowFrame, _window->size(), dockRect, screens))
-        _window->moveTo(*origin);
+    _window->moveTo(searchBarOrigin(windowFrame, _window->size(), dockRect, screen));
 }
 
 void SearchBarWindowController::close()

@@ -20,10 +20,10 @@ public:
 
     SearchBarWindow &window() { return *_window; }
 
-    // Centred 15 points under the frontmost window (screen space), kept above the screen's
-    // bottom and above the lower two thirds of a Dock along the bottom.
+    // Centred 15 points under the frontmost window (screen space), kept above the bottom of the
+    // window's screen and above the lower two thirds of a Dock along the bottom.
     void place(const CGRect &windowFrame, const std::optional<CGRect> &dockRect,
-               const std::vector<Screen> &screens);
+               const Screen &screen);
     void close();
 
 private:
@@ -35,9 +35,8 @@ private:
 // replaces them.
 std::string applySearchTextRules(const std::string &text);
 
-// The panel's origin for the rule of place(), or nothing when no screen holds the window.
-std::optional<CGPoint> searchBarOrigin(const CGRect &windowFrame, const CGSize &size,
-                                       const std::optional<CGRect> &dockRect,
-                                       const std::vector<Screen> &screens);
+// The panel's origin for the rule of place().
+CGPoint searchBarOrigin(const CGRect &windowFrame, const CGSize &size,
+                        const std::optional<CGRect> &dockRect, const Screen &screen);
 
 } // namespace tarnvik

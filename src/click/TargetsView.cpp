@@ -48,14 +48,15 @@ void TargetsView::setLabelQuery(const std::string &query)
         _matched[i] = _labels[i].starts_with(query) ? static_cast<int>(query.size()) : 0;
 }
 
-CGRect TargetsView::visibleFrame(std::size_t index) const
+CGRect TargetsView::windowFrame(std::size_t index, const CGRect &screenFrame) const
 {
     const auto &e = _elements[index];
     const auto tree = e->uiTree.lock();
     const auto frame = tree ? tree->visibleFrame(e->id) : std::nullopt;
     if (!frame)
         fatal("TargetsView: a target without its tree or visible frame");
-    return *frame;
+    return {{frame->origin.x - screenFrame.origin.x, frame->origin.y - screenFrame.origin.y},
+            frame->size};
 }
 
 CGPoint labelOrigin(const CGRect &element, const CGSize &size, const CGSize &window)
@@ -76,12 +77,10 @@ CGPoint labelOrigin(const CGRect &element, const CGSize &size, const CGSize &win
 void TargetsView::layoutLabels(const std::vector<CGSize> &labelSizes, const CGRect &screenFrame)
 {
     _frames.clear();
-    for (std::size_t i = 0; i < _elements.size(); ++i) {
-        CGRect r = visibleFrame(i);
-        r.origin.x -= screenFrame.origin.x;
-        r.origin.y -= screenFrame.origin.y;
-        _frames.push_back({labelOrigin(r, labelSizes[i], screenFrame.size), labelSizes[i]});
-    }
+    for (std::size_t i = 0; i < _elements.size(); ++i)
+        _frames.push_back(
+            {labelOrigin(windowFrame(i, screenFrame), labelSizes[i], screenFrame.size),
+             labelSizes[i]});
     // Greedy first fit: a label joins the cluster of the first earlier label it touches.
     _clusters.clear();
     for (std::size_t i = 0; i < _frames.size(); ++i) {
@@ -125,10 +124,7 @@ std::optional<CGRect> TargetsView::focusFrame(const CGRect &screenFrame) const
 {
     if (!_focused)
         return std::nullopt;
-    CGRect r = visibleFrame(*_focused);
-    r.origin.x -= screenFrame.origin.x;
-    r.origin.y -= screenFrame.origin.y;
-    return r;
+    return windowFrame(*_focused, screenFrame);
 }
 
 } // namespace tarnvik

@@ -51,7 +51,8 @@ public:
     void hideAllLabels() { _allHidden = true; }
 
 private:
-    CGRect visibleFrame(std::size_t index) const;
+    // The element's visible frame in the window's coordinates.
+    CGRect windowFrame(std::size_t index, const CGRect &screenFrame) const;
 
     std::vector<UIElementPtr> _elements;
     UITrees _uiTrees;

@@ -29,6 +29,13 @@ void TargetsWindowController::setTargets(std::vector<UIElementPtr> elements, UIT
     _targetsView = std::move(view);
 }
 
+void TargetsWindowController::playClickAnimation(std::function<void()> completion)
+{
+    if (_targetsView)
+        _targetsView->hideAllLabels();
+    _window->playClickAnimation(std::move(completion));
+}
+
 void TargetsWindowController::close()
 {
     if (_closed)

@@ -22,6 +22,9 @@ public:
     TargetsView *targetsView() { return _targetsView.get(); }
 
     void setTargets(std::vector<UIElementPtr> elements, UITrees uiTrees);
+    // The flash of a click: every label goes; `completion` runs when the flash ends, if
+    // something was focused.
+    void playClickAnimation(std::function<void()> completion);
     void close();
 
 private:

@@ -64,10 +64,17 @@ CGRect OverlayWidget::screenFrame() const
     return makeRect(g.x(), g.y(), g.width(), g.height());
 }
 
-void OverlayWidget::setLabels(TargetsView *view, std::vector<LabelLayer> layers)
+void OverlayWidget::setLabels(TargetsView &view)
 {
-    _view = view;
-    _layers = std::move(layers);
+    _layers.clear();
+    _layers.reserve(view.labels().size());
+    std::vector<CGSize> sizes;
+    for (const auto &label : view.labels()) {
+        _layers.push_back(_cache->layer(label, 0));
+        sizes.push_back({_layers.back().size().width(), _layers.back().size().height()});
+    }
+    view.layoutLabels(sizes, screenFrame());
+    _view = &view;
     _newLabels = !_layers.empty();
     _flashFrame.reset();
     // The fade-in follows the clock, not a count of frames: whatever frame comes first shows the
@@ -145,13 +152,12 @@ void OverlayWidget::paintEvent(QPaintEvent *)
     if (!_view)
         return;
     painter.setRenderHint(QPainter::Antialiasing);
-    if (!_flashFrame)
-        if (auto focus = _view->focusFrame(screenFrame()))
-            paintHighlight(painter, toQt(*focus), 1.0);
     if (_flashFrame) {
         const double grow = 5 * _flashProgress;
         paintHighlight(painter, _flashFrame->adjusted(-grow, -grow, grow, grow),
                        1.0 - _flashProgress);
+    } else if (auto focus = _view->focusFrame(screenFrame())) {
+        paintHighlight(painter, toQt(*focus), 1.0);
     }
     const double fade = _options.reduceMotion || !_fadeStart.isValid()
         ? 1.0
@@ -201,11 +207,8 @@ void OverlayWidget::flash(std::function<void()> completion)
 
 QtTargetsWindow::QtTargetsWindow(QRectF geometry, std::shared_ptr<LabelImageCache> cache,
                                  OverlayOptions options)
-    : _geometry(geometry)
-    , _cache(std::move(cache))
-{
-    _widget = new OverlayWidget(geometry, std::move(options), _cache);
-}
+    : _widget(new OverlayWidget(geometry, std::move(options), std::move(cache)))
+{ }
 
 QtTargetsWindow::~QtTargetsWindow()
 {
@@ -229,18 +232,8 @@ void QtTargetsWindow::close()
 
 void QtTargetsWindow::show(TargetsView &view)
 {
-    std::vector<LabelLayer> layers;
-    std::vector<CGSize> sizes;
-    layers.reserve(view.labels().size());
-    for (const auto &label : view.labels()) {
-        const auto &layer = _cache->layer(label, 0);
-        layers.push_back(layer);
-        sizes.push_back({layer.size().width(), layer.size().height()});
-    }
-    view.layoutLabels(sizes,
-                      {{_geometry.x(), _geometry.y()}, {_geometry.width(), _geometry.height()}});
     if (_widget)
-        _widget->setLabels(&view, std::move(layers));
+        _widget->setLabels(view);
 }
 
 void QtTargetsWindow::update()

@@ -62,7 +62,8 @@ public:
 
     // Shown from now on whenever there is something to show.
     void orderFront();
-    void setLabels(TargetsView *view, std::vector<LabelLayer> layers);
+    // Draws the view's labels from now on, laying them out first.
+    void setLabels(TargetsView &view);
     void refresh();
     void flash(std::function<void()> completion);
 
@@ -105,8 +106,6 @@ public:
 private:
     // Deleted later, not here: a flash's completion may close the window from inside it.
     QPointer<OverlayWidget> _widget;
-    const QRectF _geometry;
-    std::shared_ptr<LabelImageCache> _cache;
 };
 
 } // namespace tarnvik
