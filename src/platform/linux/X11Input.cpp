@@ -107,9 +107,14 @@ public:
     std::int32_t keyboardDevice = -1;
     xkb_context *context = nullptr;
     xkb_keymap *keymap = nullptr;
+    // Set from each key event's own modifiers and group, so reading a key's text costs no trip
+    // to the server.
+    xkb_state *state = nullptr;
 
     ~Connection()
     {
+        if (state)
+            xkb_state_unref(state);
         if (keymap)
             xkb_keymap_unref(keymap);
         if (context)
@@ -121,12 +126,31 @@ public:
     // The layout is read anew for each capture, so a layout switched meanwhile is seen.
     void loadKeymap()
     {
-        if (auto *fresh = xkb_x11_keymap_new_from_device(context, c, keyboardDevice,
-                                                         XKB_KEYMAP_COMPILE_NO_FLAGS)) {
-            if (keymap)
-                xkb_keymap_unref(keymap);
-            keymap = fresh;
+        auto *fresh =
+            xkb_x11_keymap_new_from_device(context, c, keyboardDevice, XKB_KEYMAP_COMPILE_NO_FLAGS);
+        auto *freshState = fresh ? xkb_state_new(fresh) : nullptr;
+        if (!freshState) {
+            if (fresh)
+                xkb_keymap_unref(fresh);
+            return;
         }
+        if (state)
+            xkb_state_unref(state);
+        if (keymap)
+            xkb_keymap_unref(keymap);
+        keymap = fresh;
+        state = freshState;
+    }
+
+    // The text of a key with the core modifiers of `mods` (X's real modifiers are XKB's first
+    // eight) in the layout of the event's group.
+    std::string text(std::uint8_t key, std::uint16_t mods, std::uint16_t eventState)
+    {
+        const xkb_layout_index_t group = (eventState >> 13) & 3;
+        xkb_state_update_mask(state, mods & 0xff, 0, 0, 0, 0, group);
+        char buffer[32] {};
+        xkb_state_key_get_utf8(state, key, buffer, sizeof buffer);
+        return buffer;
     }
 
     // The symbol of a key at a level of a layout, as the keymap lists it.
@@ -287,9 +311,7 @@ bool X11Input::registerHotKey(HotKeyId id, std::uint16_t keyCode, std::uint64_t 
     const auto modifiers = xModifiers(modifierFlags);
     // During a capture the key is matched there; the grab is taken when the capture ends.
     if (!_capture && !grabHotKey(*key, modifiers)) {
-        for (auto lock : lockVariants)
-            xcb_ungrab_key(_x->c, *key, _x->root, static_cast<std::uint16_t>(modifiers | lock));
-        xcb_flush(_x->c);
+        ungrabHotKey(*key, modifiers);
         return false;
     }
     _hotKeys[id] = {*key, modifiers};
@@ -303,12 +325,16 @@ bool X11Input::unregisterHotKey(HotKeyId id)
         return false;
     const auto [key, modifiers] = it->second;
     _hotKeys.erase(it);
-    if (!_capture) {
-        for (auto lock : lockVariants)
-            xcb_ungrab_key(_x->c, key, _x->root, static_cast<std::uint16_t>(modifiers | lock));
-        xcb_flush(_x->c);
-    }
+    if (!_capture)
+        ungrabHotKey(key, modifiers);
     return true;
+}
+
+void X11Input::ungrabHotKey(std::uint8_t keycode, std::uint16_t modifiers)
+{
+    for (auto lock : lockVariants)
+        xcb_ungrab_key(_x->c, keycode, _x->root, static_cast<std::uint16_t>(modifiers | lock));
+    xcb_flush(_x->c);
 }
 
 std::optional<HotKeys::HotKeyId> X11Input::hotKeyFor(std::uint8_t keycode,
@@ -369,19 +395,9 @@ void X11Input::keyEvent(bool press, std::uint8_t keycode, std::uint16_t state)
     event.type = eventType;
     event.keyCode = virtualKeyCode(keycode).value_or(KeyCode::none);
     event.flags = modifierFlags(state);
-    // The text with the modifiers held, and with Shift alone, in the active layout.
-    auto *xkb = xkb_x11_state_new_from_device(_x->keymap, _x->c, _x->keyboardDevice);
-    if (xkb) {
-        char buffer[32] {};
-        xkb_state_key_get_utf8(xkb, keycode, buffer, sizeof buffer);
-        event.characters = buffer;
-        const auto layout = xkb_state_serialize_layout(xkb, XKB_STATE_LAYOUT_EFFECTIVE);
-        xkb_state_update_mask(xkb, state & XCB_MOD_MASK_SHIFT, 0, 0, 0, 0, layout);
-        std::fill(std::begin(buffer), std::end(buffer), '\0');
-        xkb_state_key_get_utf8(xkb, keycode, buffer, sizeof buffer);
-        event.charactersIgnoringModifiers = buffer;
-        xkb_state_unref(xkb);
-    }
+    // The text with the modifiers held, and with Shift alone, in the event's layout.
+    event.characters = _x->text(keycode, state, state);
+    event.charactersIgnoringModifiers = _x->text(keycode, state & XCB_MOD_MASK_SHIFT, state);
     // A copy: the handler may end the capture.
     const auto capture = _capture;
     const auto disposition = capture(event);

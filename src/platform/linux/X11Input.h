@@ -63,6 +63,7 @@ private:
     void keyEvent(bool press, std::uint8_t keycode, std::uint16_t state);
     std::optional<HotKeyId> hotKeyFor(std::uint8_t keycode, std::uint16_t state) const;
     bool grabHotKey(std::uint8_t keycode, std::uint16_t modifiers);
+    void ungrabHotKey(std::uint8_t keycode, std::uint16_t modifiers);
     void grabKeyByKey(std::uint16_t modifiers);
     void pollPointer();
 
