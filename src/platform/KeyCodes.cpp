@@ -1,5 +1,7 @@
 #include "platform/KeyCodes.h"
 
+#include "platform/KeyEvents.h"
+
 #include <array>
 #include <utility>
 
@@ -40,6 +42,22 @@ std::optional<std::uint16_t> keyCodeForAsciiCharacter(char c)
         if (key == lower(c))
             return code;
     return std::nullopt;
+}
+
+std::uint64_t keyPositionFlags(std::uint16_t keyCode)
+{
+    using namespace KeyCode;
+    if (keyCode == left || keyCode == right || keyCode == down || keyCode == up)
+        return ModifierFlag::numericPad | ModifierFlag::function;
+    if (keyCode == help || keyCode == home || keyCode == pageUp || keyCode == forwardDelete
+        || keyCode == end || keyCode == pageDown || functionKeyNumber(keyCode))
+        return ModifierFlag::function;
+    constexpr std::uint16_t keypad[] = {65, 67, 69, 71, 75, 76, 78, 81, 82, 83,
+                                        84, 85, 86, 87, 88, 89, 91, 92};
+    for (auto key : keypad)
+        if (key == keyCode)
+            return ModifierFlag::numericPad;
+    return 0;
 }
 
 std::optional<std::uint16_t> functionKeyCode(int number)

@@ -33,6 +33,9 @@ constexpr std::uint16_t n = 45;
 std::optional<char> asciiCharacter(std::uint16_t keyCode);
 // The key that gives `c` on that layout, either case.
 std::optional<std::uint16_t> keyCodeForAsciiCharacter(char c);
+// The flags a key carries by its position, whatever is held: the function bit of the arrows,
+// the F-keys and the navigation keys, and the numeric-pad bit of the arrows and the keypad.
+std::uint64_t keyPositionFlags(std::uint16_t keyCode);
 // F1 to F20; nothing for other numbers.
 std::optional<std::uint16_t> functionKeyCode(int number);
 // 1 to 20 for F1 to F20.

@@ -33,6 +33,8 @@ struct KeyEvent
     // The text the key gives with its modifiers, and without them, in the current layout.
     std::string characters;
     std::string charactersIgnoringModifiers;
+    // A press that the keyboard repeated while the key stayed down.
+    bool isARepeat = false;
 };
 
 enum class KeyDisposition { pass, swallow };

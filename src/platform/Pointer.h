@@ -25,6 +25,16 @@ public:
     virtual void beep() = 0;
 };
 
+// Synthesised scroll-wheel input in pixels, delivered to whatever is under the pointer. Safe to
+// call from any thread: the frame clock's ticks post from theirs.
+class ScrollPosting
+{
+public:
+    virtual ~ScrollPosting() = default;
+    // Positive `verticalPx` scrolls up (towards the top), positive `horizontalPx` to the left.
+    virtual void postScroll(double verticalPx, double horizontalPx) = 0;
+};
+
 // Hiding and showing the pointer over every application. Hides nest: each hide needs a show.
 class PointerVisibility
 {

@@ -12,15 +12,19 @@ bool FakeInput::type(std::uint16_t keyCode, std::uint64_t flags, int eventType,
             const bool upper = (flags & ModifierFlag::shift) && *c >= 'a' && *c <= 'z';
             charactersIgnoringModifiers = std::string(1, upper ? static_cast<char>(*c - 32) : *c);
         }
-    const KeyEvent event {eventType, keyCode, flags, charactersIgnoringModifiers,
-                          charactersIgnoringModifiers};
+    return type(KeyEvent {eventType, keyCode, flags | keyPositionFlags(keyCode),
+                          charactersIgnoringModifiers, charactersIgnoringModifiers});
+}
+
+bool FakeInput::type(const KeyEvent &event)
+{
     // A copy: the handler may stop the capture while it runs.
     if (auto capture = _capture; capture && capture(event) == KeyDisposition::swallow)
         return false;
-    const auto modifiers = flags & ModifierFlag::deviceIndependent;
+    const auto modifiers = event.flags & ModifierFlag::deviceIndependent;
     for (const auto &[id, key] : _hotKeys)
-        if (key.first == keyCode && key.second == modifiers && _hotKeyHandler) {
-            _hotKeyHandler(id, eventType);
+        if (key.first == event.keyCode && key.second == modifiers && _hotKeyHandler) {
+            _hotKeyHandler(id, event.type);
             return false;
         }
     return true;

@@ -19,9 +19,17 @@ class FakeInput final : public KeyboardCapture,
                         public HotKeys,
                         public EventPosting,
                         public PointerVisibility,
-                        public PointerMotion
+                        public PointerMotion,
+                        public ScrollPosting
 {
 public:
+    // One posted scroll: positive vertical is up, positive horizontal left.
+    struct Scroll
+    {
+        double vertical = 0;
+        double horizontal = 0;
+    };
+
     struct MouseEvent
     {
         int button = -1; // -1 for a move
@@ -35,6 +43,8 @@ public:
     // whether the frontmost application got it.
     bool type(std::uint16_t keyCode, std::uint64_t flags = 0, int eventType = EventType::keyDown,
               std::string charactersIgnoringModifiers = {});
+    // The same, for an event made whole by the test.
+    bool type(const KeyEvent &event);
     void moveMouse();
 
     bool captured() const { return static_cast<bool>(_capture); }
@@ -60,6 +70,11 @@ public:
     void hideCursor() override { ++_hidden; }
     void showCursor() override { --_hidden; }
     void observe(std::function<void()> observer) override { _motion = std::move(observer); }
+    void postScroll(double verticalPx, double horizontalPx) override
+    {
+        _scrolls.push_back({verticalPx, horizontalPx});
+    }
+    const std::vector<Scroll> &scrolls() const { return _scrolls; }
 
 private:
     KeyboardCapture::Handler _capture;
@@ -67,6 +82,7 @@ private:
     HotKeys::Handler _hotKeyHandler;
     std::map<HotKeyId, std::pair<std::uint16_t, std::uint64_t>> _hotKeys;
     std::vector<MouseEvent> _mouse;
+    std::vector<Scroll> _scrolls;
     std::function<void()> _motion;
     int _beeps = 0;
     int _hidden = 0;

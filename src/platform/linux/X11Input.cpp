@@ -12,6 +12,10 @@
 #include <vector>
 #include <xcb/xcb.h>
 #include <xcb/xfixes.h>
+// xcb's XKB header names a field `explicit`, a keyword of C++.
+#define explicit xkb_explicit
+#include <xcb/xkb.h>
+#undef explicit
 #include <xcb/xtest.h>
 #include <xkbcommon/xkbcommon-x11.h>
 #include <xkbcommon/xkbcommon.h>
@@ -202,6 +206,14 @@ std::unique_ptr<X11Input> X11Input::connect(std::function<double()> doubleClickI
     x->loadKeymap();
     if (!x->keymap)
         return nullptr;
+    // A held key then repeats as presses alone, with no release between them, so that a
+    // repeat can be told from a new press and a held scroll key never looks released.
+    std::free(xcb_xkb_per_client_flags_reply(
+        x->c,
+        xcb_xkb_per_client_flags(x->c, XCB_XKB_ID_USE_CORE_KBD,
+                                 XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT,
+                                 XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT, 0, 0, 0),
+        nullptr));
     return std::unique_ptr<X11Input>(new X11Input(std::move(x), std::move(doubleClickInterval)));
 }
 
@@ -394,7 +406,10 @@ void X11Input::keyEvent(bool press, std::uint8_t keycode, std::uint16_t state)
     KeyEvent event;
     event.type = eventType;
     event.keyCode = virtualKeyCode(keycode).value_or(KeyCode::none);
-    event.flags = modifierFlags(state);
+    event.flags = modifierFlags(state) | keyPositionFlags(event.keyCode);
+    event.isARepeat = press && !_keysDown.insert(keycode).second;
+    if (!press)
+        _keysDown.erase(keycode);
     // The text with the modifiers held, and with Shift alone, in the event's layout.
     event.characters = _x->text(keycode, state, state);
     event.charactersIgnoringModifiers = _x->text(keycode, state & XCB_MOD_MASK_SHIFT, state);

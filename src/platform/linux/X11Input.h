@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 
 class QSocketNotifier;
 class QTimer;
@@ -79,6 +80,8 @@ private:
     std::function<void()> _motion;
     std::unique_ptr<QTimer> _motionPoll;
     std::pair<int, int> _lastPointer {-1, -1};
+    // Keys pressed and not yet released during captures: a press of one of them is a repeat.
+    std::set<std::uint8_t> _keysDown;
 };
 
 } // namespace tarnvik::linux
