@@ -3,6 +3,9 @@
 #include "click/Mode.h"
 #include "platform/KeyEvents.h"
 #include "preferences/Preferences.h"
+#include "scroll/ScrollMode.h"
+
+#include <functional>
 
 namespace tarnvik {
 
@@ -17,16 +20,19 @@ void AppDelegate::wireShortcuts()
     _shortcuts.removeAllActions();
     const auto search = shortcut(Preferences::Keys::searchShortcut);
     const auto nonSearch = shortcut(Preferences::Keys::nonSearchShortcut);
-    const std::pair<std::optional<SRShortcut>, bool> toggles[] = {{search, false},
-                                                                  {nonSearch, true}};
-    for (const auto &[s, isSearchDisabled] : toggles) {
+    const auto scroll = shortcut(Preferences::Keys::scrollShortcut);
+    const std::pair<std::optional<SRShortcut>, std::function<void()>> toggles[] = {
+        {search, [this] { clickToggle(false); }},
+        {nonSearch, [this] { clickToggle(true); }},
+        {scroll, [this] { scrollToggle(); }}};
+    for (const auto &[s, toggle] : toggles) {
         // Modifier-only shortcuts need the Hyperkey's key watch, which this program lacks yet.
         if (!s || s->isModifierOnly())
             continue;
         _shortcuts.addAction(SRShortcutAction::shortcutActionWithShortcut(
                                  *s,
-                                 [this, disabled = isSearchDisabled](SRShortcutAction &) {
-                                     clickToggle(disabled);
+                                 [toggle](SRShortcutAction &) {
+                                     toggle();
                                      return true;
                                  }),
                              EventType::keyDown);
@@ -39,7 +45,18 @@ void AppDelegate::clickToggle(bool isSearchDisabled)
         _mode.deactivate(true);
         return;
     }
+    _scrollMode.deactivate();
     _mode.activate(isSearchDisabled);
+}
+
+void AppDelegate::scrollToggle()
+{
+    if (_scrollMode.active()) {
+        _scrollMode.deactivate();
+        return;
+    }
+    _mode.deactivate(true);
+    _scrollMode.activate();
 }
 
 } // namespace tarnvik

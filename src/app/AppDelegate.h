@@ -8,22 +8,27 @@ namespace tarnvik {
 
 class Mode;
 class Preferences;
+class ScrollMode;
 
 // The root of the resident program's behaviour: turns the shortcut preferences into hot keys
 // that start and end the modes.
 class AppDelegate
 {
 public:
-    AppDelegate(const Preferences &preferences, SRGlobalShortcutMonitor &shortcuts, Mode &mode)
+    AppDelegate(const Preferences &preferences, SRGlobalShortcutMonitor &shortcuts, Mode &mode,
+                ScrollMode &scrollMode)
         : _preferences(preferences)
         , _shortcuts(shortcuts)
         , _mode(mode)
+        , _scrollMode(scrollMode)
     { }
 
     // Runs at start and again after each change of a shortcut: every action is made anew.
     void wireShortcuts();
-    // Ends a running session or starts one; label mode when `isSearchDisabled`.
+    // Ends a running session or starts one; label mode when `isSearchDisabled`. A session of
+    // the other mode ends first: the two never run together.
     void clickToggle(bool isSearchDisabled);
+    void scrollToggle();
 
 private:
     std::optional<SRShortcut> shortcut(const char *key) const;
@@ -31,6 +36,7 @@ private:
     const Preferences &_preferences;
     SRGlobalShortcutMonitor &_shortcuts;
     Mode &_mode;
+    ScrollMode &_scrollMode;
 };
 
 } // namespace tarnvik

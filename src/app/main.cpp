@@ -12,19 +12,26 @@
 #include "platform/Diagnostics.h"
 #include "platform/WorkQueue.h"
 #include "platform/linux/LinuxDesktop.h"
+#include "platform/linux/TimerFrameClock.h"
+#include "platform/linux/WheelScrolling.h"
 #include "platform/linux/X11Input.h"
 #include "platform/qt/QSettingsPreferenceStore.h"
 #include "platform/qt/QtScheduler.h"
 #include "platform/qt/QtSoundPlayer.h"
 #include "preferences/Preferences.h"
+#include "scroll/BufferAndRateScroller.h"
+#include "scroll/ScrollMode.h"
+#include "scroll/views/QtScrollViews.h"
 #include "sounds/SoundEffectManager.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QScreen>
 #include <QStyleHints>
 
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 
 namespace {
@@ -175,16 +182,44 @@ int runResident()
                doubleClick,
                treeQueue,
                searchQueue});
-    AppDelegate delegate(preferences, shortcuts, mode);
+    std::string scrolling;
+    auto scrollPosting = linux::makeScrollPosting(scrolling);
+    if (!scrollPosting) {
+        std::fputs("tarnvik: no display to scroll\n", stderr);
+        return 2;
+    }
+    const auto refreshPeriod = [] { return 1.0 / QGuiApplication::primaryScreen()->refreshRate(); };
+    linux::TimerFrameClock frameClock(refreshPeriod);
+    BufferAndRateScroller scroller(frameClock, *scrollPosting);
+    QtScrollViews scrollViews(
+        preferences, [&x] { return x.screens().front().frame.size.height; }, x.hasCompositor());
+    SerialWorkQueue scrollTreeQueue;
+    ScrollMode scrollMode({{desktop->accessibility(), x, x},
+                           x,
+                           preferences,
+                           scheduler,
+                           *input,
+                           *input,
+                           cursor,
+                           scroller,
+                           scrollViews,
+                           scrollTreeQueue});
+    AppDelegate delegate(preferences, shortcuts, mode, scrollMode);
     delegate.wireShortcuts();
-    AXEnablerService enabler({desktop->accessibility(), x, scheduler, preferences, [&mode] {
+    AXEnablerService enabler({desktop->accessibility(), x, scheduler, preferences, [&] {
                                   mode.deactivate(true);
+                                  scrollMode.deactivate();
                               }});
     enabler.start();
     printLine("Tarnvik: running; the click shortcut is "
-              + preferences.stringForKey(Preferences::Keys::nonSearchShortcut).value_or("unset"));
+              + preferences.stringForKey(Preferences::Keys::nonSearchShortcut).value_or("unset")
+              + ", the scroll shortcut "
+              + preferences.stringForKey(Preferences::Keys::scrollShortcut).value_or("unset")
+              + "; scrolling by " + scrolling + ", "
+              + std::to_string(std::lround(1 / refreshPeriod())) + " frames a second");
     const int status = QApplication::exec();
     mode.deactivate(true);
+    scrollMode.deactivate();
     doubleClick.reset(true);
     return status;
 }

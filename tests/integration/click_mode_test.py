@@ -3,49 +3,26 @@
 labels, search text, Escape. Every assertion is on what gtk3-widget-factory reports through
 AT-SPI or on what the screen shows."""
 
-import os
 import signal
-import subprocess
-import tempfile
 import time
 import unittest
 
 import pyatspi
 
-from desktop_apps import TARNVIK, Application, poll, rect, targets
+from desktop_apps import (Application, ResidentTarnvik, key, label_colour_in, pointer_drawn, poll,
+                          rect, screen_pixels, targets, window_mapped)
 
 LABEL_YELLOW = (254, 240, 138)  # the middle colour of the default theme's gradient
 
 
-def key(*keys):
-    subprocess.run(["xdotool", "key", "--delay", "30", *keys], check=True)
-
-
 def overlay_mapped():
-    tree = subprocess.run(["xwininfo", "-root", "-tree"], capture_output=True, text=True).stdout
-    return "Tarnvik Labels" in tree
-
-
-def screen_pixels():
-    shot = subprocess.run(["import", "-window", "root", "-depth", "8", "rgb:-"], capture_output=True,
-                          check=True).stdout
-    width = int(subprocess.run(["xdpyinfo"], capture_output=True, text=True).stdout
-                .split("dimensions:")[1].split("x")[0])
-    return shot, width
+    return window_mapped("Tarnvik Labels")
 
 
 def label_drawn_below(frame, pixels):
     """Whether label colours show where the element's label stands: centred on its lower
     edge."""
-    shot, width = pixels
-    x0, y = frame[0] + frame[2] // 2, frame[1] + frame[3]
-    for dy in range(-8, 9):
-        for dx in range(-6, 7):
-            i = ((y + dy) * width + x0 + dx) * 3
-            r, g, b = shot[i], shot[i + 1], shot[i + 2]
-            if r > 235 and 190 < g < 255 and b < 215 and r - b > 40:
-                return True
-    return False
+    return label_colour_in(pixels, (frame[0] + frame[2] // 2 - 6, frame[1] + frame[3] - 8, 13, 17))
 
 
 def states_of(accessible):
@@ -55,19 +32,15 @@ def states_of(accessible):
 class ClickMode(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.config = tempfile.mkdtemp(prefix="tarnvik-config-")
-        os.makedirs(os.path.join(cls.config, "tarnvik"))
-        cls.settings = os.path.join(cls.config, "tarnvik", "tarnvik.conf")
+        cls.tarnvik = ResidentTarnvik()
         cls.app = Application(lambda home: ["gtk3-widget-factory"])
         cls.app.bring_to_front()
         cls.window = poll("the window on the bus", lambda: cls.find_window())
-        cls.tarnvik = None
 
     @classmethod
     def tearDownClass(cls):
-        cls.stop_tarnvik()
+        cls.tarnvik.remove()
         cls.app.stop()
-        subprocess.run(["rm", "-rf", cls.config])
 
     @classmethod
     def find_window(cls):
@@ -77,23 +50,6 @@ class ClickMode(unittest.TestCase):
                     if frame is not None and frame.getState().contains(pyatspi.STATE_SHOWING):
                         return frame
         return None
-
-    @classmethod
-    def start_tarnvik(cls, settings=""):
-        cls.stop_tarnvik()
-        with open(cls.settings, "w", encoding="utf-8") as f:
-            f.write("[General]\n" + settings)
-        environment = dict(os.environ, XDG_CONFIG_HOME=cls.config)
-        cls.tarnvik = subprocess.Popen([TARNVIK], stdout=subprocess.PIPE, text=True,
-                                       stderr=subprocess.DEVNULL, env=environment)
-        poll("tarnvik to run", lambda: "Tarnvik: running" in cls.tarnvik.stdout.readline())
-
-    @classmethod
-    def stop_tarnvik(cls, sig=signal.SIGTERM):
-        if cls.tarnvik:
-            cls.tarnvik.send_signal(sig)
-            cls.tarnvik.wait(30)
-            cls.tarnvik = None
 
     def setUp(self):
         self.app.bring_to_front()
@@ -139,7 +95,7 @@ class ClickMode(unittest.TestCase):
         poll("labels drawn on the screen", lambda: label_drawn_below(frame, screen_pixels()), 10)
 
     def test_typed_label_clicks_and_escape_or_the_shortcut_give_the_keyboard_back(self):
-        self.start_tarnvik()
+        self.tarnvik.start()
         box = next(c for c in self.controls(pyatspi.ROLE_CHECK_BOX, "checkbutton")
                    if not c.getState().contains(pyatspi.STATE_CHECKED))
         label = self.label_of(box)
@@ -148,10 +104,12 @@ class ClickMode(unittest.TestCase):
         poll("the check box checked", lambda: box.getState().contains(pyatspi.STATE_CHECKED), 10)
         poll("the overlay gone after the double-click interval", lambda: not overlay_mapped(), 10)
 
-        # Escape ends a session, and the keyboard reaches the application again.
+        # Escape ends a session, and the keyboard and the pointer are back.
         self.show_labels(rect(box))
+        self.assertFalse(pointer_drawn(), "the pointer is hidden over the labels")
         key("Escape")
         poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        poll("the pointer shown again", pointer_drawn, 10)
         self.assert_typing_reaches_an_entry("xyz")
 
         # The shortcut pressed again ends the session the same way.
@@ -162,7 +120,7 @@ class ClickMode(unittest.TestCase):
         self.assert_typing_reaches_an_entry("uv")
 
     def test_the_same_letter_again_double_clicks(self):
-        self.start_tarnvik()
+        self.tarnvik.start()
         view = next(t for t in self.controls(pyatspi.ROLE_TEXT, "")
                     if t.getState().contains(pyatspi.STATE_MULTI_LINE))
         text = view.queryText()
@@ -180,7 +138,7 @@ class ClickMode(unittest.TestCase):
         self.assertTrue(word.strip().isalpha(), word)
 
     def test_chain_clicks_bring_labels_back_until_escape(self):
-        self.start_tarnvik("chain-clicks=true\n")
+        self.tarnvik.start("chain-clicks=true\n")
         box = self.controls(pyatspi.ROLE_CHECK_BOX, "checkbutton")[0]
         checked = box.getState().contains(pyatspi.STATE_CHECKED)
         label = self.label_of(box)
@@ -198,7 +156,7 @@ class ClickMode(unittest.TestCase):
         key("Escape")
 
     def test_search_mode_narrows_and_return_clicks(self):
-        self.start_tarnvik("search-shortcut=\u21e7\u2318F\n")
+        self.tarnvik.start("search-shortcut=\u21e7\u2318F\n")
         buttons = self.controls(pyatspi.ROLE_TOGGLE_BUTTON, "togglebutton")
         button = next(b for b in buttons if not b.getState().contains(pyatspi.STATE_CHECKED))
         key("shift+super+f")
@@ -216,7 +174,7 @@ class ClickMode(unittest.TestCase):
         self.assertIsNotNone(button)
 
     def test_shift_on_the_last_letter_opens_the_context_menu(self):
-        self.start_tarnvik()
+        self.tarnvik.start()
         entry = next(e for e in self.controls(pyatspi.ROLE_TEXT, "")
                      if e.getState().contains(pyatspi.STATE_EDITABLE)
                      and e.queryText().getText(0, -1) == "entry")
@@ -238,10 +196,10 @@ class ClickMode(unittest.TestCase):
         return None
 
     def test_killed_mid_session_leaves_keyboard_and_pointer_working(self):
-        self.start_tarnvik()
+        self.tarnvik.start()
         box = self.controls(pyatspi.ROLE_CHECK_BOX, "checkbutton")[0]
         self.show_labels(rect(box))
-        self.stop_tarnvik(signal.SIGKILL)
+        self.tarnvik.stop(signal.SIGKILL)
         poll("the overlay gone with the process", lambda: not overlay_mapped(), 10)
         self.assert_typing_reaches_an_entry("qv")
 

@@ -3,6 +3,8 @@ its window to the front, finding it on the accessibility bus, and asking tarnvik
 
 import json
 import os
+import signal
+import struct
 import subprocess
 import tempfile
 import time
@@ -104,3 +106,91 @@ class Application:
             pass
         self.process.wait()
         subprocess.run(["rm", "-rf", self.home])
+
+
+class ResidentTarnvik:
+    """The resident program with settings of its own, as a user runs it."""
+
+    def __init__(self):
+        self.config = tempfile.mkdtemp(prefix="tarnvik-config-")
+        os.makedirs(os.path.join(self.config, "tarnvik"))
+        self.process = None
+
+    def start(self, settings=""):
+        self.stop()
+        with open(os.path.join(self.config, "tarnvik", "tarnvik.conf"), "w",
+                  encoding="utf-8") as f:
+            f.write("[General]\n" + settings)
+        environment = dict(os.environ, XDG_CONFIG_HOME=self.config)
+        self.process = subprocess.Popen([TARNVIK], stdout=subprocess.PIPE, text=True,
+                                        stderr=subprocess.DEVNULL, env=environment)
+        poll("tarnvik to run", lambda: "Tarnvik: running" in self.process.stdout.readline())
+
+    def stop(self, sig=signal.SIGTERM):
+        if self.process:
+            self.process.send_signal(sig)
+            self.process.wait(30)
+            self.process = None
+
+    def remove(self):
+        self.stop()
+        subprocess.run(["rm", "-rf", self.config])
+
+
+def key(*keys):
+    subprocess.run(["xdotool", "key", "--delay", "30", *keys], check=True)
+
+
+def window_mapped(title):
+    tree = subprocess.run(["xwininfo", "-root", "-tree"], capture_output=True, text=True).stdout
+    return title in tree
+
+
+def screen_pixels():
+    shot = subprocess.run(["import", "-window", "root", "-depth", "8", "rgb:-"], capture_output=True,
+                          check=True).stdout
+    width = int(subprocess.run(["xdpyinfo"], capture_output=True, text=True).stdout
+                .split("dimensions:")[1].split("x")[0])
+    return shot, width
+
+
+def label_colour_in(pixels, box):
+    """Whether the yellow of the default label theme shows in the box (x, y, width, height)."""
+    shot, width = pixels
+    for y in range(box[1], box[1] + box[3]):
+        for x in range(box[0], box[0] + box[2]):
+            i = (y * width + x) * 3
+            r, g, b = shot[i], shot[i + 1], shot[i + 2]
+            if r > 235 and 190 < g < 255 and b < 215 and r - b > 40:
+                return True
+    return False
+
+
+def pointer():
+    location = subprocess.run(["xdotool", "getmouselocation", "--shell"], capture_output=True,
+                              text=True, check=True).stdout
+    values = dict(line.split("=") for line in location.split())
+    return int(values["X"]), int(values["Y"])
+
+
+def pointer_drawn():
+    """Whether the pointer shows on the screen: the virtual screen's frame buffer has it drawn
+    in, a screenshot never does, so the two differ where it stands."""
+    x, y = pointer()
+    box = (max(x - 2, 0), max(y - 2, 0), 16, 22)
+    shot = subprocess.run(["import", "-window", "root", "-crop", "%dx%d+%d+%d" % (box[2], box[3],
+                           box[0], box[1]), "-depth", "8", "rgb:-"], capture_output=True,
+                          check=True).stdout
+    with open(os.environ["TARNVIK_FRAMEBUFFER"], "rb") as f:
+        data = f.read()
+    # An XWD file: a header of big-endian words, a colour map, then 32-bit BGRX rows.
+    words = struct.unpack(">25I", data[:100])
+    start, bytes_per_line = words[0] + words[19] * 12, words[12]
+    differing = 0
+    for row in range(box[3]):
+        for column in range(box[2]):
+            i = start + (box[1] + row) * bytes_per_line + (box[0] + column) * 4
+            j = (row * box[2] + column) * 3
+            if (data[i + 2], data[i + 1], data[i]) != tuple(shot[j:j + 3]):
+                differing += 1
+    return differing > 8

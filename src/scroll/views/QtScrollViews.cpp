@@ -1,0 +1,166 @@
+#include "scroll/views/QtScrollViews.h"
+
+#include "preferences/Preferences.h"
+
+#include <QPainter>
+#include <QPainterPath>
+
+namespace tarnvik {
+
+namespace {
+
+constexpr double borderWidth = 3.0;
+constexpr double borderRadius = 10.0;
+constexpr double labelRadius = 4.0;
+// The label's top left corner stands this far inside the area's.
+constexpr double labelInset = 8.0;
+const QColor borderTop = QColor::fromRgbF(0.49F, 0.66F, 1.0F);
+const QColor systemBlue(0, 122, 255);
+const QColor systemDarkGray(142, 142, 147);
+
+QPainterPath rounded(const QRectF &rect, double radius)
+{
+    QPainterPath path;
+    path.addRoundedRect(rect, radius, radius);
+    return path;
+}
+
+QRegion regionOf(const QPainterPath &path)
+{
+    QRegion region;
+    for (const auto &polygon : path.toFillPolygons())
+        region += QRegion(polygon.toPolygon());
+    return region;
+}
+
+} // namespace
+
+ScrollModeView::ScrollModeView(QRect geometry, Style style, bool hasCompositor)
+    : _style(std::move(style))
+    , _hasCompositor(hasCompositor)
+{
+    setWindowFlags(Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint
+                   | Qt::X11BypassWindowManagerHint | Qt::WindowDoesNotAcceptFocus
+                   | Qt::WindowTransparentForInput | Qt::Tool);
+    setAttribute(Qt::WA_ShowWithoutActivating);
+    setAttribute(Qt::WA_X11DoNotAcceptFocus);
+    setAttribute(Qt::WA_TranslucentBackground, hasCompositor);
+    setAttribute(Qt::WA_NoSystemBackground, hasCompositor);
+    setWindowTitle("Tarnvik Scrolling");
+    setGeometry(geometry);
+    _font.setBold(true);
+    _font.setPixelSize(static_cast<int>(std::lround(_style.fontSize)));
+}
+
+void ScrollModeView::orderFront()
+{
+    _ordered = true;
+    updateMask();
+}
+
+void ScrollModeView::close()
+{
+    _ordered = false;
+    hide();
+}
+
+void ScrollModeView::show(const ScrollState &state)
+{
+    _areas.clear();
+    const auto &elements = state.scrollableElements;
+    for (std::size_t i = 0; elements && state.uiTree && i < elements->size(); ++i) {
+        const auto visible = state.uiTree->visibleFrame((*elements)[i]->id);
+        if (!visible)
+            continue;
+        const bool chosen = state.index == i;
+        const int number = static_cast<int>(i) + 1;
+        if (!chosen && (number > 9 || !_style.showNumbers))
+            continue;
+        const QRectF frame(visible->origin.x - x(), visible->origin.y - y(), visible->size.width,
+                           visible->size.height);
+        _areas.push_back({frame, chosen, number});
+    }
+    updateMask();
+    update();
+}
+
+QRectF ScrollModeView::labelFrame(const Area &area) const
+{
+    const QFontMetricsF metrics(_font);
+    const QSizeF size(metrics.horizontalAdvance(numberText(area)) + 10, metrics.height() + 2);
+    return {area.frame.topLeft() + QPointF(labelInset, labelInset), size};
+}
+
+void ScrollModeView::updateMask()
+{
+    if (!_ordered)
+        return;
+    if (_hasCompositor)
+        return QWidget::show();
+    QRegion region;
+    for (const auto &area : _areas) {
+        if (area.chosen) {
+            const QRectF inner = area.frame.adjusted(borderWidth, borderWidth, -borderWidth,
+                                                     -borderWidth);
+            region += regionOf(rounded(area.frame, borderRadius)
+                               - rounded(inner, borderRadius - borderWidth));
+        } else {
+            region += regionOf(rounded(labelFrame(area), labelRadius));
+        }
+    }
+    // An empty shape is no shape at all, but a window over the whole screen.
+    if (region.isEmpty())
+        return hide();
+    setMask(region);
+    QWidget::show();
+}
+
+void ScrollModeView::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setFont(_font);
+    for (const auto &area : _areas) {
+        if (area.chosen) {
+            QLinearGradient paint(area.frame.topLeft(), area.frame.bottomLeft());
+            paint.setColorAt(0, borderTop);
+            paint.setColorAt(1, systemBlue);
+            QPen pen(QBrush(paint), borderWidth);
+            pen.setJoinStyle(Qt::MiterJoin);
+            pen.setMiterLimit(10);
+            painter.setPen(pen);
+            painter.setBrush(Qt::NoBrush);
+            const double half = borderWidth / 2;
+            painter.drawRoundedRect(area.frame.adjusted(half, half, -half, -half), borderRadius,
+                                    borderRadius);
+            continue;
+        }
+        const QRectF frame = labelFrame(area);
+        QLinearGradient background(frame.topLeft(), frame.bottomLeft());
+        background.setColorAt(0, _style.theme.bgColor1);
+        background.setColorAt(0.5, _style.theme.bgColor2);
+        background.setColorAt(1, _style.theme.bgColor3);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(background);
+        painter.drawRoundedRect(frame, labelRadius, labelRadius);
+        painter.setPen(QPen(systemDarkGray, 1.0));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawRoundedRect(frame.adjusted(0.5, 0.5, -0.5, -0.5), labelRadius, labelRadius);
+        painter.setPen(_style.theme.textColor);
+        painter.drawText(frame, Qt::AlignCenter, numberText(area));
+    }
+}
+
+std::unique_ptr<ScrollWindow> QtScrollViews::createScrollWindow(const Screen &screen)
+{
+    const CGRect frame = flippedRect(screen.frame, _firstScreenHeight());
+    ScrollModeView::Style style {
+        LabelTheme::withId(_preferences.themeId()).value_or(LabelTheme::defaultTheme()),
+        _preferences.doubleForKey(Preferences::Keys::labelFontSize) + 4.0,
+        _preferences.boolForKey(Preferences::Keys::scrollShowNumbers)};
+    const QRect geometry(static_cast<int>(frame.origin.x), static_cast<int>(frame.origin.y),
+                         static_cast<int>(frame.size.width), static_cast<int>(frame.size.height));
+    return std::make_unique<ScrollModeView>(geometry, std::move(style), _hasCompositor);
+}
+
+} // namespace tarnvik

@@ -1,0 +1,148 @@
+#!/usr/bin/env python3
+"""Scroll mode on the virtual desktop, driven as a person would: the scroll shortcut, held keys,
+jumps, area changes, Escape. Every assertion is on what the lists report through AT-SPI, where
+the pointer stands, and what the screen shows."""
+
+import os
+import subprocess
+import sys
+import time
+import unittest
+
+import pyatspi
+
+from desktop_apps import (Application, ResidentTarnvik, accessible_window, key, label_colour_in,
+                          pointer, pointer_drawn, poll, rect, screen_pixels, window_mapped)
+
+LISTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "scroll_lists.py")
+
+
+def xdotool(*arguments):
+    subprocess.run(["xdotool", *arguments], check=True)
+
+
+def overlay_mapped():
+    return window_mapped("Tarnvik Scrolling")
+
+
+def centre(frame):
+    return frame[0] + frame[2] // 2, frame[1] + frame[3] // 2
+
+
+def showing(accessible):
+    return accessible.getState().contains(pyatspi.STATE_SHOWING)
+
+
+class ScrollMode(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.tarnvik = ResidentTarnvik()
+        cls.app = Application(lambda home: [sys.executable, LISTS])
+        cls.app.bring_to_front()
+        cls.window = poll("the window on the bus", lambda: accessible_window("Scroll Lists"))
+        panes = sorted((pane for pane in pyatspi.utils.findAllDescendants(
+            cls.window, lambda a: a.getRole() == pyatspi.ROLE_SCROLL_PANE) if showing(pane)),
+            key=lambda pane: rect(pane)[0])
+        assert len(panes) == 2, panes
+        cls.left, cls.right = panes
+        cls.tarnvik.start()
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.tarnvik.remove()
+        cls.app.stop()
+
+    def setUp(self):
+        self.app.bring_to_front()
+
+    def tearDown(self):
+        if overlay_mapped():
+            key("Escape")
+        poll("the overlay to close", lambda: not overlay_mapped(), 10)
+
+    @staticmethod
+    def scroll_bar(pane):
+        return next(child for child in pane if child is not None
+                    and child.getRole() == pyatspi.ROLE_SCROLL_BAR
+                    and child.getState().contains(pyatspi.STATE_VERTICAL))
+
+    def position(self, pane):
+        return self.scroll_bar(pane).queryValue().currentValue
+
+    def bottom(self, pane):
+        return self.scroll_bar(pane).queryValue().maximumValue
+
+    def start_scrolling(self):
+        key("shift+super+j")
+        poll("the scroll overlay", overlay_mapped, 10)
+        # The window alone comes at once; its areas once its tree is read, with their numbers.
+        left = rect(self.left)
+        poll("the left list's number", lambda: label_colour_in(
+            screen_pixels(), (left[0] + 8, left[1] + 8, 14, 18)), 10)
+
+    def assert_pointer_in(self, frame):
+        at = pointer()
+        self.assertTrue(frame[0] <= at[0] < frame[0] + frame[2]
+                        and frame[1] <= at[1] < frame[1] + frame[3], (at, frame))
+
+    def choose(self, number, pane):
+        key(str(number))
+        target = centre(rect(pane))
+        poll(f"the pointer at area {number}", lambda: pointer() == target, 10)
+
+    def test_tab_shift_tab_and_control_n_change_the_area_and_the_pointer_follows(self):
+        self.start_scrolling()
+        poll("the pointer at the window's centre",
+             lambda: pointer() == centre(rect(self.window)), 10)
+        self.assertFalse(pointer_drawn(), "the pointer is hidden while scrolling")
+        # After the window come the areas from the last to the first.
+        key("Tab")
+        poll("the pointer at the right list", lambda: pointer() == centre(rect(self.right)), 10)
+        key("Tab")
+        poll("the pointer at the left list", lambda: pointer() == centre(rect(self.left)), 10)
+        key("Tab")
+        poll("the pointer back at the window", lambda: pointer() == centre(rect(self.window)), 10)
+        key("shift+Tab")
+        poll("Shift-Tab back to the left list",
+             lambda: pointer() == centre(rect(self.left)), 10)
+        key("ctrl+n")
+        poll("Control-N wraps round to the window",
+             lambda: pointer() == centre(rect(self.window)), 10)
+
+        key("Escape")
+        poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        poll("the pointer shown again", pointer_drawn, 10)
+
+    def test_holding_j_scrolls_the_chosen_list_until_it_is_released(self):
+        self.start_scrolling()
+        self.choose(3, self.left)
+        key("g", "g")
+        poll("the left list at the top", lambda: self.position(self.left) == 0, 10)
+        right_before = self.position(self.right)
+
+        xdotool("keydown", "j")
+        first = poll("the list moving", lambda: self.position(self.left) or None, 10)
+        time.sleep(0.5)  # the key held, as a person holds it
+        second = self.position(self.left)
+        self.assertGreater(second, first, "the list keeps moving while J is held")
+        xdotool("keyup", "j")
+        time.sleep(0.2)
+        stopped = self.position(self.left)
+        time.sleep(0.5)
+        self.assertEqual(self.position(self.left), stopped, "the list stops after the release")
+        self.assertEqual(self.position(self.right), right_before, "only the chosen list moved")
+
+    def test_g_goes_to_the_bottom_and_gg_to_the_top(self):
+        self.start_scrolling()
+        self.choose(2, self.right)
+        key("shift+g")
+        poll("the right list at the bottom",
+             lambda: self.position(self.right) == self.bottom(self.right), 10)
+        key("g", "g")
+        poll("the right list at the top", lambda: self.position(self.right) == 0, 10)
+        key("d")
+        poll("half a page down", lambda: self.position(self.right) > 0, 10)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
