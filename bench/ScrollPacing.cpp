@@ -84,8 +84,7 @@ int main(int argc, char **argv)
             last = t;
         }
     }
-    const double elapsed =
-        std::chrono::duration<double>(real.times.back() - started).count();
+    const double elapsed = std::chrono::duration<double>(real.times.back() - started).count();
     report("timer", intervals, real.pixels, elapsed, periodMs, rate);
 
     Recorder fake;

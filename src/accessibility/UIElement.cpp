@@ -194,6 +194,13 @@ std::string UIElement::debugDescription() const
         + ", attributes=" + describe(attributes) + ", actions=" + describe(actions);
 }
 
+UIElementPtr UIElement::focusedWindow(Accessibility &ax, pid_t processIdentifier)
+{
+    const auto window = elementAttribute(ax, NSAccessibilityFocusedWindowAttribute,
+                                         ax.createApplication(processIdentifier));
+    return window.ok() && window.value() ? fullElement(ax, *window.value()) : nullptr;
+}
+
 UIElementPtr UIElement::fullElement(Accessibility &ax, const AXUIElement &ref)
 {
     ValueArray slots;

@@ -59,6 +59,9 @@ public:
     // Everything search needs, in one batch read plus the action names; nothing if the role,
     // position or size can't be read.
     static UIElementPtr fullElement(Accessibility &ax, const AXUIElement &ref);
+    // The focused window of the application with that process, read whole; nothing when it
+    // can't be read.
+    static UIElementPtr focusedWindow(Accessibility &ax, pid_t processIdentifier);
     // Only what labelling needs: the text attributes stay absent until loadSearchAttributes.
     static UIElementPtr lightElement(Accessibility &ax, const AXUIElement &ref);
     // Reads the five text attributes of an element made light; each that isn't a string, or the

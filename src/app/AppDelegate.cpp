@@ -22,20 +22,28 @@ void AppDelegate::wireShortcuts()
     const auto nonSearch = shortcut(Preferences::Keys::nonSearchShortcut);
     const auto scroll = shortcut(Preferences::Keys::scrollShortcut);
     const std::pair<std::optional<SRShortcut>, std::function<void()>> toggles[] = {
-        {search, [this] { clickToggle(false); }},
-        {nonSearch, [this] { clickToggle(true); }},
-        {scroll, [this] { scrollToggle(); }}};
+        {search,
+         [this] {
+             clickToggle(false);
+         }},
+        {nonSearch,
+         [this] {
+             clickToggle(true);
+         }},
+        {scroll, [this] {
+             scrollToggle();
+         }}};
     for (const auto &[s, toggle] : toggles) {
         // Modifier-only shortcuts need the Hyperkey's key watch, which this program lacks yet.
         if (!s || s->isModifierOnly())
             continue;
-        _shortcuts.addAction(SRShortcutAction::shortcutActionWithShortcut(
-                                 *s,
-                                 [toggle](SRShortcutAction &) {
-                                     toggle();
-                                     return true;
-                                 }),
-                             EventType::keyDown);
+        _shortcuts.addAction(
+            SRShortcutAction::shortcutActionWithShortcut(*s,
+                                                         [toggle](SRShortcutAction &) {
+                                                             toggle();
+                                                             return true;
+                                                         }),
+            EventType::keyDown);
     }
 }
 

@@ -188,7 +188,9 @@ int runResident()
         std::fputs("tarnvik: no display to scroll\n", stderr);
         return 2;
     }
-    const auto refreshPeriod = [] { return 1.0 / QGuiApplication::primaryScreen()->refreshRate(); };
+    const auto refreshPeriod = [] {
+        return 1.0 / QGuiApplication::primaryScreen()->refreshRate();
+    };
     linux::TimerFrameClock frameClock(refreshPeriod);
     BufferAndRateScroller scroller(frameClock, *scrollPosting);
     QtScrollViews scrollViews(

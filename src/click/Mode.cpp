@@ -1,7 +1,6 @@
 #include "click/Mode.h"
 
 #include "accessibility/AXEnablerService.h"
-#include "accessibility/AttributeReaders.h"
 #include "accessibility/BuildUITrees.h"
 #include "click/ClickUtils.h"
 #include "click/CursorManager.h"
@@ -10,7 +9,6 @@
 #include "click/SearchBarWindowController.h"
 #include "click/SessionGeometry.h"
 #include "click/TargetsWindowController.h"
-#include "platform/AXNames.h"
 #include "platform/Diagnostics.h"
 #include "platform/Pointer.h"
 #include "platform/WorkQueue.h"
@@ -92,12 +90,7 @@ void Mode::activate(bool isSearchDisabled)
     // Each session reads the desktop afresh.
     _services.platform.ax.invalidateCache();
     _frontmostPid = app->processIdentifier;
-    auto &ax = _services.platform.ax;
-    const auto appElement = ax.createApplication(app->processIdentifier);
-    const auto windowRef = elementAttribute(ax, NSAccessibilityFocusedWindowAttribute, appElement);
-    const auto window = windowRef.ok() && windowRef.value()
-        ? UIElement::fullElement(ax, *windowRef.value())
-        : nullptr;
+    const auto window = UIElement::focusedWindow(_services.platform.ax, app->processIdentifier);
     if (!window)
         return fail();
     const auto screens = _services.screens.screens();

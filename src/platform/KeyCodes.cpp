@@ -52,8 +52,8 @@ std::uint64_t keyPositionFlags(std::uint16_t keyCode)
     if (keyCode == help || keyCode == home || keyCode == pageUp || keyCode == forwardDelete
         || keyCode == end || keyCode == pageDown || functionKeyNumber(keyCode))
         return ModifierFlag::function;
-    constexpr std::uint16_t keypad[] = {65, 67, 69, 71, 75, 76, 78, 81, 82, 83,
-                                        84, 85, 86, 87, 88, 89, 91, 92};
+    constexpr std::uint16_t keypad[] = {65, 67, 69, 71, 75, 76, 78, 81, 82,
+                                        83, 84, 85, 86, 87, 88, 89, 91, 92};
     for (auto key : keypad)
         if (key == keyCode)
             return ModifierFlag::numericPad;

@@ -1,9 +1,7 @@
 #include "scroll/ScrollMode.h"
 
 #include "accessibility/AXEnablerService.h"
-#include "accessibility/AttributeReaders.h"
 #include "click/SessionGeometry.h"
-#include "platform/AXNames.h"
 #include "platform/Diagnostics.h"
 #include "platform/KeyEvents.h"
 #include "platform/Pointer.h"
@@ -41,13 +39,8 @@ void ScrollMode::activate()
         return;
 
     _frontmostApp = app;
-    auto &ax = _services.platform.ax;
-    ax.invalidateCache();
-    const auto windowRef = elementAttribute(ax, NSAccessibilityFocusedWindowAttribute,
-                                            ax.createApplication(app->processIdentifier));
-    const auto window = windowRef.ok() && windowRef.value()
-        ? UIElement::fullElement(ax, *windowRef.value())
-        : nullptr;
+    _services.platform.ax.invalidateCache();
+    const auto window = UIElement::focusedWindow(_services.platform.ax, app->processIdentifier);
     if (!window)
         return fail();
     const auto screen = chooseScreen(window->frame(), _services.screens.screens());
@@ -60,8 +53,10 @@ void ScrollMode::activate()
 
     _windowController = std::make_unique<ScrollWindowController>(
         ScrollWindowController::Services {_services.preferences, _services.scheduler,
-                                          _services.events, _services.cursor,
-                                          _services.scroller, [this] { deactivate(); }},
+                                          _services.events, _services.cursor, _services.scroller,
+                                          [this] {
+                                              deactivate();
+                                          }},
         _services.views.createScrollWindow(*screen));
     _windowController->showWindow();
     // No key reaches the scrolled application while the mode runs.
@@ -92,16 +87,16 @@ void ScrollMode::startTreeBuilding(const RunningApplication &app, const UIElemen
     // This program's own windows answer on the main thread, so they are read there.
     if (isTargetSelf())
         return treeBuilt(build(), _session);
-    _services.treeQueue.async([this, build, session = _session, alive = _alive,
-                               &scheduler = _services.scheduler] {
-        if (!*alive)
-            return;
-        auto tree = build();
-        scheduler.postToMain([this, alive, tree = std::move(tree), session]() mutable {
-            if (*alive)
-                treeBuilt(std::move(tree), session);
+    _services.treeQueue.async(
+        [this, build, session = _session, alive = _alive, &scheduler = _services.scheduler] {
+            if (!*alive)
+                return;
+            auto tree = build();
+            scheduler.postToMain([this, alive, tree = std::move(tree), session]() mutable {
+                if (*alive)
+                    treeBuilt(std::move(tree), session);
+            });
         });
-    });
 }
 
 void ScrollMode::treeBuilt(std::shared_ptr<UITree> tree, std::uint64_t session)

@@ -156,8 +156,7 @@ void ScrollWindowController::restartDeactivationTimer()
     if (!preferences.boolForKey(Preferences::Keys::autoDeactivateScrolling))
         return;
     invalidateDeactivationTimer();
-    const double delay =
-        preferences.doubleForKey(Preferences::Keys::autoDeactivateScrollingDelayS);
+    const double delay = preferences.doubleForKey(Preferences::Keys::autoDeactivateScrollingDelayS);
     _deactivationTimer = _services.scheduler.scheduleOnMain(Seconds(delay), [this] {
         _deactivationTimer.reset();
         _services.deactivate();

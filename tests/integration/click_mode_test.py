@@ -9,8 +9,8 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (Application, ResidentTarnvik, key, label_colour_in, pointer_drawn, poll,
-                          rect, screen_pixels, targets, window_mapped)
+from desktop_apps import (Application, OverlaySession, ResidentTarnvik, key, label_colour_in,
+                          pointer_drawn, poll, rect, screen_pixels, targets, window_mapped)
 
 LABEL_YELLOW = (254, 240, 138)  # the middle colour of the default theme's gradient
 
@@ -29,7 +29,9 @@ def states_of(accessible):
     return accessible.getState()
 
 
-class ClickMode(unittest.TestCase):
+class ClickMode(OverlaySession):
+    overlay = "Tarnvik Labels"
+
     @classmethod
     def setUpClass(cls):
         cls.tarnvik = ResidentTarnvik()
@@ -37,10 +39,6 @@ class ClickMode(unittest.TestCase):
         cls.app.bring_to_front()
         cls.window = poll("the window on the bus", lambda: cls.find_window())
 
-    @classmethod
-    def tearDownClass(cls):
-        cls.tarnvik.remove()
-        cls.app.stop()
 
     @classmethod
     def find_window(cls):
@@ -50,14 +48,6 @@ class ClickMode(unittest.TestCase):
                     if frame is not None and frame.getState().contains(pyatspi.STATE_SHOWING):
                         return frame
         return None
-
-    def setUp(self):
-        self.app.bring_to_front()
-
-    def tearDown(self):
-        if overlay_mapped():
-            key("Escape")
-        poll("the overlay to close", lambda: not overlay_mapped(), 10)
 
     def controls(self, role, name):
         found = []

@@ -8,6 +8,7 @@ import struct
 import subprocess
 import tempfile
 import time
+import unittest
 
 import pyatspi
 
@@ -194,3 +195,23 @@ def pointer_drawn():
             if (data[i + 2], data[i + 1], data[i]) != tuple(shot[j:j + 3]):
                 differing += 1
     return differing > 8
+
+
+class OverlaySession(unittest.TestCase):
+    """Tests of a resident tarnvik (`tarnvik`) over one application (`app`): each test starts
+    with the application in front and ends with the overlay titled `overlay` closed."""
+
+    overlay = None
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.tarnvik.remove()
+        cls.app.stop()
+
+    def setUp(self):
+        self.app.bring_to_front()
+
+    def tearDown(self):
+        if window_mapped(self.overlay):
+            key("Escape")
+        poll("the overlay to close", lambda: not window_mapped(self.overlay), 10)

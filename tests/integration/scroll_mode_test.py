@@ -11,8 +11,9 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (Application, ResidentTarnvik, accessible_window, key, label_colour_in,
-                          pointer, pointer_drawn, poll, rect, screen_pixels, window_mapped)
+from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window, key,
+                          label_colour_in, pointer, pointer_drawn, poll, rect, screen_pixels,
+                          window_mapped)
 
 LISTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "scroll_lists.py")
 
@@ -33,7 +34,9 @@ def showing(accessible):
     return accessible.getState().contains(pyatspi.STATE_SHOWING)
 
 
-class ScrollMode(unittest.TestCase):
+class ScrollMode(OverlaySession):
+    overlay = "Tarnvik Scrolling"
+
     @classmethod
     def setUpClass(cls):
         cls.tarnvik = ResidentTarnvik()
@@ -47,18 +50,6 @@ class ScrollMode(unittest.TestCase):
         cls.left, cls.right = panes
         cls.tarnvik.start()
 
-    @classmethod
-    def tearDownClass(cls):
-        cls.tarnvik.remove()
-        cls.app.stop()
-
-    def setUp(self):
-        self.app.bring_to_front()
-
-    def tearDown(self):
-        if overlay_mapped():
-            key("Escape")
-        poll("the overlay to close", lambda: not overlay_mapped(), 10)
 
     @staticmethod
     def scroll_bar(pane):

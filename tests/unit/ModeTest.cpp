@@ -14,6 +14,7 @@
 #include "platform/fake/FakePreferenceStore.h"
 #include "preferences/Preferences.h"
 #include "sounds/SoundEffectManager.h"
+#include "support/FrontWindow.h"
 
 #include <filesystem>
 #include <fstream>
@@ -25,15 +26,6 @@ namespace {
 using fake::FakeInput;
 
 constexpr std::uint16_t keyA = 0, keyS = 1, keyD = 2, keyF = 3, keyZ = 6;
-
-class OneScreen : public Screens
-{
-public:
-    std::vector<Screen> screens() override
-    {
-        return {{makeRect(0, 0, 1440, 900), makeRect(0, 0, 1440, 875), 2, 1.0 / 60}};
-    }
-};
 
 // Counts the sounds asked for; every name loads and lasts a tenth of a second.
 class CountingSoundPlayer : public SoundPlayer
@@ -161,7 +153,7 @@ std::string soundFiles()
     return dir.string();
 }
 
-class ModeTest : public ::testing::Test
+class ModeTest : public ::testing::Test, protected test::FrontWindow
 {
 protected:
     ModeTest()
@@ -213,16 +205,6 @@ protected:
         return result;
     }
 
-    fake::FakeDesktop desktop;
-    fake::FakeScheduler &scheduler = desktop.scheduler();
-    fake::FakeApplication &front = desktop.addApplication({.processIdentifier = 1,
-                                                           .bundleIdentifier = "org.example.app",
-                                                           .bundlePath = "/usr/bin/example",
-                                                           .localizedName = "App"});
-    fake::FakeElement window = front.addWindow(makeRect(0, 0, 800, 600), "Window");
-    fake::FakePreferenceStore store;
-    Preferences preferences {store};
-    OneScreen screens;
     FakeInput input;
     CursorManager cursor {input};
     CountingSoundPlayer player;

@@ -1,6 +1,3 @@
-#include "scroll/BufferAndRateScroller.h"
-#include "scroll/ScrollMode.h"
-
 #include "click/CursorManager.h"
 #include "platform/KeyCodes.h"
 #include "platform/fake/FakeDesktop.h"
@@ -8,6 +5,9 @@
 #include "platform/fake/FakeInput.h"
 #include "platform/fake/FakePreferenceStore.h"
 #include "preferences/Preferences.h"
+#include "scroll/BufferAndRateScroller.h"
+#include "scroll/ScrollMode.h"
+#include "support/FrontWindow.h"
 #include "support/TreeBuilding.h"
 
 #include <algorithm>
@@ -190,8 +190,8 @@ TEST(ScrollableElementsTest, OutermostShowingAreasDepthFirstFromTheLastChild)
     auto hidden = t.add(split, "AXGroup", makeRect(200, 300, 600, 1)); // too thin to count
     auto inHidden = t.add(hidden, "AXScrollArea", makeRect(200, 300, 600, 200));
     auto offWindow = t.add(split, "AXScrollArea", makeRect(900, 0, 100, 100));
-    auto landmark = std::make_shared<UIElement>(std::nullopt, "AXGroup", CGPoint {200, 300},
-                                                CGSize {600, 300});
+    auto landmark =
+        std::make_shared<UIElement>(std::nullopt, "AXGroup", CGPoint {200, 300}, CGSize {600, 300});
     landmark->subrole = "AXLandmarkMain";
     ASSERT_TRUE(t.tree->add(landmark, split->id));
 
@@ -202,18 +202,9 @@ TEST(ScrollableElementsTest, OutermostShowingAreasDepthFirstFromTheLastChild)
     EXPECT_EQ(std::count(areas.begin(), areas.end(), offWindow), 0);
 }
 
-class ScrollModeTest : public ::testing::Test
+class ScrollModeTest : public ::testing::Test, protected test::FrontWindow
 {
 protected:
-    class OneScreen : public Screens
-    {
-    public:
-        std::vector<Screen> screens() override
-        {
-            return {{makeRect(0, 0, 1440, 900), makeRect(0, 0, 1440, 875), 1, 1.0 / 60}};
-        }
-    };
-
     struct RecordingViews : ScrollViews
     {
         struct Window : ScrollWindow
@@ -262,34 +253,29 @@ protected:
 
     CGPoint pointer() const { return input.mouseEvents().back().position; }
 
-    fake::FakeDesktop desktop;
-    fake::FakeScheduler &scheduler = desktop.scheduler();
-    fake::FakeApplication &front = desktop.addApplication({.processIdentifier = 1,
-                                                           .bundleIdentifier = "org.example.app",
-                                                           .bundlePath = "/usr/bin/example",
-                                                           .localizedName = "App"});
-    fake::FakeElement window = front.addWindow(makeRect(0, 0, 800, 600), "Window");
+    ScrollMode::Services services(WorkQueue &queue)
+    {
+        return {{desktop, desktop, desktop},
+                screens,
+                preferences,
+                scheduler,
+                input,
+                input,
+                cursor,
+                scroller,
+                views,
+                queue};
+    }
+
     fake::FakeElement left = window;
     fake::FakeElement right = window;
-    fake::FakePreferenceStore store;
-    Preferences preferences {store};
-    OneScreen screens;
     FakeInput input;
     CursorManager cursor {input};
     fake::FakeFrameClock clock;
     BufferAndRateScroller scroller {clock, input};
     RecordingViews views;
     fake::InlineWorkQueue treeQueue;
-    ScrollMode mode {{{desktop, desktop, desktop},
-                      screens,
-                      preferences,
-                      scheduler,
-                      input,
-                      input,
-                      cursor,
-                      scroller,
-                      views,
-                      treeQueue}};
+    ScrollMode mode {services(treeQueue)};
 };
 
 TEST_F(ScrollModeTest, FindsTheAreasAimsAtTheWindowThenCyclesWithTabDigitsAndControlKeys)
@@ -481,16 +467,7 @@ TEST_F(ScrollModeTest, ATreeThatComesAfterTheModeEndedIsDropped)
         void async(std::function<void()> work) override { held.push_back(std::move(work)); }
         std::vector<std::function<void()>> held;
     } queue;
-    ScrollMode held {{{desktop, desktop, desktop},
-                      screens,
-                      preferences,
-                      scheduler,
-                      input,
-                      input,
-                      cursor,
-                      scroller,
-                      views,
-                      queue}};
+    ScrollMode held {services(queue)};
     held.activate();
     held.deactivate();
     held.activate();

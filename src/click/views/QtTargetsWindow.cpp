@@ -41,21 +41,25 @@ const LabelLayer &LabelImageCache::layer(const std::string &label, int matchedPr
     return it->second;
 }
 
+void makeOverlayWindow(QWidget &widget, const QString &title, QRect geometry, bool hasCompositor)
+{
+    widget.setWindowFlags(Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint
+                          | Qt::X11BypassWindowManagerHint | Qt::WindowDoesNotAcceptFocus
+                          | Qt::WindowTransparentForInput | Qt::Tool);
+    widget.setAttribute(Qt::WA_ShowWithoutActivating);
+    widget.setAttribute(Qt::WA_X11DoNotAcceptFocus);
+    widget.setAttribute(Qt::WA_TranslucentBackground, hasCompositor);
+    widget.setAttribute(Qt::WA_NoSystemBackground, hasCompositor);
+    widget.setWindowTitle(title);
+    widget.setGeometry(geometry);
+}
+
 OverlayWidget::OverlayWidget(QRectF geometry, OverlayOptions options,
                              std::shared_ptr<LabelImageCache> cache)
     : _options(std::move(options))
     , _cache(std::move(cache))
 {
-    const bool hasCompositor = _options.hasCompositor;
-    setWindowFlags(Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint
-                   | Qt::X11BypassWindowManagerHint | Qt::WindowDoesNotAcceptFocus
-                   | Qt::WindowTransparentForInput | Qt::Tool);
-    setAttribute(Qt::WA_ShowWithoutActivating);
-    setAttribute(Qt::WA_X11DoNotAcceptFocus);
-    setAttribute(Qt::WA_TranslucentBackground, hasCompositor);
-    setAttribute(Qt::WA_NoSystemBackground, hasCompositor);
-    setWindowTitle("Tarnvik Labels");
-    setGeometry(geometry.toRect());
+    makeOverlayWindow(*this, "Tarnvik Labels", geometry.toRect(), _options.hasCompositor);
 }
 
 CGRect OverlayWidget::screenFrame() const

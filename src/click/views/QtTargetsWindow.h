@@ -27,6 +27,11 @@ struct OverlayOptions
     std::function<void(std::size_t labels)> labelsPainted;
 };
 
+// Makes `widget` an overlay: above all other windows, passed over by the window manager, never
+// taking the focus, letting the mouse through; translucent only with a compositor, since a
+// translucent window turns black without one.
+void makeOverlayWindow(QWidget &widget, const QString &title, QRect geometry, bool hasCompositor);
+
 // Every label rendered once for each typed prefix: a search result relabels from the start,
 // a typed letter marks the same labels again, and the next session shows the same labels, so
 // the same images come back on every keystroke and every shortcut.

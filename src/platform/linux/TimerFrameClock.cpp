@@ -52,8 +52,8 @@ void TimerFrameClock::stop()
 
 void TimerFrameClock::run(std::atomic<bool> &running, const Tick &tick, double period)
 {
-    const auto frame = std::chrono::duration_cast<Clock::duration>(
-        std::chrono::duration<double>(period));
+    const auto frame =
+        std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(period));
     auto last = Clock::now();
     auto next = last + frame;
     while (running) {

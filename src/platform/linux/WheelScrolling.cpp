@@ -157,8 +157,8 @@ bool xServerHasDevice(xcb_connection_t *c, const char *name)
     for (auto it = xcb_input_xi_query_device_infos_iterator(reply); it.rem && !found;
          xcb_input_xi_device_info_next(&it)) {
         const int length = xcb_input_xi_device_info_name_length(it.data);
-        found = std::string(xcb_input_xi_device_info_name(it.data),
-                            static_cast<std::size_t>(length))
+        found =
+            std::string(xcb_input_xi_device_info_name(it.data), static_cast<std::size_t>(length))
             == name;
     }
     std::free(reply);
@@ -177,8 +177,8 @@ std::unique_ptr<ScrollPosting> makeScrollPosting(std::string &how)
     }
     if (const int fd = createUinputMouse(); fd >= 0) {
         auto uinput = std::make_unique<UinputScrolling>(fd);
-        std::free(xcb_input_xi_query_version_reply(c, xcb_input_xi_query_version(c, 2, 2),
-                                                   nullptr));
+        std::free(
+            xcb_input_xi_query_version_reply(c, xcb_input_xi_query_version(c, 2, 2), nullptr));
         // The server takes a new device up within a few frames of its creation.
         for (int attempt = 0; attempt < 20; ++attempt) {
             if (xServerHasDevice(c, deviceName)) {

@@ -1,5 +1,6 @@
 #include "scroll/views/QtScrollViews.h"
 
+#include "click/views/QtTargetsWindow.h"
 #include "preferences/Preferences.h"
 
 #include <QPainter>
@@ -39,15 +40,7 @@ ScrollModeView::ScrollModeView(QRect geometry, Style style, bool hasCompositor)
     : _style(std::move(style))
     , _hasCompositor(hasCompositor)
 {
-    setWindowFlags(Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint
-                   | Qt::X11BypassWindowManagerHint | Qt::WindowDoesNotAcceptFocus
-                   | Qt::WindowTransparentForInput | Qt::Tool);
-    setAttribute(Qt::WA_ShowWithoutActivating);
-    setAttribute(Qt::WA_X11DoNotAcceptFocus);
-    setAttribute(Qt::WA_TranslucentBackground, hasCompositor);
-    setAttribute(Qt::WA_NoSystemBackground, hasCompositor);
-    setWindowTitle("Tarnvik Scrolling");
-    setGeometry(geometry);
+    makeOverlayWindow(*this, "Tarnvik Scrolling", geometry, hasCompositor);
     _font.setBold(true);
     _font.setPixelSize(static_cast<int>(std::lround(_style.fontSize)));
 }
@@ -100,8 +93,8 @@ void ScrollModeView::updateMask()
     QRegion region;
     for (const auto &area : _areas) {
         if (area.chosen) {
-            const QRectF inner = area.frame.adjusted(borderWidth, borderWidth, -borderWidth,
-                                                     -borderWidth);
+            const QRectF inner =
+                area.frame.adjusted(borderWidth, borderWidth, -borderWidth, -borderWidth);
             region += regionOf(rounded(area.frame, borderRadius)
                                - rounded(inner, borderRadius - borderWidth));
         } else {
