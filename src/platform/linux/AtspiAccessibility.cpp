@@ -273,6 +273,41 @@ public:
         return gtk4;
     }
 
+    // An object without a place of its own (GTK 4's stack pages) stands where its children
+    // do: the union of those that have a size, or where the first one stands.
+    std::optional<Extents> extentsOf(const ObjectRef &ref)
+    {
+        if (const auto own = node(ref); own.extents || own.implements(componentInterface))
+            return own.extents;
+        ensure({ref}, NChildren);
+        const auto children = node(ref).children.value_or(std::vector<ObjectRef> {});
+        if (children.empty())
+            return std::nullopt;
+        ensure(children, NExtents);
+        std::optional<Extents> first;
+        std::optional<Extents> united;
+        for (const auto &c : children) {
+            const auto e = node(c).extents;
+            if (!e)
+                continue;
+            if (!first)
+                first = e;
+            if (e->width <= 0 || e->height <= 0)
+                continue;
+            if (!united) {
+                united = e;
+                continue;
+            }
+            const auto right = std::max(united->x + united->width, e->x + e->width);
+            const auto bottom = std::max(united->y + united->height, e->y + e->height);
+            united->x = std::min(united->x, e->x);
+            united->y = std::min(united->y, e->y);
+            united->width = right - united->x;
+            united->height = bottom - united->y;
+        }
+        return united ? united : first;
+    }
+
     // Where a toolkit that reports positions relative to its window has its origin.
     CGPoint originOf(const std::string &service)
     {
@@ -749,13 +784,14 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
         return role.subrole ? Value(*role.subrole) : Value(AXError::NoValue);
     }
     if (name == NSAccessibilityPositionAttribute || name == NSAccessibilitySizeAttribute) {
-        if (!n.extents)
+        const auto extents = s.extentsOf(*ref);
+        if (!extents)
             return AXError::AttributeUnsupported;
         if (name == NSAccessibilitySizeAttribute)
-            return Value(CGSize {static_cast<double>(n.extents->width),
-                                 static_cast<double>(n.extents->height)});
+            return Value(
+                CGSize {static_cast<double>(extents->width), static_cast<double>(extents->height)});
         const CGPoint origin = s.originOf(ref->service);
-        return Value(CGPoint {n.extents->x + origin.x, n.extents->y + origin.y});
+        return Value(CGPoint {extents->x + origin.x, extents->y + origin.y});
     }
     if (name == NSAccessibilityTitleAttribute) {
         if (!n.name || n.name->empty())

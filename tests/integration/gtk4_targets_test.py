@@ -1,0 +1,67 @@
+#!/usr/bin/env python3
+"""tarnvik targets against gtk4-widget-factory on the virtual desktop, checked against what
+the application itself reports through AT-SPI. GTK 4 places its objects relative to its window,
+and its stack pages have no place of their own: the two things the backend must get right."""
+
+import subprocess
+import unittest
+
+import pyatspi
+
+from desktop_apps import Application, accessible_window, activate, poll, targets
+
+CONTROLS = {pyatspi.ROLE_PUSH_BUTTON, pyatspi.ROLE_TOGGLE_BUTTON, pyatspi.ROLE_CHECK_BOX,
+            pyatspi.ROLE_RADIO_BUTTON, pyatspi.ROLE_COMBO_BOX}
+
+
+def window_origin(title):
+    """Where the X server has the window: GTK 4's positions start there."""
+    info = subprocess.run(["xwininfo", "-name", title], capture_output=True, text=True,
+                          check=True).stdout
+    return tuple(int(info.split(f"Absolute upper-left {axis}:")[1].split()[0]) for axis in "XY")
+
+
+def controls(page, origin):
+    """The controls of a stack page with their frames on the screen; the parts of a combo box
+    count as the combo box."""
+    found = []
+
+    def visit(accessible):
+        if accessible.getRole() in CONTROLS:
+            e = accessible.queryComponent().getExtents(pyatspi.WINDOW_COORDS)
+            found.append((accessible.getRoleName(), accessible.name,
+                          (e.x + origin[0], e.y + origin[1], e.width, e.height)))
+            if accessible.getRole() == pyatspi.ROLE_COMBO_BOX:
+                return
+        for child in accessible:
+            if child is not None:
+                visit(child)
+
+    visit(page)
+    return found
+
+
+class Gtk4WidgetFactory(unittest.TestCase):
+    def setUp(self):
+        self.app = Application(lambda home: ["gtk4-widget-factory"])
+        self.addCleanup(self.app.stop)
+        poll("its window in front", lambda: activate({self.app.process.pid}))
+        self.window = poll("its window on the bus", lambda: accessible_window("Widget Factory"))
+
+    def test_the_shown_page_is_labelled_and_the_hidden_pages_are_not(self):
+        pages = poll("the stack's pages", lambda: pyatspi.utils.findDescendant(
+            self.window, lambda a: a.name == "Page _1")).parent
+        origin = window_origin("GTK Widget Factory")
+        frames = {tuple(t["frame"]) for t in targets()["targets"]}
+        shown, hidden = [], []
+        for page in pages:
+            for control in controls(page, origin):
+                (shown if control[2][2] > 0 and control[2][3] > 0 else hidden).append(control)
+        self.assertGreater(len(shown), 25, "the first page shows many controls")
+        self.assertGreater(len(hidden), 50, "the other pages hold controls too")
+        self.assertEqual([c for c in shown if c[2] not in frames], [])
+        self.assertEqual([c for c in hidden if c[2] in frames], [])
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
