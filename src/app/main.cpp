@@ -161,12 +161,12 @@ int runResident()
             std::fprintf(stderr, "labels drawn: %zu labels, %.1f ms after the shortcut\n", count,
                          elapsed.count());
         };
-    // High contrast and reduced motion aren't read from the desktop yet.
+    // Reduced motion is read at start, high contrast at each session.
     QtModeViews views(preferences,
                       {[&x] { return x.screens().front().frame.size.height; },
-                       {x.hasCompositor(), false, labelsPainted},
-                       [] {
-                           return false;
+                       {x.hasCompositor(), x.appearance().reduceMotion, labelsPainted},
+                       [&x] {
+                           return x.appearance().highContrast;
                        }});
     Mode mode({{desktop->accessibility(), x, x},
                x,

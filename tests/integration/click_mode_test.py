@@ -3,7 +3,10 @@
 labels, search text, Escape. Every assertion is on what gtk3-widget-factory reports through
 AT-SPI or on what the screen shows."""
 
+import os
 import signal
+import subprocess
+import tempfile
 import time
 import unittest
 
@@ -23,6 +26,14 @@ def label_drawn_below(frame, pixels):
     """Whether label colours show where the element's label stands: centred on its lower
     edge."""
     return label_colour_in(pixels, (frame[0] + frame[2] // 2 - 6, frame[1] + frame[3] - 8, 13, 17))
+
+
+def label_pixels_below(frame, pixels):
+    """The colours where the element's label stands."""
+    shot, width = pixels
+    x0, y0 = frame[0] + frame[2] // 2, frame[1] + frame[3]
+    return [tuple(shot[((y0 + dy) * width + x0 + dx) * 3:][:3])
+            for dy in range(-8, 9) for dx in range(-6, 7)]
 
 
 def states_of(accessible):
@@ -108,6 +119,30 @@ class ClickMode(OverlaySession):
         key("shift+super+space")
         poll("the overlay gone", lambda: not overlay_mapped(), 10)
         self.assert_typing_reaches_an_entry("uv")
+
+    def test_a_high_contrast_desktop_gets_high_contrast_labels(self):
+        folder = tempfile.mkdtemp(prefix="tarnvik-xsettings-")
+        config = os.path.join(folder, "xsettingsd.conf")
+        with open(config, "w", encoding="utf-8") as f:
+            f.write('Net/ThemeName "HighContrast"\n')
+        manager = subprocess.Popen(["xsettingsd", "-c", config], stdout=subprocess.DEVNULL,
+                                   stderr=subprocess.DEVNULL)
+        self.addCleanup(subprocess.run, ["rm", "-rf", folder])
+        self.addCleanup(manager.wait)
+        self.addCleanup(manager.kill)
+        self.tarnvik.start()
+        box = self.controls(pyatspi.ROLE_CHECK_BOX, "checkbutton")[0]
+
+        def high_contrast_labels():
+            # The desktop's settings are read at each session: try until the manager is up.
+            self.show_labels(rect(box))
+            colours = label_pixels_below(rect(box), screen_pixels())
+            key("Escape")
+            poll("the overlay gone", lambda: not overlay_mapped(), 10)
+            paper = sum(1 for r, g, b in colours if r > 250 and 244 < g < 252 and 182 < b < 192)
+            stock_yellow = sum(1 for r, g, b in colours if r > 235 and g > 200 and b < 150)
+            return paper > 20 and stock_yellow == 0
+        poll("labels in the high-contrast colours", high_contrast_labels, 20)
 
     def test_the_same_letter_again_double_clicks(self):
         self.tarnvik.start()

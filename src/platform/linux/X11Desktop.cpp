@@ -217,6 +217,24 @@ bool X11Desktop::hasCompositor()
     return owner && owner->owner != XCB_NONE;
 }
 
+DesktopAppearance X11Desktop::appearance()
+{
+    std::lock_guard lock(_x->mutex);
+    Reply<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
+        _x->connection, xcb_get_selection_owner(_x->connection, _x->atom("_XSETTINGS_S0")),
+        nullptr));
+    if (!owner || owner->owner == XCB_NONE)
+        return {};
+    // A quarter of a megabyte: settings are a few kilobytes.
+    const auto reply =
+        _x->property(owner->owner, "_XSETTINGS_SETTINGS", XCB_GET_PROPERTY_TYPE_ANY, 65536);
+    if (!reply)
+        return {};
+    const auto *data = static_cast<const std::uint8_t *>(xcb_get_property_value(reply.get()));
+    const auto length = static_cast<std::size_t>(xcb_get_property_value_length(reply.get()));
+    return appearanceOf(parseXSettings({data, data + length}));
+}
+
 pid_t X11Desktop::currentProcessIdentifier()
 {
     return getpid();

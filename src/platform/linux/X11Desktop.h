@@ -4,6 +4,7 @@
 #include "platform/WindowList.h"
 #include "platform/Workspace.h"
 #include "platform/linux/AtspiAccessibility.h"
+#include "platform/linux/XSettings.h"
 
 #include <functional>
 #include <memory>
@@ -29,6 +30,8 @@ public:
     std::vector<ClientWindow> clientWindows(pid_t pid);
     // A compositing manager runs: windows may be translucent.
     bool hasCompositor();
+    // As the desktop's settings manager publishes it; the defaults when none runs.
+    DesktopAppearance appearance();
 
     std::optional<RunningApplication> frontmostApplication() override;
     std::optional<RunningApplication> menuBarOwningApplication() override;
