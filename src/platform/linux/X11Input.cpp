@@ -276,6 +276,9 @@ void X11Input::stop()
         return;
     _capture = nullptr;
     _anyKeyGrabs.clear();
+    // Releases stop coming with the grabs: a key still down now would count as repeating when
+    // it is next pressed.
+    _keysDown.clear();
     // Ending the capture's grabs ends the hot keys' too: they are taken again.
     xcb_ungrab_key(_x->c, XCB_GRAB_ANY, _x->root, XCB_MOD_MASK_ANY);
     xcb_allow_events(_x->c, XCB_ALLOW_ASYNC_KEYBOARD, XCB_CURRENT_TIME);
