@@ -22,13 +22,6 @@ QColor bytes(int red, int green, int blue)
                             static_cast<float>(blue / 255.0));
 }
 
-// A third of white, the system palette's named dark grey: dark enough to edge the light
-// themes, light enough to stay visible around the dark one.
-QColor systemDarkGrey()
-{
-    return grey(1.0 / 3.0);
-}
-
 bool isBlank(char c)
 {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
@@ -72,6 +65,19 @@ LabelColors labelColors(const std::string &themeId, bool highContrast)
                 systemDarkGrey()};
     const LabelTheme stock = LabelTheme::withId("original").value();
     return {grey(0.0), stock.bgColor1, stock.bgColor2, stock.bgColor3, systemDarkGrey()};
+}
+
+// The accent blue of the focus highlight, the search bar's progress and the scroll border.
+QColor systemBlue()
+{
+    return bytes(10, 132, 255);
+}
+
+// A third of white, the system palette's named dark grey: dark enough to edge the light
+// themes, light enough to stay visible around the dark one.
+QColor systemDarkGrey()
+{
+    return grey(1.0 / 3.0);
 }
 
 std::optional<std::uint32_t> parseColorText(const std::string &text)

@@ -42,6 +42,10 @@ struct LabelColors
 // names no theme, or the high-contrast set whatever the theme.
 LabelColors labelColors(const std::string &themeId, bool highContrast);
 
+// The platform's named colours that the views use beside the themes.
+QColor systemBlue();
+QColor systemDarkGrey();
+
 // Colour text as typed into a field: "#rgb", "rgba", "rrggbb" or "rrggbbaa", one optional "#",
 // blanks around it ignored. Gives 0xRRGGBBAA.
 std::optional<std::uint32_t> parseColorText(const std::string &text);

@@ -1,5 +1,6 @@
 #include "click/views/QtSearchBar.h"
 
+#include "labels/LabelTheme.h"
 #include "platform/KeyCodes.h"
 
 #include <QApplication>
@@ -97,7 +98,7 @@ void SearchBarWidget::stopProgress()
 void SearchBarWidget::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    painter.fillRect(QRectF(0, height() - 2, width() * _progress, 2), QColor(10, 132, 255));
+    painter.fillRect(QRectF(0, height() - 2, width() * _progress, 2), systemBlue());
 }
 
 QtSearchBar::QtSearchBar(std::function<double()> firstScreenHeight)

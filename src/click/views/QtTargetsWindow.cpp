@@ -1,5 +1,7 @@
 #include "click/views/QtTargetsWindow.h"
 
+#include "labels/LabelTheme.h"
+
 #include <QPaintEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -21,9 +23,6 @@ QRectF toQt(const CGRect &r)
 
 constexpr double fadeInMilliseconds = 100;
 constexpr int frameMilliseconds = 16;
-
-// The highlight's blue, the platform's accent blue of the labels' design.
-const QColor highlightBlue(10, 132, 255);
 
 } // namespace
 
@@ -134,10 +133,10 @@ void OverlayWidget::orderFront()
 void OverlayWidget::paintHighlight(QPainter &painter, QRectF frame, double opacity) const
 {
     const double radius = std::min(std::min(frame.width(), frame.height()) * 0.5, 5.0);
-    QColor fill = highlightBlue;
+    QColor fill = systemBlue();
     fill.setAlphaF(0.4F);
     painter.setOpacity(opacity);
-    painter.setPen(QPen(highlightBlue, 2.0));
+    painter.setPen(QPen(systemBlue(), 2.0));
     painter.setBrush(fill);
     painter.drawRoundedRect(frame.adjusted(1, 1, -1, -1), radius, radius);
     painter.setOpacity(1);

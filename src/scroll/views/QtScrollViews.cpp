@@ -16,8 +16,6 @@ constexpr double labelRadius = 4.0;
 // The label's top left corner stands this far inside the area's.
 constexpr double labelInset = 8.0;
 const QColor borderTop = QColor::fromRgbF(0.49F, 0.66F, 1.0F);
-const QColor systemBlue(0, 122, 255);
-const QColor systemDarkGray(142, 142, 147);
 
 QPainterPath rounded(const QRectF &rect, double radius)
 {
@@ -117,7 +115,7 @@ void ScrollModeView::paintEvent(QPaintEvent *)
         if (area.chosen) {
             QLinearGradient paint(area.frame.topLeft(), area.frame.bottomLeft());
             paint.setColorAt(0, borderTop);
-            paint.setColorAt(1, systemBlue);
+            paint.setColorAt(1, systemBlue());
             QPen pen(QBrush(paint), borderWidth);
             pen.setJoinStyle(Qt::MiterJoin);
             pen.setMiterLimit(10);
@@ -136,7 +134,7 @@ void ScrollModeView::paintEvent(QPaintEvent *)
         painter.setPen(Qt::NoPen);
         painter.setBrush(background);
         painter.drawRoundedRect(frame, labelRadius, labelRadius);
-        painter.setPen(QPen(systemDarkGray, 1.0));
+        painter.setPen(QPen(systemDarkGrey(), 1.0));
         painter.setBrush(Qt::NoBrush);
         painter.drawRoundedRect(frame.adjusted(0.5, 0.5, -0.5, -0.5), labelRadius, labelRadius);
         painter.setPen(_style.theme.textColor);
