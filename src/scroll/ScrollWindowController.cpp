@@ -18,7 +18,7 @@ constexpr std::uint64_t arrowFlags = ModifierFlag::numericPad | ModifierFlag::fu
 // A jump far enough to reach either end of anything.
 constexpr double jumpPx = 99999.0;
 
-enum class Command { none, leave, next, previous, arrowNext, arrowPrevious, halfPage, end, top };
+enum class Command { none, leave, next, previous, halfPage, end, top };
 
 std::uint64_t commandFlags(const KeyEvent &event)
 {
@@ -31,7 +31,7 @@ bool isPlainG(const std::optional<KeyEvent> &event)
 }
 
 Command classify(const KeyEvent &event, const std::optional<KeyEvent> &lastEvent,
-                 bool shortcutsEnabled)
+                 const Preferences &preferences)
 {
     if (event.type != EventType::keyDown)
         return Command::none;
@@ -43,9 +43,11 @@ Command classify(const KeyEvent &event, const std::optional<KeyEvent> &lastEvent
         return flags == 0 ? Command::next : Command::previous;
     if ((key == KeyCode::n || key == KeyCode::p) && flags == ModifierFlag::control)
         return key == KeyCode::n ? Command::next : Command::previous;
-    if ((key == KeyCode::down || key == KeyCode::up) && flags == arrowFlags)
-        return key == KeyCode::down ? Command::arrowNext : Command::arrowPrevious;
-    if (!shortcutsEnabled)
+    // Arrows mapped to scrolling are directions instead.
+    if ((key == KeyCode::down || key == KeyCode::up) && flags == arrowFlags
+        && !preferences.boolForKey(Preferences::Keys::mapArrowKeysToScroll))
+        return key == KeyCode::down ? Command::next : Command::previous;
+    if (!preferences.boolForKey(Preferences::Keys::isScrollShortcutsEnabled))
         return Command::none;
     if ((key == keyD || key == keyU) && flags == 0)
         return Command::halfPage;
@@ -181,22 +183,16 @@ void ScrollWindowController::scrollHalfPage(ScrollDirection direction)
 void ScrollWindowController::handle(const KeyEvent &event)
 {
     const auto &preferences = _services.preferences;
-    const bool arrowsScroll = preferences.boolForKey(Preferences::Keys::mapArrowKeysToScroll);
-    auto command = classify(event, _lastEvent,
-                            preferences.boolForKey(Preferences::Keys::isScrollShortcutsEnabled));
-    if (arrowsScroll && (command == Command::arrowNext || command == Command::arrowPrevious))
-        command = Command::none;
+    const auto command = classify(event, _lastEvent, preferences);
     _lastEvent = event;
 
     switch (command) {
     case Command::leave:
         return _services.deactivate();
     case Command::next:
-    case Command::arrowNext:
         selectNext();
         return restartDeactivationTimer();
     case Command::previous:
-    case Command::arrowPrevious:
         selectPrevious();
         return restartDeactivationTimer();
     case Command::top:
