@@ -275,9 +275,9 @@ public:
 
     // An object without a place of its own (GTK 4's stack pages) stands where its children
     // do: the union of those that have a size, or where the first one stands.
-    std::optional<Extents> extentsOf(const ObjectRef &ref)
+    std::optional<Extents> extentsOf(const ObjectRef &ref, const Node &own)
     {
-        if (const auto own = node(ref); own.extents || own.implements(componentInterface))
+        if (own.extents || own.implements(componentInterface))
             return own.extents;
         ensure({ref}, NChildren);
         const auto children = node(ref).children.value_or(std::vector<ObjectRef> {});
@@ -784,7 +784,7 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
         return role.subrole ? Value(*role.subrole) : Value(AXError::NoValue);
     }
     if (name == NSAccessibilityPositionAttribute || name == NSAccessibilitySizeAttribute) {
-        const auto extents = s.extentsOf(*ref);
+        const auto extents = s.extentsOf(*ref, n);
         if (!extents)
             return AXError::AttributeUnsupported;
         if (name == NSAccessibilitySizeAttribute)
