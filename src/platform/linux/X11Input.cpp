@@ -181,6 +181,15 @@ public:
     {
         xcb_grab_key(c, 1, root, modifiers, key, XCB_GRAB_MODE_ASYNC, keyboardMode);
     }
+
+    // The window with the keyboard focus; nothing when the focus is on the root or none.
+    xcb_window_t focusWindow()
+    {
+        auto *reply = xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr);
+        xcb_window_t window = reply ? reply->focus : XCB_NONE;
+        std::free(reply);
+        return window == XCB_INPUT_FOCUS_POINTER_ROOT || window == root ? XCB_NONE : window;
+    }
 };
 
 std::unique_ptr<X11Input> X11Input::connect(std::function<double()> doubleClickInterval)
@@ -241,32 +250,43 @@ bool X11Input::start(KeyboardCapture::Handler handler)
     if (!starting)
         return true;
     _x->loadKeymap();
+    _focusWindow = _x->focusWindow();
     // Every key in every combination of the four modifiers and the two locks. A combination
     // that another client holds (the window manager's) fails as a whole; its error arrives as
-    // an event, and then the keys a session uses are grabbed one by one around the other
-    // client's. Nothing here waits for the server: it takes tens of milliseconds over these
-    // grabs, while the labels are being read.
+    // an event, and the combination is then grabbed on the focused window, where the other
+    // client's grabs on the root still come first for their own keys. Only the focus is asked
+    // for; the grabs' answers are not awaited.
     _anyKeyGrabs.clear();
     for (std::uint16_t m = 0; m < 16; ++m) {
         const std::uint16_t modifiers = static_cast<std::uint16_t>(
             ((m & 1) ? XCB_MOD_MASK_SHIFT : 0) | ((m & 2) ? XCB_MOD_MASK_CONTROL : 0)
             | ((m & 4) ? altMask : 0) | ((m & 8) ? superMask : 0));
-        for (auto lock : lockVariants) {
-            const auto mask = static_cast<std::uint16_t>(modifiers | lock);
-            const auto cookie = xcb_grab_key(_x->c, 1, _x->root, mask, XCB_GRAB_ANY,
-                                             XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_SYNC);
-            _anyKeyGrabs[cookie.sequence] = mask;
-        }
+        for (auto lock : lockVariants)
+            grabAnyKey(_x->root, static_cast<std::uint16_t>(modifiers | lock));
     }
     xcb_flush(_x->c);
     return true;
 }
 
-void X11Input::grabKeyByKey(std::uint16_t modifiers)
+void X11Input::grabAnyKey(xcb_window_t window, std::uint16_t modifiers)
 {
-    for (const auto &[mac, evdev] : keyPositions)
-        if (mac < 54 || mac > 63) // modifier keys pass on their own
-            _x->grab(static_cast<std::uint8_t>(evdev + 8), modifiers, XCB_GRAB_MODE_SYNC);
+    const auto cookie = xcb_grab_key(_x->c, 1, window, modifiers, XCB_GRAB_ANY, XCB_GRAB_MODE_ASYNC,
+                                     XCB_GRAB_MODE_SYNC);
+    _anyKeyGrabs[cookie.sequence] = {window, modifiers};
+}
+
+void X11Input::grabAroundOthers(xcb_window_t refused, std::uint16_t modifiers)
+{
+    // Grabs are refused only where another client holds the same combination on the same
+    // window. Grabbing key by key on the root instead costs the server tens of milliseconds
+    // per session, time in which every application waiting on it waits too.
+    if (refused == _x->root && _focusWindow) {
+        grabAnyKey(_focusWindow, modifiers);
+    } else {
+        for (const auto &[mac, evdev] : keyPositions)
+            if (mac < 54 || mac > 63) // modifier keys pass on their own
+                _x->grab(static_cast<std::uint8_t>(evdev + 8), modifiers, XCB_GRAB_MODE_SYNC);
+    }
     xcb_flush(_x->c);
 }
 
@@ -281,6 +301,9 @@ void X11Input::stop()
     _keysDown.clear();
     // Ending the capture's grabs ends the hot keys' too: they are taken again.
     xcb_ungrab_key(_x->c, XCB_GRAB_ANY, _x->root, XCB_MOD_MASK_ANY);
+    if (_focusWindow)
+        xcb_ungrab_key(_x->c, XCB_GRAB_ANY, _focusWindow, XCB_MOD_MASK_ANY);
+    _focusWindow = 0;
     xcb_allow_events(_x->c, XCB_ALLOW_ASYNC_KEYBOARD, XCB_CURRENT_TIME);
     // A kept press holds the keyboard until its key is released; the click that often follows
     // at once may open a menu, which needs the keyboard for itself.
@@ -378,9 +401,9 @@ void X11Input::readEvents()
             const auto *error = reinterpret_cast<xcb_generic_error_t *>(event);
             auto grab = _anyKeyGrabs.find(error->full_sequence);
             if (grab != _anyKeyGrabs.end() && error->error_code == XCB_ACCESS) {
-                const auto modifiers = grab->second;
+                const auto [window, modifiers] = grab->second;
                 _anyKeyGrabs.erase(grab);
-                grabKeyByKey(modifiers);
+                grabAroundOthers(window, modifiers);
             }
         } else if (type == XCB_KEY_PRESS || type == XCB_KEY_RELEASE) {
             const auto *key = reinterpret_cast<xcb_key_press_event_t *>(event);

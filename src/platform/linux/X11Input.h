@@ -19,8 +19,9 @@ namespace tarnvik::linux {
 //
 // The capture is a set of passive grabs of every key on the root window in synchronous mode:
 // each press freezes the keyboard until the handler has decided, and is then replayed to the
-// focused window (pass) or kept (swallow). A key whose combination another client (the window
-// manager) has grabbed stays that client's. Releases of kept keys come to the handler too, but
+// focused window (pass) or kept (swallow). A combination that another client (the window
+// manager) holds on the root is grabbed on the focused window instead, so that the other
+// client's keys stay its own. Releases of kept keys come to the handler too, but
 // can no longer reach the application. Hot keys are grabs of their own combinations; while the
 // capture runs they are matched before the handler sees the key. All grabs end with the
 // connection, so a killed program leaves the keyboard working.
@@ -65,7 +66,8 @@ private:
     std::optional<HotKeyId> hotKeyFor(std::uint8_t keycode, std::uint16_t state) const;
     bool grabHotKey(std::uint8_t keycode, std::uint16_t modifiers);
     void ungrabHotKey(std::uint8_t keycode, std::uint16_t modifiers);
-    void grabKeyByKey(std::uint16_t modifiers);
+    void grabAnyKey(std::uint32_t window, std::uint16_t modifiers);
+    void grabAroundOthers(std::uint32_t refused, std::uint16_t modifiers);
     void pollPointer();
 
     std::unique_ptr<Connection> _x;
@@ -75,8 +77,12 @@ private:
     HotKeys::Handler _hotKeyHandler;
     // Per hot key its X key code and core modifier mask.
     std::map<HotKeyId, std::pair<std::uint8_t, std::uint16_t>> _hotKeys;
-    // The capture's any-key grabs not yet answered, by request number, with their modifiers.
-    std::map<unsigned int, std::uint16_t> _anyKeyGrabs;
+    // The capture's any-key grabs not yet answered, by request number, with their window and
+    // modifiers.
+    std::map<unsigned int, std::pair<std::uint32_t, std::uint16_t>> _anyKeyGrabs;
+    // The window focused when the capture started, which holds the combinations that another
+    // client holds on the root; none when the focus was on the root.
+    std::uint32_t _focusWindow = 0;
     std::function<void()> _motion;
     std::unique_ptr<QTimer> _motionPoll;
     std::pair<int, int> _lastPointer {-1, -1};
