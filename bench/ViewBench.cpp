@@ -54,9 +54,10 @@ void render(QWidget *widget, QImage &image)
 void BM_NewResultOf500Labels(benchmark::State &state)
 {
     Result result;
-    QtTargetsWindow window(QRectF(0, 0, 1920, 1080),
-                           std::make_shared<LabelImageCache>(labelColors("original", false), 10, 1),
-                           {true, true, {}});
+    OverlayPool pool({true, true, {}});
+    QtTargetsWindow window(
+        pool, QRectF(0, 0, 1920, 1080),
+        std::make_shared<LabelImageCache>(labelColors("original", false), 10, 1));
     QImage image(1920, 1080, QImage::Format_ARGB32_Premultiplied);
     for (auto _ : state) {
         TargetsView view(result.elements, result.trees, result.labels, false);
@@ -70,9 +71,10 @@ BENCHMARK(BM_NewResultOf500Labels)->Unit(benchmark::kMillisecond);
 void BM_RedrawOf500Labels(benchmark::State &state)
 {
     Result result;
-    QtTargetsWindow window(QRectF(0, 0, 1920, 1080),
-                           std::make_shared<LabelImageCache>(labelColors("original", false), 10, 1),
-                           {true, true, {}});
+    OverlayPool pool({true, true, {}});
+    QtTargetsWindow window(
+        pool, QRectF(0, 0, 1920, 1080),
+        std::make_shared<LabelImageCache>(labelColors("original", false), 10, 1));
     QImage image(1920, 1080, QImage::Format_ARGB32_Premultiplied);
     TargetsView view(result.elements, result.trees, result.labels, false);
     window.show(view);

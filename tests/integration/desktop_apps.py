@@ -143,8 +143,10 @@ def key(*keys):
 
 
 def window_mapped(title):
-    tree = subprocess.run(["xwininfo", "-root", "-tree"], capture_output=True, text=True).stdout
-    return title in tree
+    """Whether a window of that title is on the screen (Tarnvik keeps its overlay, unmapped,
+    for the next session)."""
+    return subprocess.run(["xdotool", "search", "--onlyvisible", "--name", title],
+                          capture_output=True).returncode == 0
 
 
 def screen_pixels():

@@ -1,11 +1,11 @@
-#include <QGuiApplication>
+#include <QApplication>
 
 #include <gtest/gtest.h>
 #include <memory>
 
 namespace {
 
-// Fonts and text layout need an application object; no test needs a real display.
+// Fonts, text layout and widgets need an application object; no test needs a real display.
 class GuiEnvironment : public testing::Environment
 {
 public:
@@ -13,7 +13,7 @@ public:
     {
         if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
             qputenv("QT_QPA_PLATFORM", "offscreen");
-        _application = std::make_unique<QGuiApplication>(_argc, _argv);
+        _application = std::make_unique<QApplication>(_argc, _argv);
     }
     void TearDown() override { _application.reset(); }
 
@@ -21,7 +21,7 @@ private:
     int _argc = 1;
     char _name[21] = "tarnvik_labels_tests";
     char *_argv[2] = {_name, nullptr};
-    std::unique_ptr<QGuiApplication> _application;
+    std::unique_ptr<QApplication> _application;
 };
 
 [[maybe_unused]] testing::Environment *const environment =

@@ -15,7 +15,7 @@ std::unique_ptr<TargetsWindow> QtModeViews::createTargetsWindow(const Screen &sc
     // Kept from session to session until a setting changes how labels look.
     if (!_labelImages || !_labelImages->draws(colors, textSize, screen.scaleFactor))
         _labelImages = std::make_shared<LabelImageCache>(colors, textSize, screen.scaleFactor);
-    return std::make_unique<QtTargetsWindow>(geometry, _labelImages, _environment.overlay);
+    return std::make_unique<QtTargetsWindow>(_overlays, geometry, _labelImages);
 }
 
 std::unique_ptr<SearchBarWindow> QtModeViews::createSearchBar()

@@ -25,6 +25,7 @@ public:
     QtModeViews(const Preferences &preferences, Environment environment)
         : _preferences(preferences)
         , _environment(std::move(environment))
+        , _overlays(_environment.overlay)
     { }
 
     std::unique_ptr<TargetsWindow> createTargetsWindow(const Screen &screen) override;
@@ -34,6 +35,7 @@ private:
     const Preferences &_preferences;
     Environment _environment;
     std::shared_ptr<LabelImageCache> _labelImages;
+    OverlayPool _overlays;
 };
 
 } // namespace tarnvik

@@ -61,6 +61,27 @@ OverlayWidget::OverlayWidget(QRectF geometry, OverlayOptions options,
     makeOverlayWindow(*this, "Tarnvik Labels", geometry.toRect(), _options.hasCompositor);
 }
 
+void OverlayWidget::reset(QRectF geometry, std::shared_ptr<LabelImageCache> cache)
+{
+    _cache = std::move(cache);
+    _ordered = false;
+    setGeometry(geometry.toRect());
+}
+
+void OverlayWidget::end()
+{
+    hide();
+    // A flash cut short completes for no one. Not deleted here: this may run inside its signal.
+    if (_flashAnimation) {
+        QObject::disconnect(_flashAnimation, nullptr, this, nullptr);
+        _flashAnimation->stop();
+    }
+    _flashFrame.reset();
+    _view = nullptr;
+    _layers.clear();
+    _newLabels = false;
+}
+
 CGRect OverlayWidget::screenFrame() const
 {
     const QRect g = geometry();
@@ -192,6 +213,7 @@ void OverlayWidget::flash(std::function<void()> completion)
     }
     _flashFrame = toQt(*focus);
     auto *animation = new QVariantAnimation(this);
+    _flashAnimation = animation;
     animation->setStartValue(0.0);
     animation->setEndValue(1.0);
     animation->setDuration(200);
@@ -208,9 +230,27 @@ void OverlayWidget::flash(std::function<void()> completion)
     refresh();
 }
 
-QtTargetsWindow::QtTargetsWindow(QRectF geometry, std::shared_ptr<LabelImageCache> cache,
-                                 OverlayOptions options)
-    : _widget(new OverlayWidget(geometry, std::move(options), std::move(cache)))
+std::unique_ptr<OverlayWidget> OverlayPool::take(QRectF geometry,
+                                                 std::shared_ptr<LabelImageCache> cache)
+{
+    if (_closed.empty())
+        return std::make_unique<OverlayWidget>(geometry, _options, std::move(cache));
+    auto widget = std::move(_closed.back());
+    _closed.pop_back();
+    widget->reset(geometry, std::move(cache));
+    return widget;
+}
+
+void OverlayPool::giveBack(std::unique_ptr<OverlayWidget> widget)
+{
+    widget->end();
+    _closed.push_back(std::move(widget));
+}
+
+QtTargetsWindow::QtTargetsWindow(OverlayPool &pool, QRectF geometry,
+                                 std::shared_ptr<LabelImageCache> cache)
+    : _pool(pool)
+    , _widget(pool.take(geometry, std::move(cache)))
 { }
 
 QtTargetsWindow::~QtTargetsWindow()
@@ -224,13 +264,11 @@ void QtTargetsWindow::orderFront()
         _widget->orderFront();
 }
 
+// Not deleted: a flash's completion may close the window from inside the flash.
 void QtTargetsWindow::close()
 {
-    if (!_widget)
-        return;
-    _widget->hide();
-    _widget->deleteLater();
-    _widget.clear();
+    if (_widget)
+        _pool.giveBack(std::move(_widget));
 }
 
 void QtTargetsWindow::show(TargetsView &view)

@@ -65,6 +65,10 @@ class OverlayWidget final : public QWidget
 public:
     OverlayWidget(QRectF geometry, OverlayOptions options, std::shared_ptr<LabelImageCache> cache);
 
+    // Hidden, empty and with no flash running.
+    void end();
+    // Ready for a new session at `geometry`, drawing from `cache`; after `end`.
+    void reset(QRectF geometry, std::shared_ptr<LabelImageCache> cache);
     // Shown from now on whenever there is something to show.
     void orderFront();
     // Draws the view's labels from now on, laying them out first.
@@ -91,13 +95,32 @@ private:
     // The flash of a click: the highlight growing by 5 points on each side and fading out.
     std::optional<QRectF> _flashFrame;
     double _flashProgress = 0;
+    QPointer<QVariantAnimation> _flashAnimation;
+};
+
+// Overlay windows kept for the next session once closed: before a new window's first frame
+// reaches the screen, the X window is made and a shared-memory image of the whole screen is
+// allocated and touched page by page, tens of milliseconds on a virtual machine.
+class OverlayPool
+{
+public:
+    explicit OverlayPool(OverlayOptions options)
+        : _options(std::move(options))
+    { }
+    // A closed window made ready for a new session, or a new one.
+    std::unique_ptr<OverlayWidget> take(QRectF geometry, std::shared_ptr<LabelImageCache> cache);
+    // Hidden and kept.
+    void giveBack(std::unique_ptr<OverlayWidget> widget);
+
+private:
+    const OverlayOptions _options;
+    std::vector<std::unique_ptr<OverlayWidget>> _closed;
 };
 
 class QtTargetsWindow final : public TargetsWindow
 {
 public:
-    QtTargetsWindow(QRectF geometry, std::shared_ptr<LabelImageCache> cache,
-                    OverlayOptions options);
+    QtTargetsWindow(OverlayPool &pool, QRectF geometry, std::shared_ptr<LabelImageCache> cache);
     ~QtTargetsWindow() override;
 
     void orderFront() override;
@@ -106,11 +129,11 @@ public:
     void update() override;
     void playClickAnimation(std::function<void()> completion) override;
     // The window itself, for measuring its drawing.
-    QWidget *widget() const { return _widget; }
+    QWidget *widget() const { return _widget.get(); }
 
 private:
-    // Deleted later, not here: a flash's completion may close the window from inside it.
-    QPointer<OverlayWidget> _widget;
+    OverlayPool &_pool;
+    std::unique_ptr<OverlayWidget> _widget;
 };
 
 } // namespace tarnvik

@@ -1,0 +1,128 @@
+// The overlay's window outlives its session, kept for the next one: nothing of one session may
+// show or run in the next.
+#include "click/TargetsView.h"
+#include "click/views/QtTargetsWindow.h"
+#include "labels/LabelTheme.h"
+
+#include <QAbstractAnimation>
+#include <QCoreApplication>
+#include <QImage>
+
+#include <gtest/gtest.h>
+
+namespace tarnvik {
+namespace {
+
+// Qt's animations advanced by hand instead of by the clock.
+class ManualAnimationClock final : public QAnimationDriver
+{
+public:
+    ManualAnimationClock() { install(); }
+    ~ManualAnimationClock() override { uninstall(); }
+    qint64 elapsed() const override { return _now; }
+    void advanceBy(qint64 milliseconds)
+    {
+        // Starting an animation is itself posted.
+        QCoreApplication::processEvents();
+        _now += milliseconds;
+        advance();
+    }
+
+private:
+    qint64 _now = 0;
+};
+
+// A button with the focused label "A", as a session shows it.
+struct Session
+{
+    Session()
+    {
+        auto root = std::make_shared<UIElement>(std::nullopt, "AXWindow", CGPoint {0, 0},
+                                                CGSize {800, 600});
+        auto tree = UITree::make(root);
+        button = std::make_shared<UIElement>(std::nullopt, "AXButton", CGPoint {100, 100},
+                                             CGSize {80, 30});
+        tree->add(button, root->id);
+        trees.frontmostWindowUiTree = tree;
+    }
+    TargetsView view() const { return TargetsView({button}, trees, {"A"}, true); }
+
+    UIElementPtr button;
+    UITrees trees;
+};
+
+// Whether the window draws anything but its white ground (no compositor: it is shaped instead).
+bool drawsSomething(QWidget *widget)
+{
+    QImage image(widget->size(), QImage::Format_RGB32);
+    image.fill(Qt::white);
+    widget->render(&image);
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (image.pixel(x, y) != qRgb(255, 255, 255))
+                return true;
+    return false;
+}
+
+class OverlayPoolTest : public testing::Test
+{
+protected:
+    OverlayPool pool {OverlayOptions {false, true, {}}};
+    std::shared_ptr<LabelImageCache> labels =
+        std::make_shared<LabelImageCache>(labelColors("original", false), 10, 1);
+    Session session;
+};
+
+TEST_F(OverlayPoolTest, TheNextSessionGetsTheClosedWindowHiddenAndEmpty)
+{
+    QWidget *first = nullptr;
+    {
+        QtTargetsWindow window(pool, QRectF(0, 0, 800, 600), labels);
+        window.orderFront();
+        auto view = session.view();
+        window.show(view);
+        first = window.widget();
+        EXPECT_TRUE(first->isVisible());
+        EXPECT_TRUE(drawsSomething(first));
+    }
+    EXPECT_FALSE(first->isVisible());
+
+    QtTargetsWindow next(pool, QRectF(0, 0, 640, 480), labels);
+    ASSERT_EQ(next.widget(), first);
+    EXPECT_EQ(first->geometry(), QRect(0, 0, 640, 480));
+    next.orderFront();
+    EXPECT_FALSE(first->isVisible()) << "nothing to show before the new labels";
+    EXPECT_FALSE(drawsSomething(first)) << "the last session's labels are gone";
+
+    QtTargetsWindow alongside(pool, QRectF(0, 0, 640, 480), labels);
+    EXPECT_NE(alongside.widget(), first) << "a window in use is not handed out twice";
+}
+
+TEST_F(OverlayPoolTest, AFlashCutShortByClosingCompletesForNoOne)
+{
+    ManualAnimationClock clock;
+    int completed = 0;
+    {
+        QtTargetsWindow window(pool, QRectF(0, 0, 800, 600), labels);
+        window.orderFront();
+        auto view = session.view();
+        window.show(view);
+        window.playClickAnimation([&completed] { ++completed; });
+        clock.advanceBy(100);
+    }
+    clock.advanceBy(300);
+    EXPECT_EQ(completed, 0);
+
+    QtTargetsWindow next(pool, QRectF(0, 0, 800, 600), labels);
+    next.orderFront();
+    auto view = session.view();
+    next.show(view);
+    next.playClickAnimation([&completed] { ++completed; });
+    clock.advanceBy(100);
+    EXPECT_EQ(completed, 0);
+    clock.advanceBy(150);
+    EXPECT_EQ(completed, 1) << "a flash left to run completes";
+}
+
+} // namespace
+} // namespace tarnvik
