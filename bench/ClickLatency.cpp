@@ -8,11 +8,6 @@
 // (bench/click/latency sets it up). Prints, per run and as medians, the time until the overlay
 // first shows and until the labels' yellow shows: the first frames of the fade-in are paler.
 
-#include <xcb/xcb.h>
-#include <xcb/xtest.h>
-#include <xkbcommon/xkbcommon-x11.h>
-#include <xkbcommon/xkbcommon.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
@@ -26,6 +21,10 @@
 #include <thread>
 #include <unistd.h>
 #include <vector>
+#include <xcb/xcb.h>
+#include <xcb/xtest.h>
+#include <xkbcommon/xkbcommon-x11.h>
+#include <xkbcommon/xkbcommon.h>
 
 namespace {
 
@@ -40,7 +39,8 @@ public:
     explicit FrameBuffer(const char *path)
     {
         const int fd = open(path, O_RDONLY);
-        struct stat info {};
+        struct stat info
+        { };
         if (fd < 0 || fstat(fd, &info) != 0)
             return;
         _size = static_cast<std::size_t>(info.st_size);
@@ -108,13 +108,12 @@ public:
     {
         if (xcb_connection_has_error(_c))
             return;
-        xkb_x11_setup_xkb_extension(_c, XKB_X11_MIN_MAJOR_XKB_VERSION,
-                                    XKB_X11_MIN_MINOR_XKB_VERSION,
-                                    XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr,
-                                    nullptr, nullptr);
+        xkb_x11_setup_xkb_extension(
+            _c, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
+            XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, nullptr, nullptr);
         auto *context = xkb_context_new(XKB_CONTEXT_NO_FLAGS);
-        _keymap = xkb_x11_keymap_new_from_device(context, _c, xkb_x11_get_core_keyboard_device_id(_c),
-                                                 XKB_KEYMAP_COMPILE_NO_FLAGS);
+        _keymap = xkb_x11_keymap_new_from_device(
+            context, _c, xkb_x11_get_core_keyboard_device_id(_c), XKB_KEYMAP_COMPILE_NO_FLAGS);
         xkb_context_unref(context);
     }
     ~Keyboard()
@@ -185,8 +184,9 @@ int main(int argc, char **argv)
     const auto space = keyboard.valid() ? keyboard.key(XKB_KEY_space) : std::nullopt;
     const auto escape = keyboard.valid() ? keyboard.key(XKB_KEY_Escape) : std::nullopt;
     if (!screen.valid() || !shift || !super || !space || !escape) {
-        std::fputs("tarnvik_click_latency: needs a virtual desktop (DISPLAY, TARNVIK_FRAMEBUFFER)\n",
-                   stderr);
+        std::fputs(
+            "tarnvik_click_latency: needs a virtual desktop (DISPLAY, TARNVIK_FRAMEBUFFER)\n",
+            stderr);
         return 2;
     }
 
@@ -213,7 +213,8 @@ int main(int argc, char **argv)
 
         const auto start = Clock::now();
         keyboard.chord({*shift, *super, *space});
-        const auto first = watch(screen, start, [&](const auto &now) { return changed(now) >= 50; });
+        const auto first =
+            watch(screen, start, [&](const auto &now) { return changed(now) >= 50; });
         const auto full = watch(screen, start, [&](const auto &now) {
             return std::size_t(std::count_if(now.begin(), now.end(), isLabelYellow))
                 >= yellowBefore + 50;
@@ -227,17 +228,17 @@ int main(int argc, char **argv)
                     *full);
         shown.push_back(*first);
         yellow.push_back(*full);
-        const auto gone = watch(screen, Clock::now(), [&](const auto &now) {
-            return changed(now) < 50;
-        });
+        const auto gone =
+            watch(screen, Clock::now(), [&](const auto &now) { return changed(now) < 50; });
         if (!gone) {
             std::fputs("the overlay stayed after Escape\n", stderr);
             return 1;
         }
         std::this_thread::sleep_for(200ms);
     }
-    std::printf("runs %d: median overlay shown %.1f ms (min %.1f, max %.1f), labels yellow %.1f ms\n",
-                runs, median(shown), *std::min_element(shown.begin(), shown.end()),
-                *std::max_element(shown.begin(), shown.end()), median(yellow));
+    std::printf(
+        "runs %d: median overlay shown %.1f ms (min %.1f, max %.1f), labels yellow %.1f ms\n", runs,
+        median(shown), *std::min_element(shown.begin(), shown.end()),
+        *std::max_element(shown.begin(), shown.end()), median(yellow));
     return 0;
 }

@@ -89,8 +89,8 @@ struct Node
     std::optional<ObjectRef> parent;
     std::optional<std::vector<ObjectRef>> children;
     std::optional<Extents> extents;
-    std::optional<int> actionCount;
-    std::vector<std::optional<std::string>> actionNames;
+    // The names of the object's actions in their order; empty without the action interface.
+    std::optional<std::vector<std::string>> actionNames;
     std::optional<std::string> text;
     std::optional<std::map<std::string, std::string>> attributes;
     std::optional<std::string> id;
@@ -433,13 +433,6 @@ private:
         const unsigned missing = own & ~n.fetched;
         if (missing)
             work.emplace_back(o, missing);
-        if (n.actionCount && (needs & NActions)) {
-            for (int i = 1; i < *n.actionCount && i < 32; ++i) {
-                if (static_cast<std::size_t>(i) >= n.actionNames.size()
-                    || !n.actionNames[static_cast<std::size_t>(i)])
-                    work.emplace_back(o, NActions | (static_cast<unsigned>(i) << 16));
-            }
-        }
         // What others must answer for this one.
         auto needFrom = [&](const ObjectRef &other, unsigned what) {
             Node &m = nodes[other.key()];
@@ -465,7 +458,6 @@ private:
         std::string key;
         std::string service;
         unsigned need;
-        int index;
         PendingCall call;
     };
 
@@ -476,16 +468,9 @@ private:
         for (const auto &[o, needs] : work) {
             const int t = timeoutFor(o);
             const std::string key = o.key();
-            auto add = [&](unsigned need, PendingCall call, int index = 0) {
-                pending.push_back(Call {key, o.service, need, index, std::move(call)});
+            auto add = [&](unsigned need, PendingCall call) {
+                pending.push_back(Call {key, o.service, need, std::move(call)});
             };
-            const auto actionIndex = static_cast<int>(needs >> 16);
-            if (actionIndex > 0) {
-                add(NActions,
-                    bus.call(o, actionInterface, "GetName", {std::int32_t {actionIndex}}, t),
-                    actionIndex);
-                continue;
-            }
             if (needs & NRole)
                 add(NRole, bus.call(o, accessibleInterface, "GetRole", {}, t));
             if (needs & NStates)
@@ -501,11 +486,9 @@ private:
             if (needs & NExtents)
                 add(NExtents,
                     bus.call(o, componentInterface, "GetExtents", {std::uint32_t {0}}, t));
-            if (needs & NActions) {
-                // The first name is asked for at once: most controls have one action.
-                add(NActions, bus.property(o, actionInterface, "NActions", t), -1);
-                add(NActions, bus.call(o, actionInterface, "GetName", {std::int32_t {0}}, t), 0);
-            }
+            // All names in one call, rather than their count and then each name.
+            if (needs & NActions)
+                add(NActions, bus.call(o, actionInterface, "GetActions", {}, t));
             if (needs & NText)
                 add(NText,
                     bus.call(o, textInterface, "GetText", {std::int32_t {0}, std::int32_t {-1}},
@@ -525,8 +508,7 @@ private:
     void store(Call &p)
     {
         Node &n = nodes[p.key];
-        if (p.index <= 0)
-            n.fetched |= p.need;
+        n.fetched |= p.need;
         if (p.call.isError()) {
             const std::string error = p.call.errorName();
             // "No such object" means gone only as the answer to what every object answers:
@@ -536,8 +518,8 @@ private:
                 applications[p.service].unresponsive = true;
             else if (isApplicationGone(error) || (universal && error == DBUS_ERROR_UNKNOWN_OBJECT))
                 n.gone = true;
-            else if (p.need == NActions && p.index == -1)
-                n.actionCount = 0;
+            else if (p.need == NActions)
+                n.actionNames.emplace();
             return;
         }
         DBusMessage *m = p.call.reply();
@@ -565,14 +547,7 @@ private:
             n.extents = readExtents(m);
             break;
         case NActions:
-            if (p.index == -1) {
-                n.actionCount = readIntVariant(m).value_or(0);
-            } else {
-                const auto i = static_cast<std::size_t>(p.index);
-                if (n.actionNames.size() <= i)
-                    n.actionNames.resize(i + 1);
-                n.actionNames[i] = readString(m);
-            }
+            n.actionNames = readActionNames(m).value_or(std::vector<std::string> {});
             break;
         case NText:
             n.text = readString(m);
@@ -623,7 +598,7 @@ private:
             n.interfaces = item.interfaces;
             n.fetched |= NRole | NStates | NName | NDescription | NParent;
             if (!n.implements(actionInterface)) {
-                n.actionCount = 0;
+                n.actionNames.emplace();
                 n.fetched |= NActions;
             }
             // GTK 4 counts no children of the application itself; its windows are asked for.
@@ -940,11 +915,8 @@ AXResult<ValueArray> AtspiAccessibility::copyActionNames(const AXUIElement &elem
         return *failure;
     const Node n = _state->node(*ref);
     ValueArray names;
-    for (int i = 0; i < n.actionCount.value_or(0); ++i) {
-        const auto index = static_cast<std::size_t>(i);
-        if (index < n.actionNames.size() && n.actionNames[index])
-            names.push_back(axActionName(*n.actionNames[index]));
-    }
+    for (const auto &name : n.actionNames.value_or(std::vector<std::string> {}))
+        names.push_back(axActionName(name));
     return names;
 }
 
@@ -1047,13 +1019,12 @@ AXError AtspiAccessibility::performAction(const AXUIElement &element, const std:
     if (auto failure = _state->failure(*ref))
         return *failure;
     const Node n = _state->node(*ref);
-    for (int i = 0; i < n.actionCount.value_or(0); ++i) {
-        const auto index = static_cast<std::size_t>(i);
-        if (index >= n.actionNames.size() || !n.actionNames[index]
-            || axActionName(*n.actionNames[index]) != action)
+    const auto names = n.actionNames.value_or(std::vector<std::string> {});
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (axActionName(names[i]) != action)
             continue;
-        auto reply = _state->bus.call(*ref, actionInterface, "DoAction", {std::int32_t {i}},
-                                      _state->timeoutFor(*ref));
+        auto reply = _state->bus.call(*ref, actionInterface, "DoAction",
+                                      {static_cast<std::int32_t>(i)}, _state->timeoutFor(*ref));
         return readBool(reply.reply()).value_or(false) ? AXError::Success : AXError::CannotComplete;
     }
     return AXError::ActionUnsupported;

@@ -260,6 +260,25 @@ std::optional<std::map<std::string, std::string>> readStringMap(DBusMessage *m)
     return ok ? std::optional(values) : std::nullopt;
 }
 
+std::optional<std::vector<std::string>> readActionNames(DBusMessage *m)
+{
+    DBusMessageIter i;
+    if (!first(m, i))
+        return std::nullopt;
+    std::vector<std::string> names;
+    const bool ok = forEach(i, [&](DBusMessageIter &e) {
+        if (dbus_message_iter_get_arg_type(&e) != DBUS_TYPE_STRUCT)
+            return false;
+        DBusMessageIter action;
+        dbus_message_iter_recurse(&e, &action);
+        auto name = text(action);
+        if (name)
+            names.push_back(std::move(*name));
+        return name.has_value();
+    });
+    return ok ? std::optional(names) : std::nullopt;
+}
+
 std::optional<std::vector<CacheItem>> readCacheItems(DBusMessage *m)
 {
     DBusMessageIter i;

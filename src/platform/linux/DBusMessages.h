@@ -81,6 +81,8 @@ std::optional<std::vector<ObjectRef>> readObjects(DBusMessage *m);
 std::optional<Extents> readExtents(DBusMessage *m);
 std::optional<std::vector<std::uint32_t>> readUints(DBusMessage *m);
 std::optional<std::map<std::string, std::string>> readStringMap(DBusMessage *m);
+// The names of `Action.GetActions`' (name, description, key binding) triples.
+std::optional<std::vector<std::string>> readActionNames(DBusMessage *m);
 std::optional<std::vector<CacheItem>> readCacheItems(DBusMessage *m);
 
 } // namespace tarnvik::linux
