@@ -5,6 +5,7 @@ the application itself reports through AT-SPI."""
 import os
 import signal
 import subprocess
+import tempfile
 import time
 import unittest
 
@@ -144,6 +145,44 @@ class Gtk3WidgetFactory(unittest.TestCase):
         os.kill(self.pid, signal.SIGKILL)
         _, errors = reader.communicate(timeout=60)
         self.assertIn(reader.returncode, (0, 1), errors)
+
+
+class Gtk3InGerman(unittest.TestCase):
+    """GTK 3 translates the names of its actions where a program asks for all of them at once;
+    Tarnvik must still know a button's click for what it is."""
+
+    def setUp(self):
+        locales = tempfile.mkdtemp(prefix="tarnvik-locale-")
+        self.addCleanup(subprocess.run, ["rm", "-rf", locales])
+        subprocess.run(["localedef", "-i", "de_DE", "-f", "UTF-8",
+                        os.path.join(locales, "de_DE.UTF-8")], check=True)
+        german = dict(os.environ, LOCPATH=locales, LANG="de_DE.UTF-8", LANGUAGE="de")
+        self.app = Application(lambda home: ["env", *(f"{k}={v}" for k, v in german.items()),
+                                             "gtk3-widget-factory"])
+        self.addCleanup(self.app.stop)
+        poll("its window in front", lambda: activate({self.app.process.pid}))
+
+    def test_translated_action_names_are_read_untranslated(self):
+        def a_button():
+            for application in pyatspi.Registry.getDesktop(0):
+                if application is not None and application.get_process_id() == \
+                        self.app.process.pid:
+                    return pyatspi.findDescendant(
+                        application, lambda a: a.getRole() == pyatspi.ROLE_PUSH_BUTTON)
+            return None
+        action = poll("a button on the accessibility bus", a_button).queryAction()
+        self.assertEqual(action.getName(0), "click")
+        self.assertEqual(action.getLocalizedName(0), "Klicken", "the application speaks German")
+
+        tree = subprocess.run([TARNVIK, "tree"], capture_output=True, text=True,
+                              check=True).stdout
+        buttons = [line for line in tree.splitlines() if "role=AXButton," in line]
+        self.assertGreater(len(buttons), 5)
+        self.assertEqual([b for b in buttons if 'actions=["AXPress"]' not in b], [])
+        # Clicks, activations and toggles of every kind of control.
+        self.assertGreater(tree.count('actions=["AXPress"]'), 40)
+        for translated in ("Klicken", "Aktivieren", "Umschalten", "Drücken"):
+            self.assertNotIn(translated, tree)
 
 
 if __name__ == "__main__":

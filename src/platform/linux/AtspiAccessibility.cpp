@@ -78,6 +78,8 @@ enum Need : unsigned {
     NContext = 1u << 12,
 };
 
+using ActionNames = std::vector<std::optional<std::string>>;
+
 struct Node
 {
     unsigned fetched = 0;
@@ -89,8 +91,9 @@ struct Node
     std::optional<ObjectRef> parent;
     std::optional<std::vector<ObjectRef>> children;
     std::optional<Extents> extents;
-    // The names of the object's actions in their order; empty without the action interface.
-    std::optional<std::vector<std::string>> actionNames;
+    // The names of the object's actions in their order, each known or still to be read; empty
+    // without the action interface.
+    std::optional<ActionNames> actionNames;
     std::optional<std::string> text;
     std::optional<std::map<std::string, std::string>> attributes;
     std::optional<std::string> id;
@@ -433,6 +436,12 @@ private:
         const unsigned missing = own & ~n.fetched;
         if (missing)
             work.emplace_back(o, missing);
+        if (n.actionNames && (needs & NActions)) {
+            for (std::size_t i = 0; i < n.actionNames->size() && i < 32; ++i) {
+                if (!(*n.actionNames)[i])
+                    work.emplace_back(o, NActions | (static_cast<unsigned>(i + 1) << 16));
+            }
+        }
         // What others must answer for this one.
         auto needFrom = [&](const ObjectRef &other, unsigned what) {
             Node &m = nodes[other.key()];
@@ -458,6 +467,8 @@ private:
         std::string key;
         std::string service;
         unsigned need;
+        // For one action's name, its index plus one.
+        unsigned action;
         PendingCall call;
     };
 
@@ -468,9 +479,16 @@ private:
         for (const auto &[o, needs] : work) {
             const int t = timeoutFor(o);
             const std::string key = o.key();
-            auto add = [&](unsigned need, PendingCall call) {
-                pending.push_back(Call {key, o.service, need, std::move(call)});
+            auto add = [&](unsigned need, PendingCall call, unsigned action = 0) {
+                pending.push_back(Call {key, o.service, need, action, std::move(call)});
             };
+            if (const unsigned action = needs >> 16) {
+                add(NActions,
+                    bus.call(o, actionInterface, "GetName", {static_cast<std::int32_t>(action - 1)},
+                             t),
+                    action);
+                continue;
+            }
             if (needs & NRole)
                 add(NRole, bus.call(o, accessibleInterface, "GetRole", {}, t));
             if (needs & NStates)
@@ -486,7 +504,8 @@ private:
             if (needs & NExtents)
                 add(NExtents,
                     bus.call(o, componentInterface, "GetExtents", {std::uint32_t {0}}, t));
-            // All names in one call, rather than their count and then each name.
+            // All names in one call. ATK and Qt translate these names, so a name that is not
+            // one of the known ones in English is read again untranslated, one by one.
             if (needs & NActions)
                 add(NActions, bus.call(o, actionInterface, "GetActions", {}, t));
             if (needs & NText)
@@ -518,7 +537,7 @@ private:
                 applications[p.service].unresponsive = true;
             else if (isApplicationGone(error) || (universal && error == DBUS_ERROR_UNKNOWN_OBJECT))
                 n.gone = true;
-            else if (p.need == NActions)
+            else if (p.need == NActions && !p.action)
                 n.actionNames.emplace();
             return;
         }
@@ -547,7 +566,17 @@ private:
             n.extents = readExtents(m);
             break;
         case NActions:
-            n.actionNames = readActionNames(m).value_or(std::vector<std::string> {});
+            if (p.action) {
+                (*n.actionNames)[p.action - 1] = readString(m).value_or(std::string());
+                break;
+            }
+            n.actionNames.emplace();
+            for (auto &name : readActionNames(m).value_or(std::vector<std::string> {})) {
+                if (isKnownActionName(name))
+                    n.actionNames->emplace_back(std::move(name));
+                else
+                    n.actionNames->emplace_back();
+            }
             break;
         case NText:
             n.text = readString(m);
@@ -915,8 +944,10 @@ AXResult<ValueArray> AtspiAccessibility::copyActionNames(const AXUIElement &elem
         return *failure;
     const Node n = _state->node(*ref);
     ValueArray names;
-    for (const auto &name : n.actionNames.value_or(std::vector<std::string> {}))
-        names.push_back(axActionName(name));
+    for (const auto &name : n.actionNames.value_or(ActionNames {})) {
+        if (name)
+            names.push_back(axActionName(*name));
+    }
     return names;
 }
 
@@ -1019,9 +1050,9 @@ AXError AtspiAccessibility::performAction(const AXUIElement &element, const std:
     if (auto failure = _state->failure(*ref))
         return *failure;
     const Node n = _state->node(*ref);
-    const auto names = n.actionNames.value_or(std::vector<std::string> {});
+    const auto names = n.actionNames.value_or(ActionNames {});
     for (std::size_t i = 0; i < names.size(); ++i) {
-        if (axActionName(names[i]) != action)
+        if (!names[i] || axActionName(*names[i]) != action)
             continue;
         auto reply = _state->bus.call(*ref, actionInterface, "DoAction",
                                       {static_cast<std::int32_t>(i)}, _state->timeoutFor(*ref));

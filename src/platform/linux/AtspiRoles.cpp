@@ -291,6 +291,11 @@ std::string axActionName(const std::string &atspiName)
     return atspiName;
 }
 
+bool isKnownActionName(const std::string &atspiName)
+{
+    return axActionName(atspiName) != atspiName;
+}
+
 std::string withoutMnemonic(const std::string &name)
 {
     if (name.find('_') == std::string::npos)

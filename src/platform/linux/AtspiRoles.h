@@ -119,6 +119,8 @@ bool isWindowRole(std::uint32_t atspiRole);
 // The action vocabulary: "click", "press", "activate", "jump", "toggle" and "doDefault" are
 // "AXPress", "showmenu" and "menu" are "AXShowMenu"; any other name stays as it is.
 std::string axActionName(const std::string &atspiName);
+// Whether the action name is one of those `axActionName` knows, whatever its case.
+bool isKnownActionName(const std::string &atspiName);
 
 // GTK 4 marks mnemonics in names ("Page _1"); the name a person reads has no underscore.
 std::string withoutMnemonic(const std::string &name);
