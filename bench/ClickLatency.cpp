@@ -39,12 +39,14 @@ public:
     explicit FrameBuffer(const char *path)
     {
         const int fd = open(path, O_RDONLY);
-        struct stat info
-        { };
-        if (fd < 0 || fstat(fd, &info) != 0)
+        if (fd < 0)
             return;
-        _size = static_cast<std::size_t>(info.st_size);
-        void *data = mmap(nullptr, _size, PROT_READ, MAP_SHARED, fd, 0);
+        struct stat info = {};
+        void *data = MAP_FAILED;
+        if (fstat(fd, &info) == 0) {
+            _size = static_cast<std::size_t>(info.st_size);
+            data = mmap(nullptr, _size, PROT_READ, MAP_SHARED, fd, 0);
+        }
         close(fd);
         if (data == MAP_FAILED)
             return;

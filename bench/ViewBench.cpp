@@ -45,47 +45,49 @@ struct Result
     std::vector<std::string> labels;
 };
 
-void render(QWidget *widget, QImage &image)
+// The overlay of a 1920 by 1080 screen, drawn into an image as the screen would get it.
+struct Overlay
 {
-    image.fill(Qt::transparent);
-    widget->render(&image);
-}
+    void draw()
+    {
+        image.fill(Qt::transparent);
+        window.widget()->render(&image);
+        benchmark::DoNotOptimize(image.constBits());
+    }
+
+    Result result;
+    OverlayPool pool {OverlayOptions {true, true, {}}};
+    QtTargetsWindow window {
+        pool, QRectF(0, 0, 1920, 1080),
+        std::make_shared<LabelImageCache>(labelColors("original", false), 10, 1)};
+    QImage image {1920, 1080, QImage::Format_ARGB32_Premultiplied};
+};
 
 void BM_NewResultOf500Labels(benchmark::State &state)
 {
-    Result result;
-    OverlayPool pool({true, true, {}});
-    QtTargetsWindow window(
-        pool, QRectF(0, 0, 1920, 1080),
-        std::make_shared<LabelImageCache>(labelColors("original", false), 10, 1));
-    QImage image(1920, 1080, QImage::Format_ARGB32_Premultiplied);
+    Overlay overlay;
+    const Result &result = overlay.result;
     for (auto _ : state) {
         TargetsView view(result.elements, result.trees, result.labels, false);
-        window.show(view);
-        render(window.widget(), image);
-        benchmark::DoNotOptimize(image.constBits());
+        overlay.window.show(view);
+        overlay.draw();
     }
 }
 BENCHMARK(BM_NewResultOf500Labels)->Unit(benchmark::kMillisecond);
 
 void BM_RedrawOf500Labels(benchmark::State &state)
 {
-    Result result;
-    OverlayPool pool({true, true, {}});
-    QtTargetsWindow window(
-        pool, QRectF(0, 0, 1920, 1080),
-        std::make_shared<LabelImageCache>(labelColors("original", false), 10, 1));
-    QImage image(1920, 1080, QImage::Format_ARGB32_Premultiplied);
+    Overlay overlay;
+    const Result &result = overlay.result;
     TargetsView view(result.elements, result.trees, result.labels, false);
-    window.show(view);
-    render(window.widget(), image);
+    overlay.window.show(view);
+    overlay.draw();
     bool marked = false;
     for (auto _ : state) {
         marked = !marked;
         view.setLabelQuery(marked ? "S" : "");
-        window.update();
-        render(window.widget(), image);
-        benchmark::DoNotOptimize(image.constBits());
+        overlay.window.update();
+        overlay.draw();
     }
 }
 BENCHMARK(BM_RedrawOf500Labels)->Unit(benchmark::kMillisecond);

@@ -64,7 +64,6 @@ OverlayWidget::OverlayWidget(QRectF geometry, OverlayOptions options,
 void OverlayWidget::reset(QRectF geometry, std::shared_ptr<LabelImageCache> cache)
 {
     _cache = std::move(cache);
-    _ordered = false;
     setGeometry(geometry.toRect());
 }
 
@@ -77,6 +76,7 @@ void OverlayWidget::end()
         _flashAnimation->stop();
     }
     _flashFrame.reset();
+    _ordered = false;
     _view = nullptr;
     _layers.clear();
     _newLabels = false;

@@ -65,7 +65,7 @@ class OverlayWidget final : public QWidget
 public:
     OverlayWidget(QRectF geometry, OverlayOptions options, std::shared_ptr<LabelImageCache> cache);
 
-    // Hidden, empty and with no flash running.
+    // Hidden, empty, not to be shown and with no flash running.
     void end();
     // Ready for a new session at `geometry`, drawing from `cache`; after `end`.
     void reset(QRectF geometry, std::shared_ptr<LabelImageCache> cache);

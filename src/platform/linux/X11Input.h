@@ -37,7 +37,8 @@ public:
     static std::unique_ptr<X11Input> connect(std::function<double()> doubleClickInterval);
     ~X11Input() override;
 
-    // Answers at once: the grabs are settled while the session starts.
+    // Answers after one round trip, for the focus: the grabs are settled while the session
+    // starts.
     bool start(KeyboardCapture::Handler handler) override;
     void stop() override;
     std::string translate(std::uint16_t keyCode) override;
