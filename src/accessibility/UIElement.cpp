@@ -52,22 +52,6 @@ std::optional<T> slot(const Value &v)
     return std::nullopt;
 }
 
-std::optional<std::vector<std::string>> readActions(Accessibility &ax, const AXUIElement &ref)
-{
-    auto names = ax.copyActionNames(ref);
-    if (!names.ok())
-        return std::nullopt;
-    std::vector<std::string> actions;
-    actions.reserve(names.value().size());
-    for (const auto &name : names.value()) {
-        const auto *s = name.get<std::string>();
-        if (!s)
-            return std::nullopt;
-        actions.push_back(*s);
-    }
-    return actions;
-}
-
 // Slots 0 to 2 (role, position, size) are compulsory; the caller fills the rest from the batch.
 UIElementPtr fetch(Accessibility &ax, const AXUIElement &ref, const std::vector<std::string> &names,
                    ValueArray &slots)
@@ -82,7 +66,8 @@ UIElementPtr fetch(Accessibility &ax, const AXUIElement &ref, const std::vector<
     if (!role || !position || !size)
         return nullptr;
     auto element = std::make_shared<UIElement>(ref, *role, *position, *size);
-    element->actions = readActions(ax, ref);
+    if (UIElement::actionsDecideActionable(*role))
+        element->actions = UIElement::readActions(ax, ref);
     element->subrole = slot<std::string>(slots[3]);
     return element;
 }
@@ -170,6 +155,28 @@ UIElement::UIElement(std::optional<AXUIElement> handle, std::string axRole, CGPo
     , size(extent)
 { }
 
+bool UIElement::actionsDecideActionable(const std::string &role)
+{
+    return role != "AXImage" && !actionableRoles().contains(role);
+}
+
+std::optional<std::vector<std::string>> UIElement::readActions(Accessibility &ax,
+                                                               const AXUIElement &ref)
+{
+    auto names = ax.copyActionNames(ref);
+    if (!names.ok())
+        return std::nullopt;
+    std::vector<std::string> actions;
+    actions.reserve(names.value().size());
+    for (const auto &name : names.value()) {
+        const auto *s = name.get<std::string>();
+        if (!s)
+            return std::nullopt;
+        actions.push_back(*s);
+    }
+    return actions;
+}
+
 bool UIElement::isActionable() const
 {
     const auto &table = actionableRoles();
@@ -240,7 +247,8 @@ void UIElement::loadSearchAttributes(Accessibility &ax, UIElement &element)
 void UIElement::prefetch(Accessibility &ax, const std::vector<AXUIElement> &refs, bool full,
                          bool walkedInto)
 {
-    ax.prefetch(refs, {full ? fullAttributes : lightAttributes, true, walkedInto});
+    ax.prefetch(refs,
+                {full ? fullAttributes : lightAttributes, actionsDecideActionable, walkedInto});
 }
 
 std::string makeUuidString()

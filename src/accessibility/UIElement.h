@@ -38,7 +38,8 @@ public:
     std::optional<bool> enabled;
     std::optional<CGPoint> activationPoint;
     std::optional<std::string> identifier;
-    // Absent when they could not be read.
+    // Read where they decide `isActionable` (see `actionsDecideActionable`); absent elsewhere and
+    // when they could not be read.
     std::optional<std::vector<std::string>> actions;
     std::optional<std::vector<std::string>> attributes;
     // Path of the icon image of an application thumbnail.
@@ -53,6 +54,13 @@ public:
 
     // Whether an element of this kind may carry a label at all.
     bool isActionable() const;
+    // Whether `isActionable` looks at the action names of an element of this role. Most roles
+    // decide by themselves, and reading names that decide nothing cost a browser page half of
+    // its calls.
+    static bool actionsDecideActionable(const std::string &role);
+    // The element's action names as the platform gives them now; absent if one can't be read.
+    static std::optional<std::vector<std::string>> readActions(Accessibility &ax,
+                                                               const AXUIElement &ref);
 
     std::string debugDescription() const;
 

@@ -33,13 +33,16 @@ QJsonValue jsonText(const std::optional<std::string> &s)
     return s ? QJsonValue(QString::fromStdString(*s)) : QJsonValue(QJsonValue::Null);
 }
 
-void printTree(const UITree &tree, const std::string &id, int depth)
+// Every element is printed with its action names, read now where the building didn't need them.
+void printTree(Accessibility &ax, const UITree &tree, const std::string &id, int depth)
 {
-    const auto e = tree.element(id);
+    UIElement e = *tree.element(id);
+    if (!e.actions && e.ref)
+        e.actions = UIElement::readActions(ax, *e.ref);
     std::printf("%*s%s%s\n", depth * 2, "", tree.isVisible(id) ? "" : "(hidden) ",
-                e->debugDescription().c_str());
+                e.debugDescription().c_str());
     for (const auto &child : tree.childIds(id).value_or(std::vector<std::string> {}))
-        printTree(tree, child, depth + 1);
+        printTree(ax, tree, child, depth + 1);
 }
 
 } // namespace
@@ -86,7 +89,7 @@ int TargetsCommand::run(const Options &options)
 
     if (options.tree) {
         for (const auto &tree : reading->trees.allTrees())
-            printTree(*tree, tree->rootId(), 0);
+            printTree(ax, *tree, tree->rootId(), 0);
         return 0;
     }
 

@@ -27,10 +27,11 @@ void ClickUtils::click(int clickCount)
     // all: their action is the reliable press.
     const bool pressable = role == "AXMenuBarItem" || role == "AXMenuItem"
         || (inOverlay && (role == "AXButton" || role == "AXCheckBox"));
-    const auto &actions = _element->actions;
-    if (pressable && actions
-        && std::find(actions->begin(), actions->end(), AXPressAction) != actions->end()
-        && _element->ref) {
+    // Their action names decide nothing in a tree's building, so they are read only now.
+    const auto actions = pressable && _element->ref
+        ? UIElement::readActions(_services.ax, *_element->ref)
+        : std::nullopt;
+    if (actions && std::find(actions->begin(), actions->end(), AXPressAction) != actions->end()) {
         _services.ax.performAction(*_element->ref, AXPressAction);
         return;
     }

@@ -66,13 +66,13 @@ public:
     // Whether this program may read and drive other applications at all.
     virtual bool isProcessTrusted() = 0;
 
-    // What is about to be read of some elements: these attributes, with `actionNames` their
-    // action names, and with `showingDescendants` the same of everything showing below them,
-    // since the caller will walk into them.
+    // What is about to be read of some elements: these attributes, the action names of those
+    // whose role `actionNamesOf` accepts (none without it), and with `showingDescendants` the
+    // same of everything showing below them, since the caller will walk into them.
     struct ReadAhead
     {
         const std::vector<std::string> &attributes;
-        bool actionNames = true;
+        bool (*actionNamesOf)(const std::string &role) = nullptr;
         bool showingDescendants = false;
     };
 

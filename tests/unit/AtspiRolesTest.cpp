@@ -54,6 +54,7 @@ TEST(AtspiRoles, ActionNamesAndMnemonics)
     for (const char *press : {"click", "Press", "activate", "jump", "toggle", "doDefault"})
         EXPECT_EQ(axActionName(press), "AXPress") << press;
     EXPECT_EQ(axActionName("showmenu"), "AXShowMenu");
+    EXPECT_EQ(axActionName("showContextMenu"), "AXShowMenu");
     EXPECT_EQ(axActionName("expand or contract"), "expand or contract");
     EXPECT_EQ(withoutMnemonic("Page _1"), "Page 1");
     EXPECT_EQ(withoutMnemonic("snake__case"), "snake_case");

@@ -424,25 +424,55 @@ TEST_F(ModeTest, ChainClicksBringLabelsBackUntilATextFieldIsClicked)
     EXPECT_FALSE(mode.active());
 }
 
-TEST(ClickPosition, LinksAreClickedNearTheirEndWhenTheCentreMissesThem)
+class ClickUtilsTest : public ::testing::Test
 {
+protected:
+    // The element, read whole as a tree building reads it, with a clicker for it.
+    std::shared_ptr<ClickUtils> clickerFor(const fake::FakeElement &target)
+    {
+        auto root = UIElement::fullElement(desktop, window.ref());
+        auto tree = UITree::make(root);
+        auto element = UIElement::fullElement(desktop, target.ref());
+        EXPECT_TRUE(tree->add(element, root->id));
+        UITrees trees;
+        trees.frontmostWindowUiTree = tree;
+        return std::make_shared<ClickUtils>(
+            ClickUtils::Services {desktop, input, desktop.scheduler()}, element, trees);
+    }
+
     fake::FakeDesktop desktop;
     fake::FakeInput input;
-    auto &app = desktop.addApplication({.processIdentifier = 1});
-    auto window = app.addWindow(makeRect(0, 0, 400, 400));
+    fake::FakeApplication &app = desktop.addApplication({.processIdentifier = 1});
+    fake::FakeElement window = app.addWindow(makeRect(0, 0, 400, 400));
+};
+
+TEST_F(ClickUtilsTest, LinksAreClickedNearTheirEndWhenTheCentreMissesThem)
+{
     auto link = window.add("AXLink", makeRect(100, 100, 10, 40));
     // Something else lies over the link's centre, as the gap between a wrapped link's lines.
     window.add("AXStaticText", makeRect(100, 115, 10, 10));
-    auto root = UIElement::fullElement(desktop, window.ref());
-    auto tree = UITree::make(root);
-    auto element = UIElement::fullElement(desktop, link.ref());
-    ASSERT_TRUE(tree->add(element, root->id));
-    UITrees trees;
-    trees.frontmostWindowUiTree = tree;
-    auto clicker = std::make_shared<ClickUtils>(
-        ClickUtils::Services {desktop, input, desktop.scheduler()}, element, trees);
     // A 10-point-wide link is entered by half its width from the right, 8 points from the top.
-    EXPECT_EQ(clicker->clickPosition(), (CGPoint {105, 108}));
+    EXPECT_EQ(clickerFor(link)->clickPosition(), (CGPoint {105, 108}));
+}
+
+TEST_F(ClickUtilsTest, MenuItemsArePressedByTheirActionOtherElementsByTheMouse)
+{
+    auto item = window.add("AXMenuItem", makeRect(0, 0, 90, 20)).actions({AXPressAction});
+    auto mute = window.add("AXMenuItem", makeRect(0, 20, 90, 20)).actions({"AXShowMenu"});
+    auto button = window.add("AXButton", makeRect(0, 40, 90, 20)).actions({AXPressAction});
+
+    clickerFor(item)->click(1);
+    EXPECT_EQ(desktop.performed(), std::vector<std::string> {AXPressAction});
+    EXPECT_TRUE(input.mouseEvents().empty());
+
+    clickerFor(mute)->click(1);
+    clickerFor(button)->click(1);
+    EXPECT_EQ(desktop.performed().size(), 1u);
+    desktop.scheduler().advance(Seconds(1));
+    EXPECT_EQ(std::count_if(input.mouseEvents().begin(), input.mouseEvents().end(),
+                            [](const auto &e) { return e.button == 0; }),
+              4)
+        << "a press and a release each, by the mouse";
 }
 
 } // namespace

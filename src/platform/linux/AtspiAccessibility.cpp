@@ -79,6 +79,7 @@ enum Need : unsigned {
 };
 
 using ActionNames = std::vector<std::optional<std::string>>;
+using RoleFilter = bool (*)(const std::string &axRole);
 
 struct Node
 {
@@ -187,8 +188,10 @@ public:
     ClientWindowsOf windowsOf;
 
     // Reads what `needs` asks of each object, fetching what isn't known yet in bursts of calls
-    // issued together, a few rounds deep for what depends on an earlier answer.
-    void ensure(const std::vector<ObjectRef> &objects, unsigned needs)
+    // issued together, a few rounds deep for what depends on an earlier answer. With
+    // `actionNamesOf`, action names only of the objects whose role it accepts.
+    void ensure(const std::vector<ObjectRef> &objects, unsigned needs,
+                RoleFilter actionNamesOf = nullptr)
     {
         // The objects of one burst nearly always belong to one application.
         const std::string *service = nullptr;
@@ -202,7 +205,7 @@ public:
             {
                 std::lock_guard lock(mutex);
                 for (const auto &o : objects)
-                    addMissing(o, needs, work);
+                    addMissing(o, needs, actionNamesOf, work);
             }
             if (work.empty())
                 return;
@@ -337,7 +340,7 @@ public:
     // Reads `needs` of the objects and, level by level in one burst each, of everything showing
     // below them: what the walk will ask for next.
     void ensureShowingSubtrees(const std::vector<ObjectRef> &objects, unsigned needs,
-                               std::size_t max)
+                               RoleFilter actionNamesOf, std::size_t max)
     {
         std::unordered_set<std::string> seen;
         std::vector<ObjectRef> level;
@@ -351,7 +354,7 @@ public:
         std::vector<ObjectRef> visited;
         std::size_t total = 0;
         while (!level.empty() && total < max) {
-            ensure(level, needs | NStates);
+            ensure(level, needs | NStates, actionNamesOf);
             std::vector<ObjectRef> showing;
             {
                 std::lock_guard lock(mutex);
@@ -401,7 +404,7 @@ public:
 
 private:
     // What of `needs` is not known of `o` yet, including what the answers so far make necessary.
-    void addMissing(const ObjectRef &o, unsigned needs,
+    void addMissing(const ObjectRef &o, unsigned needs, RoleFilter actionNamesOf,
                     std::vector<std::pair<ObjectRef, unsigned>> &work)
     {
         if (applications[o.service].unresponsive)
@@ -409,6 +412,15 @@ private:
         Node &n = nodes[o.key()];
         if (n.gone)
             return;
+        const bool roleKnown = n.role && n.states;
+        // Without its parent and children a role may be named differently, but never across the
+        // line that the filters draw (a menu is a menu bar item or a menu, a combo box a combo
+        // box or a pop-up button), so the role alone decides.
+        const std::string axRole =
+            roleKnown ? axRoleOf(RoleContext {*n.role, *n.states, {}, true, {}}).role : "";
+        // Until the role is known the names are read with it, rather than a round later.
+        if (actionNamesOf && roleKnown && !actionNamesOf(axRole))
+            needs &= ~NActions;
         unsigned own = needs
             & (NRole | NStates | NName | NDescription | NParent | NChildren | NExtents | NActions);
         if (n.role && (needs & NContext)) {
@@ -419,10 +431,7 @@ private:
             if (*n.role == role::Landmark)
                 own |= NAttributes;
         }
-        const bool roleKnown = n.role && n.states;
         if (roleKnown && (needs & (NText | NAttributes | NId))) {
-            RoleContext c {*n.role, *n.states, {}, true, {}};
-            const std::string axRole = axRoleOf(c).role;
             if (isTextRole(axRole)) {
                 if (n.implements(textInterface))
                     own |= needs & NText;
@@ -1079,7 +1088,7 @@ bool AtspiAccessibility::isProcessTrusted()
 
 void AtspiAccessibility::prefetch(const std::vector<AXUIElement> &elements, const ReadAhead &reads)
 {
-    unsigned needs = reads.actionNames ? NActions : 0u;
+    unsigned needs = reads.actionNamesOf ? NActions : 0u;
     for (const auto &a : reads.attributes)
         needs |= needsOf(a);
     std::vector<ObjectRef> refs;
@@ -1091,12 +1100,12 @@ void AtspiAccessibility::prefetch(const std::vector<AXUIElement> &elements, cons
     if (refs.empty())
         return;
     if (!reads.showingDescendants) {
-        _state->ensure(refs, needs);
+        _state->ensure(refs, needs, reads.actionNamesOf);
         return;
     }
     // What is showing below these elements will be read next: fetch it in the same go.
     constexpr std::size_t lookahead = 4000;
-    _state->ensureShowingSubtrees(refs, needs, lookahead);
+    _state->ensureShowingSubtrees(refs, needs, reads.actionNamesOf, lookahead);
 }
 
 } // namespace tarnvik::linux

@@ -286,7 +286,8 @@ std::string axActionName(const std::string &atspiName)
         if (name == press)
             return "AXPress";
     }
-    if (name == "showmenu" || name == "menu")
+    // Chromium names its context menu's action in full.
+    if (name == "showmenu" || name == "menu" || name == "showcontextmenu")
         return "AXShowMenu";
     return atspiName;
 }
