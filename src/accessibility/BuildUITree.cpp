@@ -223,14 +223,23 @@ std::shared_ptr<UITree> BuildUITree::buildDock()
     return flatTree(list, NSAccessibilityChildrenAttribute);
 }
 
-std::vector<std::shared_ptr<UITree>> BuildUITree::buildMenubarExtras(const UIElement &menubar)
+std::vector<std::shared_ptr<UITree>>
+BuildUITree::buildMenubarExtras(const std::vector<CGRect> &strips)
 {
-    const CGRect menubarFrame = menubar.frame();
-    printLine("menubar frame: " + describe(menubarFrame));
+    for (const auto &strip : strips)
+        printLine("menubar frame: " + describe(strip));
+    auto stripAt = [&](const CGPoint &p) -> const CGRect * {
+        auto it = std::find_if(strips.begin(), strips.end(),
+                               [&](const CGRect &s) { return CGRectContainsPoint(s, p); });
+        return it == strips.end() ? nullptr : &*it;
+    };
 
     std::vector<CGWindow> barWindows;
     for (auto &window : CGWindow::onScreenWindows(_platform.windowList)) {
-        if (CGRectIntersectsRect(window.frame, menubarFrame) && !window.isMenubar())
+        const bool onStrip = std::any_of(strips.begin(), strips.end(), [&](const CGRect &s) {
+            return CGRectIntersectsRect(window.frame, s);
+        });
+        if (onStrip && !window.isMenubar() && !window.isPanel())
             barWindows.push_back(std::move(window));
     }
     std::vector<pid_t> pids;
@@ -275,7 +284,8 @@ std::vector<std::shared_ptr<UITree>> BuildUITree::buildMenubarExtras(const UIEle
                 continue;
             }
             const CGPoint centre = extra->centre();
-            if (!CGRectContainsPoint(menubarFrame, centre)) {
+            const CGRect *strip = stripAt(centre);
+            if (!strip) {
                 printLine("removed out-of-bounds menubar extra: app=" + name
                           + ", frame=" + describe(extra->frame()) + ", center=" + describe(centre));
                 continue;
@@ -296,8 +306,8 @@ std::vector<std::shared_ptr<UITree>> BuildUITree::buildMenubarExtras(const UIEle
                 extra->position = window->frame.origin;
                 extra->size = window->frame.size;
             } else {
-                extra->position.y = menubarFrame.origin.y;
-                extra->size.height = menubarFrame.size.height;
+                extra->position.y = strip->origin.y;
+                extra->size.height = strip->size.height;
             }
             extra->customAttributes.emplace_back("App", name);
             extras.push_back(std::move(extra));

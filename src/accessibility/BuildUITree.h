@@ -48,8 +48,9 @@ public:
     std::vector<UIElementPtr> fetchChildren(const UIElement &element,
                                             const RunningApplication &app);
 
-    // One tree per menu-bar extra that is really on screen, left to right.
-    std::vector<std::shared_ptr<UITree>> buildMenubarExtras(const UIElement &menubar);
+    // One tree per menu-bar extra that is really on screen, left to right, in any of the strips
+    // that hold extras: the menu bar's, and the desktop's panels along the top of a screen.
+    std::vector<std::shared_ptr<UITree>> buildMenubarExtras(const std::vector<CGRect> &strips);
 
     // The matching visible descendants of a web area, in one round trip.
     std::vector<UIElementPtr> searchPredicateElements(const UIElement &webArea);

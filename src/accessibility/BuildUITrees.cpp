@@ -70,19 +70,26 @@ std::optional<UITreePtr> BuildUITrees::buildFrontmostWindow(const std::stop_toke
 std::optional<BuildUITrees::MenubarTrees>
 BuildUITrees::buildMenubarWithExtras(const std::stop_token &cancellation)
 {
-    if (!menubarApp || !isMenubarOnScreen())
-        return MenubarTrees {};
-    if (cancellation.stop_requested())
-        return std::nullopt;
     auto builder = makeBuilder(false);
     MenubarTrees result;
-    result.menubar = builder.buildMenubar(
-        _services.platform.ax.createApplication(menubarApp->processIdentifier));
+    std::vector<CGRect> strips;
+    if (menubarApp && isMenubarOnScreen()) {
+        if (cancellation.stop_requested())
+            return std::nullopt;
+        result.menubar = builder.buildMenubar(
+            _services.platform.ax.createApplication(menubarApp->processIdentifier));
+        if (result.menubar)
+            strips.push_back(result.menubar->element(result.menubar->rootId())->frame());
+    }
     if (cancellation.stop_requested())
         return std::nullopt;
-    if (result.menubar) {
-        auto root = result.menubar->element(result.menubar->rootId());
-        for (auto &extra : builder.buildMenubarExtras(*root))
+    // A desktop's panels hold extras whether or not the frontmost application has a menu bar.
+    for (const auto &window : CGWindow::onScreenWindows(_services.platform.windowList)) {
+        if (window.isPanel())
+            strips.push_back(window.frame);
+    }
+    if (!strips.empty()) {
+        for (auto &extra : builder.buildMenubarExtras(strips))
             result.extras.push_back(std::move(extra));
     }
     return result;

@@ -78,4 +78,9 @@ bool CGWindow::isMenubar() const
     return ownerName == kMenubarOwnerName && windowName == kMenubarWindowName;
 }
 
+bool CGWindow::isPanel() const
+{
+    return ownerName == kMenubarOwnerName && windowName == kPanelWindowName;
+}
+
 } // namespace tarnvik

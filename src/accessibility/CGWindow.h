@@ -29,6 +29,7 @@ struct CGWindow
     static std::vector<CGWindow> onScreenWindows(WindowList &windowList);
 
     bool isMenubar() const;
+    bool isPanel() const;
 };
 
 } // namespace tarnvik

@@ -15,6 +15,10 @@ inline constexpr const char *kCGWindowName = "kCGWindowName";
 // The owner and name under which the menu bar appears in the list while it is on screen.
 inline constexpr const char *kMenubarOwnerName = "Window Server";
 inline constexpr const char *kMenubarWindowName = "Menubar";
+// The name under which a panel along the top of a screen appears, owned like the menu bar: a
+// strip that holds extras as the menu bar's does, whatever the frontmost application. Linux
+// desktops have them; macOS has none.
+inline constexpr const char *kPanelWindowName = "Panel";
 
 // One entry of the list, as a backend describes a window.
 Value windowInfo(CGRect frame, std::int64_t pid, const std::string &ownerName,

@@ -102,7 +102,7 @@ TEST_F(BuildUITreesTest, ReadsWindowMenuBarExtrasAndOpenMenus)
     EXPECT_FALSE(trees->missionControlUiTree);
 }
 
-TEST_F(BuildUITreesTest, NoMenuBarOnScreenMeansNoMenuBarAndNoExtras)
+TEST_F(BuildUITreesTest, NoMenuBarOnScreenMeansNoMenuBarAndNoExtrasButThoseOfAPanel)
 {
     extrasApp(2, "Clock", {{"Time", makeRect(1380, 0, 60, 24)}});
     desktop.addWindowInfo(makeRect(1380, 0, 60, 24), 2, "Clock");
@@ -113,6 +113,18 @@ TEST_F(BuildUITreesTest, NoMenuBarOnScreenMeansNoMenuBarAndNoExtras)
     EXPECT_TRUE(trees->frontmostWindowUiTree);
     EXPECT_FALSE(trees->menubarUiTree);
     EXPECT_TRUE(trees->menubarExtraUiTrees.empty());
+
+    // A desktop's panel along the top holds extras all the same.
+    desktop.addWindowInfo(makeRect(1200, 0, 240, 30), 0, kMenubarOwnerName, kPanelWindowName, 24);
+    ::testing::internal::CaptureStdout();
+    trees = build();
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+              "menubar frame: (1200.0, 0.0, 240.0, 30.0)\n");
+    ASSERT_TRUE(trees);
+    EXPECT_FALSE(trees->menubarUiTree);
+    ASSERT_EQ(trees->menubarExtraUiTrees.size(), 1u);
+    const auto &extra = *trees->menubarExtraUiTrees[0];
+    EXPECT_EQ(extra.element(extra.rootId())->title, "Time");
 }
 
 TEST_F(BuildUITreesTest, ExtrasThatAreNotReallyThereAreRemovedWithTheirReason)

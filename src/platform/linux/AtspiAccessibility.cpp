@@ -15,11 +15,17 @@ namespace tarnvik::linux {
 
 namespace {
 
+// An object, or a stand-in made of a panel's window: the extras' bar or the dock's list, whose
+// children are what can be pressed in that window.
 struct AtspiElement final : PlatformElement
 {
-    explicit AtspiElement(ObjectRef r)
+    explicit AtspiElement(ObjectRef r, Panel p = Panel::None)
         : ref(std::move(r))
-        , key(ref.key())
+        , key(ref.key()
+              + (p == Panel::TopBar     ? "#bar"
+                     : p == Panel::Dock ? "#dock"
+                                        : ""))
+        , standsFor(p)
     { }
     bool equals(const PlatformElement &other) const override
     {
@@ -29,17 +35,24 @@ struct AtspiElement final : PlatformElement
     std::size_t hash() const override { return std::hash<std::string> {}(key); }
     ObjectRef ref;
     std::string key;
+    Panel standsFor;
 };
 
-AXUIElement handleOf(const ObjectRef &r)
+AXUIElement handleOf(const ObjectRef &r, Panel standsFor = Panel::None)
 {
-    return AXUIElement(std::make_shared<AtspiElement>(r));
+    return AXUIElement(std::make_shared<AtspiElement>(r, standsFor));
 }
 
 const ObjectRef *refOf(const AXUIElement &e)
 {
     const auto *a = dynamic_cast<const AtspiElement *>(&e.platform());
     return a ? &a->ref : nullptr;
+}
+
+Panel standInOf(const AXUIElement &e)
+{
+    const auto *a = dynamic_cast<const AtspiElement *>(&e.platform());
+    return a ? a->standsFor : Panel::None;
 }
 
 bool isApplicationRoot(const ObjectRef &r)
@@ -328,6 +341,24 @@ public:
                 return w.frame.origin;
         }
         return windows.empty() ? CGPoint {} : windows.front().frame.origin;
+    }
+
+    // What is showing below an object and has a role the search keys ask for, in one query;
+    // nothing where the toolkit doesn't answer it.
+    std::optional<std::vector<ObjectRef>> pressableBelow(const ObjectRef &o)
+    {
+        MatchRule rule;
+        rule.states = {static_cast<std::int32_t>((1u << state::Showing) | (1u << state::Visible)),
+                       0};
+        rule.stateMatchType = 1; // all
+        rule.attributeMatchType = 1;
+        rule.roles = searchKeyRoles();
+        rule.roleMatchType = 2; // any
+        rule.interfaceMatchType = 1;
+        const std::uint32_t canonical = 1;
+        auto reply = bus.call(o, collectionInterface, "GetMatches",
+                              {rule, canonical, std::int32_t {0}, true}, timeoutFor(o));
+        return readObjects(reply.reply());
     }
 
     void invalidate()
@@ -750,6 +781,19 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
     if (name == AXChildrenInNavigationOrderAttribute)
         return AXError::AttributeUnsupported;
     auto &s = *_state;
+    if (const Panel panel = standInOf(element); panel != Panel::None) {
+        if (name == NSAccessibilityRoleAttribute)
+            return Value(panel == Panel::TopBar ? "AXMenuBar" : "AXList");
+        if (name == NSAccessibilityChildrenAttribute
+            || name == NSAccessibilityVisibleChildrenAttribute) {
+            const auto pressable = s.pressableBelow(*ref);
+            return pressable ? refsValue(*pressable) : Value(AXError::CannotComplete);
+        }
+        if (name == NSAccessibilitySubroleAttribute || name == NSAccessibilityParentAttribute)
+            return AXError::NoValue;
+        // Where it stands and what it is called are its window's.
+        return copyAttributeValue(handleOf(*ref), name);
+    }
     if (isApplicationRoot(*ref)) {
         // The application element: its windows, the focused one and its menu bar.
         s.ensure({*ref}, NChildren | NName);
@@ -767,8 +811,23 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
             return Value("AXApplication");
         if (name == NSAccessibilityTitleAttribute && app.name)
             return Value(*app.name);
-        if (name == NSAccessibilityChildrenAttribute || name == NSAccessibilityWindowsAttribute)
-            return refsValue(name == NSAccessibilityWindowsAttribute ? windows : *app.children);
+        if (name == NSAccessibilityWindowsAttribute)
+            return refsValue(windows);
+        // A panel's application shows its dock as a list of what can be pressed in it, and its
+        // bar along the top edge as the bar of its extras.
+        if (name == NSAccessibilityChildrenAttribute) {
+            ValueArray children;
+            for (const auto &dock : panelFrames(*ref, windows, Panel::Dock))
+                children.push_back(handleOf(dock, Panel::Dock));
+            for (const auto &c : app.children.value_or(std::vector<ObjectRef> {}))
+                children.push_back(handleOf(c));
+            return Value(std::move(children));
+        }
+        if (name == NSAccessibilityExtrasMenuBarAttribute) {
+            const auto bars = panelFrames(*ref, windows, Panel::TopBar);
+            return bars.empty() ? Value(AXError::NoValue)
+                                : Value(handleOf(bars.front(), Panel::TopBar));
+        }
         if (name == NSAccessibilityFocusedWindowAttribute
             || name == NSAccessibilityMenuBarAttribute) {
             auto focused = focusedWindow(*ref, windows);
@@ -864,34 +923,13 @@ std::optional<ObjectRef> AtspiAccessibility::focusedWindow(const ObjectRef &app,
     auto &s = *_state;
     if (windows.empty())
         return std::nullopt;
-    // The X server knows which window is active; some toolkits never say so themselves. Several
-    // windows may share a title, so the one whose frame fits the active window best is taken.
+    // The X server knows which window is active; some toolkits never say so themselves.
     if (auto pid = s.bus.processOf(app.service, defaultTimeoutMs)) {
-        s.ensure(windows, NExtents);
-        const bool relative = s.isGtk4(app.service);
         for (const auto &client : s.windowsOf(*pid)) {
             if (!client.isActive)
                 continue;
-            std::optional<ObjectRef> best;
-            double bestDistance = 0;
-            for (const auto &w : windows) {
-                const Node n = s.node(w);
-                if (!n.name || *n.name != client.title || !n.extents || !n.states
-                    || !n.states->has(state::Showing))
-                    continue;
-                const CGRect &f = client.frame;
-                const auto &e = *n.extents;
-                double distance =
-                    std::abs(e.width - f.size.width) + std::abs(e.height - f.size.height);
-                if (!relative)
-                    distance += std::abs(e.x - f.origin.x) + std::abs(e.y - f.origin.y);
-                if (!best || distance < bestDistance) {
-                    best = w;
-                    bestDistance = distance;
-                }
-            }
-            if (best)
-                return best;
+            if (auto frame = frameOf(app, client, windows))
+                return frame;
         }
     }
     for (const auto &w : windows) {
@@ -905,6 +943,51 @@ std::optional<ObjectRef> AtspiAccessibility::focusedWindow(const ObjectRef &app,
             return w;
     }
     return windows.front();
+}
+
+std::optional<ObjectRef> AtspiAccessibility::frameOf(const ObjectRef &app,
+                                                     const ClientWindow &client,
+                                                     const std::vector<ObjectRef> &windows)
+{
+    // Several windows may share a title, so the one whose frame fits the window best is taken.
+    auto &s = *_state;
+    s.ensure(windows, NExtents);
+    const bool relative = s.isGtk4(app.service);
+    std::optional<ObjectRef> best;
+    double bestDistance = 0;
+    for (const auto &w : windows) {
+        const Node n = s.node(w);
+        if (!n.name || *n.name != client.title || !n.extents || !n.states
+            || !n.states->has(state::Showing))
+            continue;
+        const CGRect &f = client.frame;
+        const auto &e = *n.extents;
+        double distance = std::abs(e.width - f.size.width) + std::abs(e.height - f.size.height);
+        if (!relative)
+            distance += std::abs(e.x - f.origin.x) + std::abs(e.y - f.origin.y);
+        if (!best || distance < bestDistance) {
+            best = w;
+            bestDistance = distance;
+        }
+    }
+    return best;
+}
+
+std::vector<ObjectRef> AtspiAccessibility::panelFrames(const ObjectRef &app,
+                                                       const std::vector<ObjectRef> &windows,
+                                                       Panel panel)
+{
+    std::vector<ObjectRef> frames;
+    const auto pid = _state->bus.processOf(app.service, defaultTimeoutMs);
+    if (!pid)
+        return frames;
+    for (const auto &client : _state->windowsOf(*pid)) {
+        if (client.panel != panel)
+            continue;
+        if (auto frame = frameOf(app, client, windows))
+            frames.push_back(*frame);
+    }
+    return frames;
 }
 
 std::optional<ObjectRef> AtspiAccessibility::menuBarUnder(const ObjectRef &window)
@@ -972,18 +1055,7 @@ AXResult<Value> AtspiAccessibility::copyParameterizedAttributeValue(const AXUIEl
         return AXError::ParameterizedAttributeUnsupported;
     if (auto failure = _state->failure(*ref))
         return *failure;
-    MatchRule rule;
-    rule.states = {static_cast<std::int32_t>((1u << state::Showing) | (1u << state::Visible)), 0};
-    rule.stateMatchType = 1; // all
-    rule.attributeMatchType = 1;
-    rule.roles = searchKeyRoles();
-    rule.roleMatchType = 2; // any
-    rule.interfaceMatchType = 1;
-    const std::uint32_t canonical = 1;
-    auto reply =
-        _state->bus.call(*ref, collectionInterface, "GetMatches",
-                         {rule, canonical, std::int32_t {0}, true}, _state->timeoutFor(*ref));
-    const auto matches = readObjects(reply.reply());
+    const auto matches = _state->pressableBelow(*ref);
     if (!matches)
         return AXError::ParameterizedAttributeUnsupported;
     return refsValue(*matches);

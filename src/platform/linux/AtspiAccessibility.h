@@ -16,11 +16,16 @@ struct ObjectRef;
 // What the X server says of one top-level window of a process: how the focused window is found
 // without relying on the toolkit's active state, and where a toolkit that reports positions
 // relative to its window has its origin.
+// A window of the desktop's panels (the dock window type): along the top edge of its screen it
+// holds what the menu bar's extras are elsewhere; anywhere else it is a dock.
+enum class Panel { None, TopBar, Dock };
+
 struct ClientWindow
 {
     std::string title;
     CGRect frame;
     bool isActive = false;
+    Panel panel = Panel::None;
 };
 using ClientWindowsOf = std::function<std::vector<ClientWindow>(pid_t)>;
 
@@ -64,6 +69,11 @@ private:
     class State;
     std::optional<ObjectRef> focusedWindow(const ObjectRef &application,
                                            const std::vector<ObjectRef> &windows);
+    // Of the application's windows, the one the X server's window is: by title, then frame.
+    std::optional<ObjectRef> frameOf(const ObjectRef &application, const ClientWindow &client,
+                                     const std::vector<ObjectRef> &windows);
+    std::vector<ObjectRef> panelFrames(const ObjectRef &application,
+                                       const std::vector<ObjectRef> &windows, Panel panel);
     std::optional<ObjectRef> menuBarUnder(const ObjectRef &window);
 
     std::unique_ptr<State> _state;

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace tarnvik::linux {
 
@@ -19,6 +20,9 @@ struct WindowIdentity
 // installed, and the bundle identifier the rules know it by: Firefox and Chromium builds, and
 // the other applications singled out by identifier, map onto the documented identifiers.
 RunningApplication identify(pid_t pid, const WindowIdentity &window);
+
+// What the process drawing the desktop's dock is known by, as the Dock is.
+inline constexpr std::string_view dockBundleIdentifier = "com.apple.dock";
 
 // The documented identifier for a Linux application name, if the rules single it out.
 std::optional<std::string> documentedIdentifier(const std::string &linuxName);

@@ -4,6 +4,7 @@
 
 #include <QSocketNotifier>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -126,6 +127,51 @@ public:
         return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
     }
 
+    // The monitors in the accessibility space, the primary one first; the root window's
+    // frame where RandR knows none.
+    std::vector<CGRect> monitors()
+    {
+        std::vector<CGRect> result;
+        Reply<xcb_randr_get_monitors_reply_t> reply(xcb_randr_get_monitors_reply(
+            connection, xcb_randr_get_monitors(connection, root, 1), nullptr));
+        if (reply) {
+            for (auto it = xcb_randr_get_monitors_monitors_iterator(reply.get()); it.rem;
+                 xcb_randr_monitor_info_next(&it)) {
+                result.push_back(makeRect(it.data->x, it.data->y, it.data->width, it.data->height));
+                if (it.data->primary)
+                    std::swap(result.front(), result.back());
+            }
+        }
+        if (result.empty()) {
+            if (auto f = frame(root))
+                result.push_back(*f);
+        }
+        return result;
+    }
+
+    // A panel of the desktop is a window of the dock type. One that spans the top edge of its
+    // monitor is a bar like the menu bar's strip; any other is a dock.
+    Panel panel(xcb_window_t w)
+    {
+        auto types = property(w, "_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM, 32);
+        if (!types || types->format != 32)
+            return Panel::None;
+        const auto *data = static_cast<const xcb_atom_t *>(xcb_get_property_value(types.get()));
+        const auto count = xcb_get_property_value_length(types.get()) / 4;
+        if (std::find(data, data + count, atom("_NET_WM_WINDOW_TYPE_DOCK")) == data + count)
+            return Panel::None;
+        const auto f = frame(w);
+        if (!f)
+            return Panel::None;
+        const CGPoint centre = centreOf(*f);
+        for (const auto &m : monitors()) {
+            if (CGRectContainsPoint(m, centre))
+                return f->origin.y == m.origin.y && f->size.width > f->size.height ? Panel::TopBar
+                                                                                   : Panel::Dock;
+        }
+        return Panel::Dock;
+    }
+
     std::optional<xcb_window_t> activeWindow()
     {
         auto active = windows("_NET_ACTIVE_WINDOW");
@@ -170,7 +216,8 @@ std::vector<ClientWindow> X11Desktop::clientWindows(pid_t pid)
         if (_x->cardinal(w, "_NET_WM_PID") != std::optional(static_cast<std::uint32_t>(pid)))
             continue;
         if (auto frame = _x->frame(w))
-            result.push_back(ClientWindow {_x->title(w), *frame, active == std::optional(w)});
+            result.push_back(
+                ClientWindow {_x->title(w), *frame, active == std::optional(w), _x->panel(w)});
     }
     return result;
 }
@@ -201,9 +248,13 @@ std::vector<RunningApplication> X11Desktop::runningApplications()
         if (!pid)
             continue;
         const auto p = static_cast<pid_t>(*pid);
-        if (std::none_of(apps.begin(), apps.end(),
-                         [&](const auto &a) { return a.processIdentifier == p; }))
-            apps.push_back(identify(p, _x->identity(w)));
+        auto app = std::find_if(apps.begin(), apps.end(),
+                                [&](const auto &a) { return a.processIdentifier == p; });
+        if (app == apps.end())
+            app = apps.insert(apps.end(), identify(p, _x->identity(w)));
+        // The process that draws the desktop's dock stands for the Dock, whatever it is called.
+        if (_x->panel(w) == Panel::Dock)
+            app->bundleIdentifier = std::string(dockBundleIdentifier);
     }
     return apps;
 }
@@ -302,6 +353,8 @@ ValueArray X11Desktop::onScreenWindowInfo()
         const auto id = _x->identity(*it);
         list.push_back(windowInfo(*frame, *pid, id.wmClass.empty() ? id.wmInstance : id.wmClass,
                                   _x->title(*it)));
+        if (_x->panel(*it) == Panel::TopBar)
+            list.push_back(windowInfo(*frame, 0, kMenubarOwnerName, kPanelWindowName, 24));
     }
     return list;
 }
@@ -309,21 +362,7 @@ ValueArray X11Desktop::onScreenWindowInfo()
 std::vector<Screen> X11Desktop::screens()
 {
     std::lock_guard lock(_x->mutex);
-    std::vector<CGRect> monitors;
-    Reply<xcb_randr_get_monitors_reply_t> reply(xcb_randr_get_monitors_reply(
-        _x->connection, xcb_randr_get_monitors(_x->connection, _x->root, 1), nullptr));
-    if (reply) {
-        for (auto it = xcb_randr_get_monitors_monitors_iterator(reply.get()); it.rem;
-             xcb_randr_monitor_info_next(&it)) {
-            monitors.push_back(makeRect(it.data->x, it.data->y, it.data->width, it.data->height));
-            if (it.data->primary)
-                std::swap(monitors.front(), monitors.back());
-        }
-    }
-    if (monitors.empty()) {
-        if (auto frame = _x->frame(_x->root))
-            monitors.push_back(*frame);
-    }
+    const auto monitors = _x->monitors();
     std::vector<Screen> result;
     const double height = monitors.empty() ? 0 : monitors.front().size.height;
     for (const auto &m : monitors) {
