@@ -25,6 +25,56 @@ struct FreeDeleter
 template<class T>
 using Reply = std::unique_ptr<T, FreeDeleter<T>>;
 
+std::optional<std::uint32_t> cardinalOf(const Reply<xcb_get_property_reply_t> &reply)
+{
+    if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) < 4)
+        return std::nullopt;
+    return *static_cast<const std::uint32_t *>(xcb_get_property_value(reply.get()));
+}
+
+std::string textOf(const Reply<xcb_get_property_reply_t> &reply)
+{
+    if (!reply)
+        return {};
+    const auto *data = static_cast<const char *>(xcb_get_property_value(reply.get()));
+    return std::string(data, static_cast<std::size_t>(xcb_get_property_value_length(reply.get())));
+}
+
+bool hasAtom(const Reply<xcb_get_property_reply_t> &reply, xcb_atom_t wanted)
+{
+    if (!reply || reply->format != 32)
+        return false;
+    const auto *data = static_cast<const xcb_atom_t *>(xcb_get_property_value(reply.get()));
+    const auto *end = data + xcb_get_property_value_length(reply.get()) / 4;
+    return std::find(data, end, wanted) != end;
+}
+
+// A panel of the desktop is a window of the dock type. One that spans the top edge of its
+// monitor is a bar like the menu bar's strip; any other is a dock.
+Panel panelAt(const CGRect &frame, const std::vector<CGRect> &monitors)
+{
+    const CGPoint centre = centreOf(frame);
+    for (const auto &m : monitors) {
+        if (CGRectContainsPoint(m, centre))
+            return frame.origin.y == m.origin.y && frame.size.width > frame.size.height
+                ? Panel::TopBar
+                : Panel::Dock;
+    }
+    return Panel::Dock;
+}
+
+// One window of the window manager's list, as one batch of requests reads it.
+struct Client
+{
+    xcb_window_t window = XCB_WINDOW_NONE;
+    std::optional<std::uint32_t> pid;
+    WindowIdentity identity;
+    std::string title;
+    std::optional<CGRect> frame;
+    bool viewable = false;
+    Panel panel = Panel::None;
+};
+
 } // namespace
 
 // One connection to the X server, its atoms, and typed property reads. Calls are serialised:
@@ -68,64 +118,74 @@ public:
         return {data, data + xcb_get_property_value_length(reply.get()) / 4};
     }
 
-    std::optional<std::uint32_t> cardinal(xcb_window_t w, const char *name)
+    // What the window manager and the client say of each of these windows, all asked for at
+    // once and then answered: one round trip for a whole window list.
+    std::vector<Client> clients(const std::vector<xcb_window_t> &ids)
     {
-        auto reply = property(w, name, XCB_ATOM_CARDINAL);
-        if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) < 4)
-            return std::nullopt;
-        return *static_cast<const std::uint32_t *>(xcb_get_property_value(reply.get()));
+        const xcb_atom_t utf8 = atom("UTF8_STRING");
+        auto ask = [&](xcb_window_t w, const char *name, xcb_atom_t type) {
+            return xcb_get_property(connection, 0, w, atom(name), type, 0, 1024);
+        };
+        struct Asked
+        {
+            xcb_get_property_cookie_t pid, wmClass, gtkId, netName, wmName, type;
+            xcb_get_geometry_cookie_t geometry;
+            xcb_translate_coordinates_cookie_t position;
+            xcb_get_window_attributes_cookie_t attributes;
+        };
+        std::vector<Asked> asked;
+        asked.reserve(ids.size());
+        for (xcb_window_t w : ids)
+            asked.push_back(
+                {ask(w, "_NET_WM_PID", XCB_ATOM_CARDINAL), ask(w, "WM_CLASS", XCB_ATOM_STRING),
+                 ask(w, "_GTK_APPLICATION_ID", utf8), ask(w, "_NET_WM_NAME", utf8),
+                 ask(w, "WM_NAME", XCB_ATOM_STRING), ask(w, "_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM),
+                 xcb_get_geometry(connection, w),
+                 xcb_translate_coordinates(connection, w, root, 0, 0),
+                 xcb_get_window_attributes(connection, w)});
+        auto answer = [&](xcb_get_property_cookie_t c) {
+            return Reply<xcb_get_property_reply_t>(xcb_get_property_reply(connection, c, nullptr));
+        };
+        std::vector<Client> result;
+        result.reserve(ids.size());
+        std::optional<std::vector<CGRect>> screens;
+        for (std::size_t i = 0; i < ids.size(); ++i) {
+            const Asked &a = asked[i];
+            Client c;
+            c.window = ids[i];
+            c.pid = cardinalOf(answer(a.pid));
+            const std::string wmClass = textOf(answer(a.wmClass));
+            const auto split = wmClass.find('\0');
+            c.identity.wmInstance = wmClass.substr(0, split);
+            if (split != std::string::npos)
+                c.identity.wmClass = std::string(wmClass.c_str() + split + 1);
+            if (std::string gtk = textOf(answer(a.gtkId)); !gtk.empty())
+                c.identity.gtkApplicationId = std::move(gtk);
+            c.title = textOf(answer(a.netName));
+            if (std::string name = textOf(answer(a.wmName)); c.title.empty())
+                c.title = std::move(name);
+            const bool dock = hasAtom(answer(a.type), atom("_NET_WM_WINDOW_TYPE_DOCK"));
+            Reply<xcb_get_geometry_reply_t> geometry(
+                xcb_get_geometry_reply(connection, a.geometry, nullptr));
+            Reply<xcb_translate_coordinates_reply_t> position(
+                xcb_translate_coordinates_reply(connection, a.position, nullptr));
+            if (geometry && position)
+                c.frame =
+                    makeRect(position->dst_x, position->dst_y, geometry->width, geometry->height);
+            Reply<xcb_get_window_attributes_reply_t> attributes(
+                xcb_get_window_attributes_reply(connection, a.attributes, nullptr));
+            c.viewable = attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
+            if (dock && c.frame) {
+                if (!screens)
+                    screens = monitors();
+                c.panel = panelAt(*c.frame, *screens);
+            }
+            result.push_back(std::move(c));
+        }
+        return result;
     }
 
-    std::string text(xcb_window_t w, const char *name, xcb_atom_t type)
-    {
-        auto reply = property(w, name, type);
-        if (!reply)
-            return {};
-        const auto *data = static_cast<const char *>(xcb_get_property_value(reply.get()));
-        return std::string(data,
-                           static_cast<std::size_t>(xcb_get_property_value_length(reply.get())));
-    }
-
-    std::string title(xcb_window_t w)
-    {
-        std::string name = text(w, "_NET_WM_NAME", atom("UTF8_STRING"));
-        return name.empty() ? text(w, "WM_NAME", XCB_ATOM_STRING) : name;
-    }
-
-    WindowIdentity identity(xcb_window_t w)
-    {
-        WindowIdentity id;
-        const std::string wmClass = text(w, "WM_CLASS", XCB_ATOM_STRING);
-        const auto split = wmClass.find('\0');
-        id.wmInstance = wmClass.substr(0, split);
-        if (split != std::string::npos)
-            id.wmClass = std::string(wmClass.c_str() + split + 1);
-        const std::string gtk = text(w, "_GTK_APPLICATION_ID", atom("UTF8_STRING"));
-        if (!gtk.empty())
-            id.gtkApplicationId = gtk;
-        return id;
-    }
-
-    // The window's frame on the root window, in the accessibility space.
-    std::optional<CGRect> frame(xcb_window_t w)
-    {
-        Reply<xcb_get_geometry_reply_t> geometry(
-            xcb_get_geometry_reply(connection, xcb_get_geometry(connection, w), nullptr));
-        if (!geometry)
-            return std::nullopt;
-        Reply<xcb_translate_coordinates_reply_t> position(xcb_translate_coordinates_reply(
-            connection, xcb_translate_coordinates(connection, w, root, 0, 0), nullptr));
-        if (!position)
-            return std::nullopt;
-        return makeRect(position->dst_x, position->dst_y, geometry->width, geometry->height);
-    }
-
-    bool isViewable(xcb_window_t w)
-    {
-        Reply<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
-            connection, xcb_get_window_attributes(connection, w), nullptr));
-        return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
-    }
+    std::vector<Client> clients(const char *list) { return clients(windows(list)); }
 
     // The monitors in the accessibility space, the primary one first; the root window's
     // frame where RandR knows none.
@@ -143,33 +203,12 @@ public:
             }
         }
         if (result.empty()) {
-            if (auto f = frame(root))
-                result.push_back(*f);
+            Reply<xcb_get_geometry_reply_t> geometry(
+                xcb_get_geometry_reply(connection, xcb_get_geometry(connection, root), nullptr));
+            if (geometry)
+                result.push_back(makeRect(0, 0, geometry->width, geometry->height));
         }
         return result;
-    }
-
-    // A panel of the desktop is a window of the dock type. One that spans the top edge of its
-    // monitor is a bar like the menu bar's strip; any other is a dock.
-    Panel panel(xcb_window_t w)
-    {
-        auto types = property(w, "_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM, 32);
-        if (!types || types->format != 32)
-            return Panel::None;
-        const auto *data = static_cast<const xcb_atom_t *>(xcb_get_property_value(types.get()));
-        const auto count = xcb_get_property_value_length(types.get()) / 4;
-        if (std::find(data, data + count, atom("_NET_WM_WINDOW_TYPE_DOCK")) == data + count)
-            return Panel::None;
-        const auto f = frame(w);
-        if (!f)
-            return Panel::None;
-        const CGPoint centre = centreOf(*f);
-        for (const auto &m : monitors()) {
-            if (CGRectContainsPoint(m, centre))
-                return f->origin.y == m.origin.y && f->size.width > f->size.height ? Panel::TopBar
-                                                                                   : Panel::Dock;
-        }
-        return Panel::Dock;
     }
 
     std::optional<xcb_window_t> activeWindow()
@@ -212,12 +251,10 @@ std::vector<ClientWindow> X11Desktop::clientWindows(pid_t pid)
     std::lock_guard lock(_x->mutex);
     const auto active = _x->activeWindow();
     std::vector<ClientWindow> result;
-    for (xcb_window_t w : _x->windows("_NET_CLIENT_LIST_STACKING")) {
-        if (_x->cardinal(w, "_NET_WM_PID") != std::optional(static_cast<std::uint32_t>(pid)))
-            continue;
-        if (auto frame = _x->frame(w))
+    for (const auto &c : _x->clients("_NET_CLIENT_LIST_STACKING")) {
+        if (c.pid == std::optional(static_cast<std::uint32_t>(pid)) && c.frame)
             result.push_back(
-                ClientWindow {_x->title(w), *frame, active == std::optional(w), _x->panel(w)});
+                ClientWindow {c.title, *c.frame, active == std::optional(c.window), c.panel});
     }
     return result;
 }
@@ -228,10 +265,10 @@ std::optional<RunningApplication> X11Desktop::frontmostApplication()
     const auto active = _x->activeWindow();
     if (!active)
         return std::nullopt;
-    const auto pid = _x->cardinal(*active, "_NET_WM_PID");
-    if (!pid)
+    const auto client = _x->clients(std::vector {*active}).front();
+    if (!client.pid)
         return std::nullopt;
-    return identify(static_cast<pid_t>(*pid), _x->identity(*active));
+    return identify(static_cast<pid_t>(*client.pid), client.identity);
 }
 
 std::optional<RunningApplication> X11Desktop::menuBarOwningApplication()
@@ -243,17 +280,16 @@ std::vector<RunningApplication> X11Desktop::runningApplications()
 {
     std::lock_guard lock(_x->mutex);
     std::vector<RunningApplication> apps;
-    for (xcb_window_t w : _x->windows("_NET_CLIENT_LIST")) {
-        const auto pid = _x->cardinal(w, "_NET_WM_PID");
-        if (!pid)
+    for (const auto &c : _x->clients("_NET_CLIENT_LIST")) {
+        if (!c.pid)
             continue;
-        const auto p = static_cast<pid_t>(*pid);
+        const auto p = static_cast<pid_t>(*c.pid);
         auto app = std::find_if(apps.begin(), apps.end(),
                                 [&](const auto &a) { return a.processIdentifier == p; });
         if (app == apps.end())
-            app = apps.insert(apps.end(), identify(p, _x->identity(w)));
+            app = apps.insert(apps.end(), identify(p, c.identity));
         // The process that draws the desktop's dock stands for the Dock, whatever it is called.
-        if (_x->panel(w) == Panel::Dock)
+        if (c.panel == Panel::Dock)
             app->bundleIdentifier = std::string(dockBundleIdentifier);
     }
     return apps;
@@ -342,19 +378,15 @@ ValueArray X11Desktop::onScreenWindowInfo()
             list.push_back(windowInfo(*frame, 0, kMenubarOwnerName, kMenubarWindowName, 24));
     }
     std::lock_guard lock(_x->mutex);
-    const auto stacking = _x->windows("_NET_CLIENT_LIST_STACKING");
-    for (auto it = stacking.rbegin(); it != stacking.rend(); ++it) {
-        if (!_x->isViewable(*it))
+    const auto stacking = _x->clients("_NET_CLIENT_LIST_STACKING");
+    for (auto c = stacking.rbegin(); c != stacking.rend(); ++c) {
+        if (!c->viewable || !c->frame || !c->pid)
             continue;
-        const auto frame = _x->frame(*it);
-        const auto pid = _x->cardinal(*it, "_NET_WM_PID");
-        if (!frame || !pid)
-            continue;
-        const auto id = _x->identity(*it);
-        list.push_back(windowInfo(*frame, *pid, id.wmClass.empty() ? id.wmInstance : id.wmClass,
-                                  _x->title(*it)));
-        if (_x->panel(*it) == Panel::TopBar)
-            list.push_back(windowInfo(*frame, 0, kMenubarOwnerName, kPanelWindowName, 24));
+        const auto &id = c->identity;
+        list.push_back(windowInfo(*c->frame, *c->pid,
+                                  id.wmClass.empty() ? id.wmInstance : id.wmClass, c->title));
+        if (c->panel == Panel::TopBar)
+            list.push_back(windowInfo(*c->frame, 0, kMenubarOwnerName, kPanelWindowName, 24));
     }
     return list;
 }
