@@ -424,7 +424,7 @@ TEST_F(ModeTest, ChainClicksBringLabelsBackUntilATextFieldIsClicked)
     EXPECT_FALSE(mode.active());
 }
 
-class ClickUtilsTest : public ::testing::Test
+class ClickUtilsTest : public ::testing::Test, protected test::FrontWindow
 {
 protected:
     // The element, read whole as a tree building reads it, with a clicker for it.
@@ -436,14 +436,11 @@ protected:
         EXPECT_TRUE(tree->add(element, root->id));
         UITrees trees;
         trees.frontmostWindowUiTree = tree;
-        return std::make_shared<ClickUtils>(
-            ClickUtils::Services {desktop, input, desktop.scheduler()}, element, trees);
+        return std::make_shared<ClickUtils>(ClickUtils::Services {desktop, input, scheduler},
+                                            element, trees);
     }
 
-    fake::FakeDesktop desktop;
     fake::FakeInput input;
-    fake::FakeApplication &app = desktop.addApplication({.processIdentifier = 1});
-    fake::FakeElement window = app.addWindow(makeRect(0, 0, 400, 400));
 };
 
 TEST_F(ClickUtilsTest, LinksAreClickedNearTheirEndWhenTheCentreMissesThem)
@@ -468,7 +465,7 @@ TEST_F(ClickUtilsTest, MenuItemsArePressedByTheirActionOtherElementsByTheMouse)
     clickerFor(mute)->click(1);
     clickerFor(button)->click(1);
     EXPECT_EQ(desktop.performed().size(), 1u);
-    desktop.scheduler().advance(Seconds(1));
+    scheduler.advance(Seconds(1));
     EXPECT_EQ(std::count_if(input.mouseEvents().begin(), input.mouseEvents().end(),
                             [](const auto &e) { return e.button == 0; }),
               4)

@@ -447,10 +447,12 @@ private:
         // Without its parent and children a role may be named differently, but never across the
         // line that the filters draw (a menu is a menu bar item or a menu, a combo box a combo
         // box or a pop-up button), so the role alone decides.
-        const std::string axRole =
-            roleKnown ? axRoleOf(RoleContext {*n.role, *n.states, {}, true, {}}).role : "";
+        const bool filtered = actionNamesOf && (needs & NActions);
+        const std::string axRole = roleKnown && (filtered || (needs & (NText | NAttributes | NId)))
+            ? axRoleOf(RoleContext {*n.role, *n.states, {}, true, {}}).role
+            : std::string();
         // Until the role is known the names are read with it, rather than a round later.
-        if (actionNamesOf && roleKnown && !actionNamesOf(axRole))
+        if (filtered && roleKnown && !actionNamesOf(axRole))
             needs &= ~NActions;
         unsigned own = needs
             & (NRole | NStates | NName | NDescription | NParent | NChildren | NExtents | NActions);

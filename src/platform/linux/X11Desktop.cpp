@@ -102,11 +102,21 @@ public:
         return a;
     }
 
+    xcb_get_property_cookie_t ask(xcb_window_t w, const char *name, xcb_atom_t type,
+                                  std::uint32_t length = 1024)
+    {
+        return xcb_get_property(connection, 0, w, atom(name), type, 0, length);
+    }
+
+    Reply<xcb_get_property_reply_t> answer(xcb_get_property_cookie_t cookie)
+    {
+        return Reply<xcb_get_property_reply_t>(xcb_get_property_reply(connection, cookie, nullptr));
+    }
+
     Reply<xcb_get_property_reply_t> property(xcb_window_t w, const char *name, xcb_atom_t type,
                                              std::uint32_t length = 1024)
     {
-        return Reply<xcb_get_property_reply_t>(xcb_get_property_reply(
-            connection, xcb_get_property(connection, 0, w, atom(name), type, 0, length), nullptr));
+        return answer(ask(w, name, type, length));
     }
 
     std::vector<xcb_window_t> windows(const char *name)
@@ -123,9 +133,6 @@ public:
     std::vector<Client> clients(const std::vector<xcb_window_t> &ids)
     {
         const xcb_atom_t utf8 = atom("UTF8_STRING");
-        auto ask = [&](xcb_window_t w, const char *name, xcb_atom_t type) {
-            return xcb_get_property(connection, 0, w, atom(name), type, 0, 1024);
-        };
         struct Asked
         {
             xcb_get_property_cookie_t pid, wmClass, gtkId, netName, wmName, type;
@@ -143,9 +150,6 @@ public:
                  xcb_get_geometry(connection, w),
                  xcb_translate_coordinates(connection, w, root, 0, 0),
                  xcb_get_window_attributes(connection, w)});
-        auto answer = [&](xcb_get_property_cookie_t c) {
-            return Reply<xcb_get_property_reply_t>(xcb_get_property_reply(connection, c, nullptr));
-        };
         std::vector<Client> result;
         result.reserve(ids.size());
         std::optional<std::vector<CGRect>> screens;
