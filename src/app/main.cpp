@@ -14,7 +14,8 @@
 #include "platform/linux/LinuxDesktop.h"
 #include "platform/linux/TimerFrameClock.h"
 #include "platform/linux/WheelScrolling.h"
-#include "platform/linux/X11Input.h"
+#include "platform/linux/X11Keyboard.h"
+#include "platform/linux/X11Pointer.h"
 #include "platform/qt/QSettingsPreferenceStore.h"
 #include "platform/qt/QtScheduler.h"
 #include "platform/qt/QtSoundPlayer.h"
@@ -134,9 +135,10 @@ int runResident()
     if (!desktop)
         return 2;
     wireMenubarFrame(*desktop);
-    auto input = linux::X11Input::connect(
+    auto keyboard = linux::X11Keyboard::connect();
+    auto pointer = linux::X11Pointer::connect(
         [] { return QApplication::styleHints()->mouseDoubleClickInterval() / 1000.0; });
-    if (!input) {
+    if (!keyboard || !pointer) {
         std::fputs("tarnvik: the display lacks the XTEST or XKB extension\n", stderr);
         return 2;
     }
@@ -146,9 +148,9 @@ int runResident()
     QtScheduler scheduler;
     QtSoundPlayer player;
     SoundEffectManager sounds(player, preferences, TARNVIK_SOUNDS_DIR);
-    TimedHotKeys hotKeys(*input);
+    TimedHotKeys hotKeys(*keyboard);
     SRGlobalShortcutMonitor shortcuts(hotKeys);
-    CursorManager cursor(*input);
+    CursorManager cursor(*pointer);
     DoubleClickManager doubleClick(scheduler, shortcuts);
     // Declared before the mode, so that work in flight ends before what it uses goes away.
     SerialWorkQueue treeQueue;
@@ -168,20 +170,20 @@ int runResident()
                        [&x] {
                            return x.appearance().highContrast;
                        }});
-    Mode mode({{desktop->accessibility(), x, x},
-               x,
-               preferences,
-               scheduler,
-               *input,
-               *input,
-               *input,
-               cursor,
-               *input,
-               sounds,
-               views,
-               doubleClick,
-               treeQueue,
-               searchQueue});
+    Mode mode({.platform = {desktop->accessibility(), x, x},
+               .screens = x,
+               .preferences = preferences,
+               .scheduler = scheduler,
+               .keyboard = *keyboard,
+               .keyboardLayout = *keyboard,
+               .pointerMotion = *pointer,
+               .cursor = cursor,
+               .events = *pointer,
+               .sounds = sounds,
+               .views = views,
+               .doubleClick = doubleClick,
+               .treeQueue = treeQueue,
+               .searchQueue = searchQueue});
     std::string scrolling;
     auto scrollPosting = linux::makeScrollPosting(scrolling);
     if (!scrollPosting) {
@@ -196,16 +198,16 @@ int runResident()
     QtScrollViews scrollViews(
         preferences, [&x] { return x.screens().front().frame.size.height; }, x.hasCompositor());
     SerialWorkQueue scrollTreeQueue;
-    ScrollMode scrollMode({{desktop->accessibility(), x, x},
-                           x,
-                           preferences,
-                           scheduler,
-                           *input,
-                           *input,
-                           cursor,
-                           scroller,
-                           scrollViews,
-                           scrollTreeQueue});
+    ScrollMode scrollMode({.platform = {desktop->accessibility(), x, x},
+                           .screens = x,
+                           .preferences = preferences,
+                           .scheduler = scheduler,
+                           .keyboard = *keyboard,
+                           .events = *pointer,
+                           .cursor = cursor,
+                           .scroller = scroller,
+                           .views = scrollViews,
+                           .treeQueue = scrollTreeQueue});
     AppDelegate delegate(preferences, shortcuts, mode, scrollMode);
     delegate.wireShortcuts();
     AXEnablerService enabler({desktop->accessibility(), x, scheduler, preferences, [&] {

@@ -37,6 +37,11 @@ void ScrollMode::activate()
     }
     if (AXEnablerService::isIgnored(*app, _services.preferences))
         return;
+    // An open menu keeps the pointer, so the wheel would scroll the menu, not the window.
+    if (_services.keyboard.heldElsewhere()) {
+        _services.events.beep();
+        return;
+    }
 
     _frontmostApp = app;
     _services.platform.ax.invalidateCache();

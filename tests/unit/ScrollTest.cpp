@@ -456,6 +456,15 @@ TEST_F(ScrollModeTest, AWindowWithoutAreasKeepsTheWindowAndFailuresBeep)
     mode.activate();
     EXPECT_EQ(input.beeps(), 1);
     EXPECT_FALSE(input.captured());
+
+    // An open menu holds the keyboard and would take the wheel: nothing starts at all.
+    desktop.setFrontmost(1);
+    input.holdElsewhere(true);
+    mode.activate();
+    EXPECT_FALSE(mode.active());
+    EXPECT_EQ(input.beeps(), 2);
+    EXPECT_FALSE(input.captured());
+    EXPECT_EQ(input.hiddenLevel(), 0);
 }
 
 TEST_F(ScrollModeTest, ATreeThatComesAfterTheModeEndedIsDropped)

@@ -49,6 +49,8 @@ public:
 
     bool captured() const { return static_cast<bool>(_capture); }
     void refuseCapture(bool refuse) { _refuseCapture = refuse; }
+    // Another program (an open menu) holds the keyboard.
+    void holdElsewhere(bool held) { _heldElsewhere = held; }
     const std::vector<MouseEvent> &mouseEvents() const { return _mouse; }
     int beeps() const { return _beeps; }
     int hiddenLevel() const { return _hidden; }
@@ -58,6 +60,7 @@ public:
 
     bool start(KeyboardCapture::Handler handler) override;
     void stop() override { _capture = nullptr; }
+    bool heldElsewhere() override { return _heldElsewhere; }
     std::string translate(std::uint16_t keyCode) override;
     void setHandler(HotKeys::Handler handler) override { _hotKeyHandler = std::move(handler); }
     bool registerHotKey(HotKeyId id, std::uint16_t keyCode, std::uint64_t modifierFlags) override;
@@ -79,6 +82,7 @@ public:
 private:
     KeyboardCapture::Handler _capture;
     bool _refuseCapture = false;
+    bool _heldElsewhere = false;
     HotKeys::Handler _hotKeyHandler;
     std::map<HotKeyId, std::pair<std::uint16_t, std::uint64_t>> _hotKeys;
     std::vector<MouseEvent> _mouse;

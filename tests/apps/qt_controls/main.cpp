@@ -23,6 +23,12 @@ int main(int argc, char *argv[])
     file->addAction(QStringLiteral("Open"));
     QObject::connect(file->addAction(QStringLiteral("Quit")), &QAction::triggered, &app,
                      &QApplication::quit);
+    // As an editor's: letters are mnemonics while it is open ("s" opens the submenu), and what
+    // the check item holds shows in a label of the window.
+    QMenu *view = window.menuBar()->addMenu(QStringLiteral("&View"));
+    view->addMenu(QStringLiteral("&Split View"))->addAction(QStringLiteral("Split Vertically"));
+    QAction *wrap = view->addAction(QStringLiteral("Word &Wrap"));
+    wrap->setCheckable(true);
 
     auto *central = new QWidget;
     auto *layout = new QVBoxLayout(central);
@@ -37,6 +43,11 @@ int main(int argc, char *argv[])
     row->addWidget(press);
     row->addWidget(presses);
     layout->addLayout(row);
+    auto *wrapping = new QLabel(QStringLiteral("Word wrap: off"));
+    QObject::connect(wrap, &QAction::toggled, wrapping, [wrapping](bool on) {
+        wrapping->setText(on ? QStringLiteral("Word wrap: on") : QStringLiteral("Word wrap: off"));
+    });
+    layout->addWidget(wrapping);
 
     layout->addWidget(new QCheckBox(QStringLiteral("Check Me")));
     layout->addWidget(new QRadioButton(QStringLiteral("Radio A")));

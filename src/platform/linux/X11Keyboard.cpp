@@ -1,6 +1,7 @@
-#include "platform/linux/X11Input.h"
+#include "platform/linux/X11Keyboard.h"
 
 #include "platform/KeyCodes.h"
+#include "platform/linux/X11Keys.h"
 
 #include <QSocketNotifier>
 #include <QTimer>
@@ -11,12 +12,11 @@
 #include <optional>
 #include <vector>
 #include <xcb/xcb.h>
-#include <xcb/xfixes.h>
+#include <xcb/xinput.h>
 // xcb's XKB header names a field `explicit`, a keyword of C++.
 #define explicit xkb_explicit
 #include <xcb/xkb.h>
 #undef explicit
-#include <xcb/xtest.h>
 #include <xkbcommon/xkbcommon-x11.h>
 #include <xkbcommon/xkbcommon.h>
 
@@ -24,75 +24,8 @@ namespace tarnvik::linux {
 
 namespace {
 
-// Virtual key codes and the Linux input event codes of the same key positions; X key codes are
-// those plus 8.
-constexpr std::array<std::pair<std::uint16_t, std::uint8_t>, 95> keyPositions {{
-    {0, 30},    {1, 31},    {2, 32},    {3, 33},    {4, 35},    {5, 34},    {6, 44},    {7, 45},
-    {8, 46},    {9, 47},    {11, 48},   {12, 16},   {13, 17},   {14, 18},   {15, 19},   {16, 21},
-    {17, 20},   {18, 2},    {19, 3},    {20, 4},    {21, 5},    {22, 7},    {23, 6},    {24, 13},
-    {25, 10},   {26, 8},    {27, 12},   {28, 9},    {29, 11},   {30, 27},   {31, 24},   {32, 22},
-    {33, 26},   {34, 23},   {35, 25},   {36, 28},   {37, 38},   {38, 36},   {39, 40},   {40, 37},
-    {41, 39},   {42, 43},   {43, 51},   {44, 53},   {45, 49},   {46, 50},   {47, 52},   {48, 15},
-    {49, 57},   {50, 41},   {51, 14},   {53, 1},    {54, 126},  {55, 125},  {56, 42},   {57, 58},
-    {58, 56},   {59, 29},   {60, 54},   {61, 100},  {62, 97},   {76, 96},   {122, 59},  {120, 60},
-    {99, 61},   {118, 62},  {96, 63},   {97, 64},   {98, 65},   {100, 66},  {101, 67},  {109, 68},
-    {103, 87},  {111, 88},  {105, 183}, {107, 184}, {113, 185}, {106, 186}, {64, 187},  {79, 188},
-    {80, 189},  {90, 190},  {114, 110}, {115, 102}, {116, 104}, {117, 111}, {119, 107}, {121, 109},
-    {123, 105}, {124, 106}, {125, 108}, {126, 103}, {10, 86},
-}};
-
-std::optional<std::uint8_t> xKeyCode(std::uint16_t keyCode)
-{
-    for (const auto &[mac, evdev] : keyPositions)
-        if (mac == keyCode)
-            return static_cast<std::uint8_t>(evdev + 8);
-    return std::nullopt;
-}
-
-std::optional<std::uint16_t> virtualKeyCode(std::uint8_t xKey)
-{
-    for (const auto &[mac, evdev] : keyPositions)
-        if (evdev + 8 == xKey)
-            return mac;
-    return std::nullopt;
-}
-
-// Super stands in for Command, Alt for Option.
-constexpr std::uint16_t superMask = XCB_MOD_MASK_4;
-constexpr std::uint16_t altMask = XCB_MOD_MASK_1;
-constexpr std::uint16_t numLockMask = XCB_MOD_MASK_2;
-constexpr std::array<std::uint16_t, 4> lockVariants {0, XCB_MOD_MASK_LOCK, numLockMask,
-                                                     XCB_MOD_MASK_LOCK | numLockMask};
-
-std::uint16_t xModifiers(std::uint64_t flags)
-{
-    std::uint16_t m = 0;
-    if (flags & ModifierFlag::shift)
-        m |= XCB_MOD_MASK_SHIFT;
-    if (flags & ModifierFlag::control)
-        m |= XCB_MOD_MASK_CONTROL;
-    if (flags & ModifierFlag::option)
-        m |= altMask;
-    if (flags & ModifierFlag::command)
-        m |= superMask;
-    return m;
-}
-
-std::uint64_t modifierFlags(std::uint16_t state)
-{
-    std::uint64_t flags = 0;
-    if (state & XCB_MOD_MASK_SHIFT)
-        flags |= ModifierFlag::shift;
-    if (state & XCB_MOD_MASK_LOCK)
-        flags |= ModifierFlag::capsLock;
-    if (state & XCB_MOD_MASK_CONTROL)
-        flags |= ModifierFlag::control;
-    if (state & altMask)
-        flags |= ModifierFlag::option;
-    if (state & superMask)
-        flags |= ModifierFlag::command;
-    return flags;
-}
+constexpr std::array<std::uint16_t, 4> lockVariants {0, XMod::lock, XMod::numLock,
+                                                     XMod::lock | XMod::numLock};
 
 std::string utf8(xkb_keysym_t sym)
 {
@@ -103,12 +36,14 @@ std::string utf8(xkb_keysym_t sym)
 
 } // namespace
 
-class X11Input::Connection
+class X11Keyboard::Connection
 {
 public:
     xcb_connection_t *c = nullptr;
     xcb_window_t root = 0;
     std::int32_t keyboardDevice = -1;
+    // The XInput extension's major opcode; 0 without XInput 2.2.
+    std::uint8_t xinput = 0;
     xkb_context *context = nullptr;
     xkb_keymap *keymap = nullptr;
     // Set from each key event's own modifiers and group, so reading a key's text costs no trip
@@ -192,18 +127,13 @@ public:
     }
 };
 
-std::unique_ptr<X11Input> X11Input::connect(std::function<double()> doubleClickInterval)
+std::unique_ptr<X11Keyboard> X11Keyboard::connect()
 {
     auto x = std::make_unique<Connection>();
     x->c = xcb_connect(nullptr, nullptr);
     if (xcb_connection_has_error(x->c))
         return nullptr;
     x->root = xcb_setup_roots_iterator(xcb_get_setup(x->c)).data->root;
-    std::free(xcb_xfixes_query_version_reply(x->c, xcb_xfixes_query_version(x->c, 4, 0), nullptr));
-    auto *test = xcb_test_get_version_reply(x->c, xcb_test_get_version(x->c, 2, 2), nullptr);
-    if (!test)
-        return nullptr;
-    std::free(test);
     if (!xkb_x11_setup_xkb_extension(
             x->c, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
             XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, nullptr, nullptr))
@@ -223,33 +153,78 @@ std::unique_ptr<X11Input> X11Input::connect(std::function<double()> doubleClickI
                                  XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT,
                                  XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT, 0, 0, 0),
         nullptr));
-    return std::unique_ptr<X11Input>(new X11Input(std::move(x), std::move(doubleClickInterval)));
+    // Raw key events reach the root whatever holds the keyboard. Without XInput 2.2 a menu
+    // keeps the keyboard to itself, as it would without this program.
+    const auto *extension = xcb_get_extension_data(x->c, &xcb_input_id);
+    auto *version = extension && extension->present
+        ? xcb_input_xi_query_version_reply(x->c, xcb_input_xi_query_version(x->c, 2, 2), nullptr)
+        : nullptr;
+    if (version
+        && (version->major_version > 2
+            || (version->major_version == 2 && version->minor_version >= 2))) {
+        x->xinput = extension->major_opcode;
+        struct
+        {
+            xcb_input_event_mask_t head;
+            std::uint32_t mask;
+        } raw {{XCB_INPUT_DEVICE_ALL_MASTER, 1},
+               XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE};
+        xcb_input_xi_select_events(x->c, x->root, 1, &raw.head);
+    }
+    std::free(version);
+    return std::unique_ptr<X11Keyboard>(new X11Keyboard(std::move(x)));
 }
 
-X11Input::X11Input(std::unique_ptr<Connection> connection,
-                   std::function<double()> doubleClickInterval)
+X11Keyboard::X11Keyboard(std::unique_ptr<Connection> connection)
     : _x(std::move(connection))
-    , _doubleClickInterval(std::move(doubleClickInterval))
 {
     _events =
         std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(_x->c), QSocketNotifier::Read);
     QObject::connect(_events.get(), &QSocketNotifier::activated, [this] { readEvents(); });
 }
 
-X11Input::~X11Input()
+X11Keyboard::~X11Keyboard()
 {
     stop();
     xcb_ungrab_key(_x->c, XCB_GRAB_ANY, _x->root, XCB_MOD_MASK_ANY);
     xcb_flush(_x->c);
 }
 
-bool X11Input::start(KeyboardCapture::Handler handler)
+bool X11Keyboard::heldElsewhere()
+{
+    // X has no question for who holds the keyboard; taking it answers. A grab of our own (the
+    // press of a hot key holds one until its release) gives way, which costs nothing: the
+    // release then goes where it would have gone anyway.
+    auto *reply =
+        xcb_grab_keyboard_reply(_x->c,
+                                xcb_grab_keyboard(_x->c, 0, _x->root, XCB_CURRENT_TIME,
+                                                  XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
+                                nullptr);
+    const bool held = reply && reply->status != XCB_GRAB_STATUS_SUCCESS;
+    if (reply && !held)
+        xcb_ungrab_keyboard(_x->c, XCB_CURRENT_TIME);
+    std::free(reply);
+    xcb_flush(_x->c);
+    readQueuedEvents();
+    return held;
+}
+
+bool X11Keyboard::start(KeyboardCapture::Handler handler)
 {
     const bool starting = !_capture;
     _capture = std::move(handler);
     if (!starting)
         return true;
     _x->loadKeymap();
+    if (_x->xinput && heldElsewhere())
+        startExclusive();
+    else
+        startPassive();
+    return true;
+}
+
+void X11Keyboard::startPassive()
+{
     _focusWindow = _x->focusWindow();
     // Every key in every combination of the four modifiers and the two locks. A combination
     // that another client holds (the window manager's) fails as a whole; its error arrives as
@@ -258,24 +233,67 @@ bool X11Input::start(KeyboardCapture::Handler handler)
     // for; the grabs' answers are not awaited.
     _anyKeyGrabs.clear();
     for (std::uint16_t m = 0; m < 16; ++m) {
-        const std::uint16_t modifiers = static_cast<std::uint16_t>(
-            ((m & 1) ? XCB_MOD_MASK_SHIFT : 0) | ((m & 2) ? XCB_MOD_MASK_CONTROL : 0)
-            | ((m & 4) ? altMask : 0) | ((m & 8) ? superMask : 0));
+        const std::uint16_t modifiers =
+            static_cast<std::uint16_t>(((m & 1) ? XMod::shift : 0) | ((m & 2) ? XMod::control : 0)
+                                       | ((m & 4) ? XMod::alt : 0) | ((m & 8) ? XMod::super : 0));
         for (auto lock : lockVariants)
             grabAnyKey(_x->root, static_cast<std::uint16_t>(modifiers | lock));
     }
     xcb_flush(_x->c);
-    return true;
 }
 
-void X11Input::grabAnyKey(xcb_window_t window, std::uint16_t modifiers)
+void X11Keyboard::startExclusive()
+{
+    _exclusive = true;
+    // The menu saw the presses of the keys held now. Taking the keyboards before their releases
+    // would keep those from it, and it would see them held until pressed again.
+    auto *keymap = xcb_query_keymap_reply(_x->c, xcb_query_keymap(_x->c), nullptr);
+    _awaitingRelease.clear();
+    for (int key = 8; keymap && key < 256; ++key)
+        if (keymap->keys[key / 8] & (1 << (key % 8)))
+            _awaitingRelease.insert(static_cast<std::uint8_t>(key));
+    std::free(keymap);
+    readQueuedEvents();
+    if (_awaitingRelease.empty())
+        grabKeyboards();
+}
+
+void X11Keyboard::grabKeyboards()
+{
+    auto *devices = xcb_input_xi_query_device_reply(
+        _x->c, xcb_input_xi_query_device(_x->c, XCB_INPUT_DEVICE_ALL), nullptr);
+    if (!devices)
+        return;
+    std::vector<std::pair<std::uint16_t, xcb_input_xi_grab_device_cookie_t>> grabs;
+    std::uint32_t mask = XCB_INPUT_XI_EVENT_MASK_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_KEY_RELEASE;
+    for (auto it = xcb_input_xi_query_device_infos_iterator(devices); it.rem;
+         xcb_input_xi_device_info_next(&it)) {
+        if (it.data->type != XCB_INPUT_DEVICE_TYPE_SLAVE_KEYBOARD)
+            continue;
+        // A slave keyboard we hold leaves its master, and so the menu's grab, until we let go.
+        grabs.emplace_back(it.data->deviceid,
+                           xcb_input_xi_grab_device(_x->c, _x->root, XCB_CURRENT_TIME, XCB_NONE,
+                                                    it.data->deviceid, XCB_INPUT_GRAB_MODE_22_ASYNC,
+                                                    XCB_INPUT_GRAB_MODE_22_ASYNC, 0, 1, &mask));
+    }
+    std::free(devices);
+    for (const auto &[device, cookie] : grabs) {
+        auto *reply = xcb_input_xi_grab_device_reply(_x->c, cookie, nullptr);
+        if (reply && reply->status == XCB_GRAB_STATUS_SUCCESS)
+            _grabbedKeyboards.push_back(device);
+        std::free(reply);
+    }
+    readQueuedEvents();
+}
+
+void X11Keyboard::grabAnyKey(xcb_window_t window, std::uint16_t modifiers)
 {
     const auto cookie = xcb_grab_key(_x->c, 1, window, modifiers, XCB_GRAB_ANY, XCB_GRAB_MODE_ASYNC,
                                      XCB_GRAB_MODE_SYNC);
     _anyKeyGrabs[cookie.sequence] = {window, modifiers};
 }
 
-void X11Input::grabAroundOthers(xcb_window_t refused, std::uint16_t modifiers)
+void X11Keyboard::grabAroundOthers(xcb_window_t refused, std::uint16_t modifiers)
 {
     // Grabs are refused only where another client holds the same combination on the same
     // window. Grabbing key by key on the root instead costs the server tens of milliseconds
@@ -283,22 +301,31 @@ void X11Input::grabAroundOthers(xcb_window_t refused, std::uint16_t modifiers)
     if (refused == _x->root && _focusWindow) {
         grabAnyKey(_focusWindow, modifiers);
     } else {
-        for (const auto &[mac, evdev] : keyPositions)
-            if (mac < 54 || mac > 63) // modifier keys pass on their own
-                _x->grab(static_cast<std::uint8_t>(evdev + 8), modifiers, XCB_GRAB_MODE_SYNC);
+        for (const auto &p : keyPositions())
+            if (!p.isModifier()) // modifier keys pass on their own
+                _x->grab(p.xKey(), modifiers, XCB_GRAB_MODE_SYNC);
     }
     xcb_flush(_x->c);
 }
 
-void X11Input::stop()
+void X11Keyboard::stop()
 {
     if (!_capture)
         return;
     _capture = nullptr;
-    _anyKeyGrabs.clear();
     // Releases stop coming with the grabs: a key still down now would count as repeating when
     // it is next pressed.
     _keysDown.clear();
+    if (_exclusive) {
+        _exclusive = false;
+        _awaitingRelease.clear();
+        for (auto device : _grabbedKeyboards)
+            xcb_input_xi_ungrab_device(_x->c, XCB_CURRENT_TIME, device);
+        _grabbedKeyboards.clear();
+        xcb_flush(_x->c);
+        return;
+    }
+    _anyKeyGrabs.clear();
     // Ending the capture's grabs ends the hot keys' too: they are taken again.
     xcb_ungrab_key(_x->c, XCB_GRAB_ANY, _x->root, XCB_MOD_MASK_ANY);
     if (_focusWindow)
@@ -313,18 +340,18 @@ void X11Input::stop()
     xcb_flush(_x->c);
 }
 
-std::string X11Input::translate(std::uint16_t keyCode)
+std::string X11Keyboard::translate(std::uint16_t keyCode)
 {
     const auto key = xKeyCode(keyCode);
     return key ? utf8(_x->symbol(*key, _x->asciiLayout(), 0)) : std::string();
 }
 
-void X11Input::setHandler(HotKeys::Handler handler)
+void X11Keyboard::setHandler(HotKeys::Handler handler)
 {
     _hotKeyHandler = std::move(handler);
 }
 
-bool X11Input::grabHotKey(std::uint8_t keycode, std::uint16_t modifiers)
+bool X11Keyboard::grabHotKey(std::uint8_t keycode, std::uint16_t modifiers)
 {
     std::vector<xcb_void_cookie_t> cookies;
     for (auto lock : lockVariants)
@@ -341,14 +368,14 @@ bool X11Input::grabHotKey(std::uint8_t keycode, std::uint16_t modifiers)
     return ok;
 }
 
-bool X11Input::registerHotKey(HotKeyId id, std::uint16_t keyCode, std::uint64_t modifierFlags)
+bool X11Keyboard::registerHotKey(HotKeyId id, std::uint16_t keyCode, std::uint64_t modifierFlags)
 {
     const auto key = xKeyCode(keyCode);
     if (!key)
         return false;
     const auto modifiers = xModifiers(modifierFlags);
     // During a capture the key is matched there; the grab is taken when the capture ends.
-    if (!_capture && !grabHotKey(*key, modifiers)) {
+    if ((!_capture || _exclusive) && !grabHotKey(*key, modifiers)) {
         ungrabHotKey(*key, modifiers);
         return false;
     }
@@ -356,44 +383,43 @@ bool X11Input::registerHotKey(HotKeyId id, std::uint16_t keyCode, std::uint64_t 
     return true;
 }
 
-bool X11Input::unregisterHotKey(HotKeyId id)
+bool X11Keyboard::unregisterHotKey(HotKeyId id)
 {
     auto it = _hotKeys.find(id);
     if (it == _hotKeys.end())
         return false;
     const auto [key, modifiers] = it->second;
     _hotKeys.erase(it);
-    if (!_capture)
+    if (!_capture || _exclusive)
         ungrabHotKey(key, modifiers);
     return true;
 }
 
-void X11Input::ungrabHotKey(std::uint8_t keycode, std::uint16_t modifiers)
+void X11Keyboard::ungrabHotKey(std::uint8_t keycode, std::uint16_t modifiers)
 {
     for (auto lock : lockVariants)
         xcb_ungrab_key(_x->c, keycode, _x->root, static_cast<std::uint16_t>(modifiers | lock));
     xcb_flush(_x->c);
 }
 
-std::optional<HotKeys::HotKeyId> X11Input::hotKeyFor(std::uint8_t keycode,
-                                                     std::uint16_t state) const
+std::optional<HotKeys::HotKeyId> X11Keyboard::hotKeyFor(std::uint8_t keycode,
+                                                        std::uint16_t state) const
 {
-    const auto modifiers = static_cast<std::uint16_t>(
-        state & (XCB_MOD_MASK_SHIFT | XCB_MOD_MASK_CONTROL | altMask | superMask));
+    const auto modifiers = static_cast<std::uint16_t>(state & XMod::fourModifiers);
     for (const auto &[id, key] : _hotKeys)
         if (key.first == keycode && key.second == modifiers)
             return id;
     return std::nullopt;
 }
 
-void X11Input::readQueuedEvents()
+void X11Keyboard::readQueuedEvents()
 {
     // Waiting for a reply may have moved events into the connection's queue, where the socket
     // no longer announces them; a frozen key among them would hold the keyboard.
     QTimer::singleShot(0, _events.get(), [this] { readEvents(); });
 }
 
-void X11Input::readEvents()
+void X11Keyboard::readEvents()
 {
     while (auto *event = xcb_poll_for_event(_x->c)) {
         const auto type = event->response_type & 0x7f;
@@ -407,20 +433,94 @@ void X11Input::readEvents()
             }
         } else if (type == XCB_KEY_PRESS || type == XCB_KEY_RELEASE) {
             const auto *key = reinterpret_cast<xcb_key_press_event_t *>(event);
-            keyEvent(type == XCB_KEY_PRESS, key->detail, key->state);
+            keyEvent(type == XCB_KEY_PRESS, key->detail, key->state, key->time);
+        } else if (type == XCB_GE_GENERIC) {
+            genericEvent(event);
         }
         std::free(event);
     }
+    // A raw press is decided once everything read with it is handled: the grabbed press that
+    // may come with it makes it no hot key of its own.
+    rawHotKeys();
 }
 
-void X11Input::keyEvent(bool press, std::uint8_t keycode, std::uint16_t state)
+void X11Keyboard::genericEvent(const void *event)
+{
+    const auto *ge = static_cast<const xcb_ge_generic_event_t *>(event);
+    if (!_x->xinput || ge->extension != _x->xinput)
+        return;
+    switch (ge->event_type) {
+    case XCB_INPUT_KEY_PRESS:
+    case XCB_INPUT_KEY_RELEASE: {
+        // From the keyboards this capture holds.
+        const auto *key = static_cast<const xcb_input_key_press_event_t *>(event);
+        const auto state = static_cast<std::uint16_t>((key->mods.effective & 0xff)
+                                                      | ((key->group.effective & 3) << 13));
+        keyEvent(ge->event_type == XCB_INPUT_KEY_PRESS, static_cast<std::uint8_t>(key->detail),
+                 state, key->time);
+        break;
+    }
+    case XCB_INPUT_RAW_KEY_PRESS: {
+        const auto *raw = static_cast<const xcb_input_raw_key_press_event_t *>(event);
+        const auto key = static_cast<std::uint8_t>(raw->detail);
+        if (raw->flags & XCB_INPUT_KEY_EVENT_FLAGS_KEY_REPEAT)
+            break;
+        for (const auto &[id, hotKey] : _hotKeys)
+            if (hotKey.first == key) {
+                _rawPresses.emplace_back(key, raw->time);
+                break;
+            }
+        break;
+    }
+    case XCB_INPUT_RAW_KEY_RELEASE: {
+        const auto *raw = static_cast<const xcb_input_raw_key_release_event_t *>(event);
+        if (_exclusive && _grabbedKeyboards.empty()
+            && _awaitingRelease.erase(static_cast<std::uint8_t>(raw->detail))
+            && _awaitingRelease.empty())
+            grabKeyboards();
+        break;
+    }
+    default:
+        break;
+    }
+}
+
+void X11Keyboard::rawHotKeys()
+{
+    if (_rawPresses.empty())
+        return;
+    const auto presses = std::move(_rawPresses);
+    _rawPresses.clear();
+    for (const auto &[key, time] : presses) {
+        if (time == _lastGrabbedHotKey)
+            continue;
+        // Raw events carry no modifiers: the keyboard's state is asked for, while the
+        // shortcut's modifiers are still held.
+        auto *state = xcb_xkb_get_state_reply(
+            _x->c, xcb_xkb_get_state(_x->c, XCB_XKB_ID_USE_CORE_KBD), nullptr);
+        const std::uint16_t mods = state ? state->mods : 0;
+        std::free(state);
+        readQueuedEvents();
+        const auto hotKey = hotKeyFor(key, mods);
+        if (!hotKey)
+            continue;
+        _lastRawHotKey = time;
+        if (_hotKeyHandler)
+            _hotKeyHandler(*hotKey, EventType::keyDown);
+    }
+}
+
+void X11Keyboard::keyEvent(bool press, std::uint8_t keycode, std::uint16_t state,
+                           std::uint32_t time)
 {
     const int eventType = press ? EventType::keyDown : EventType::keyUp;
     if (auto hotKey = hotKeyFor(keycode, state)) {
-        if (_capture)
+        if (_capture && !_exclusive)
             xcb_allow_events(_x->c, XCB_ALLOW_ASYNC_KEYBOARD, XCB_CURRENT_TIME);
         xcb_flush(_x->c);
-        if (_hotKeyHandler)
+        if (press)
+            _lastGrabbedHotKey = time;
+        if (_hotKeyHandler && !(press && time == _lastRawHotKey))
             _hotKeyHandler(*hotKey, eventType);
         return;
     }
@@ -438,10 +538,13 @@ void X11Input::keyEvent(bool press, std::uint8_t keycode, std::uint16_t state)
         _keysDown.erase(keycode);
     // The text with the modifiers held, and with Shift alone, in the event's layout.
     event.characters = _x->text(keycode, state, state);
-    event.charactersIgnoringModifiers = _x->text(keycode, state & XCB_MOD_MASK_SHIFT, state);
+    event.charactersIgnoringModifiers = _x->text(keycode, state & XMod::shift, state);
     // A copy: the handler may end the capture.
     const auto capture = _capture;
+    const bool exclusive = _exclusive;
     const auto disposition = capture(event);
+    if (exclusive)
+        return;
     // A press that the grab froze is replayed to the focused window or kept; a release of a
     // kept press can only be kept.
     xcb_allow_events(_x->c,
@@ -449,82 +552,6 @@ void X11Input::keyEvent(bool press, std::uint8_t keycode, std::uint16_t state)
                                                                   : XCB_ALLOW_ASYNC_KEYBOARD,
                      XCB_CURRENT_TIME);
     xcb_flush(_x->c);
-}
-
-void X11Input::postMouseMoved(CGPoint position)
-{
-    xcb_test_fake_input(_x->c, XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, _x->root,
-                        static_cast<std::int16_t>(position.x),
-                        static_cast<std::int16_t>(position.y), 0);
-    xcb_flush(_x->c);
-}
-
-void X11Input::postMouseButton(int button, bool down, CGPoint position, std::uint64_t flags,
-                               int clickState)
-{
-    // X has no click count: the application counts a second press within its own interval.
-    (void)clickState;
-    // A Command-click carries Control, what that click means on Linux.
-    const std::optional<std::uint8_t> control =
-        (flags & ModifierFlag::command) ? xKeyCode(59) : std::nullopt;
-    if (control && down)
-        xcb_test_fake_input(_x->c, XCB_KEY_PRESS, *control, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
-    const std::uint8_t xButton = button == 0 ? 1 : button == 1 ? 3 : 2;
-    xcb_test_fake_input(_x->c, XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, _x->root,
-                        static_cast<std::int16_t>(position.x),
-                        static_cast<std::int16_t>(position.y), 0);
-    xcb_test_fake_input(_x->c, down ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE, xButton,
-                        XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
-    if (control && !down)
-        xcb_test_fake_input(_x->c, XCB_KEY_RELEASE, *control, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
-    xcb_flush(_x->c);
-}
-
-void X11Input::beep()
-{
-    xcb_bell(_x->c, 0);
-    xcb_flush(_x->c);
-}
-
-void X11Input::hideCursor()
-{
-    xcb_xfixes_hide_cursor(_x->c, _x->root);
-    xcb_flush(_x->c);
-}
-
-void X11Input::showCursor()
-{
-    xcb_xfixes_show_cursor(_x->c, _x->root);
-    xcb_flush(_x->c);
-}
-
-void X11Input::observe(std::function<void()> observer)
-{
-    _motion = std::move(observer);
-    if (!_motion) {
-        _motionPoll.reset();
-        return;
-    }
-    // Polled while a session runs: twenty queries a second cost nothing, and need no extension.
-    _lastPointer = {-1, -1};
-    _motionPoll = std::make_unique<QTimer>();
-    _motionPoll->setInterval(50);
-    QObject::connect(_motionPoll.get(), &QTimer::timeout, [this] { pollPointer(); });
-    _motionPoll->start();
-}
-
-void X11Input::pollPointer()
-{
-    auto *reply = xcb_query_pointer_reply(_x->c, xcb_query_pointer(_x->c, _x->root), nullptr);
-    if (!reply)
-        return;
-    const std::pair<int, int> at {reply->root_x, reply->root_y};
-    std::free(reply);
-    readQueuedEvents();
-    const bool moved = _lastPointer.first >= 0 && at != _lastPointer;
-    _lastPointer = at;
-    if (moved && _motion)
-        _motion();
 }
 
 } // namespace tarnvik::linux

@@ -1,0 +1,79 @@
+#include "platform/linux/X11Keys.h"
+
+#include "platform/KeyEvents.h"
+
+#include <array>
+
+namespace tarnvik::linux {
+
+namespace {
+
+constexpr std::array<KeyPosition, 95> positions {{
+    {0, 30},    {1, 31},    {2, 32},    {3, 33},    {4, 35},    {5, 34},    {6, 44},    {7, 45},
+    {8, 46},    {9, 47},    {11, 48},   {12, 16},   {13, 17},   {14, 18},   {15, 19},   {16, 21},
+    {17, 20},   {18, 2},    {19, 3},    {20, 4},    {21, 5},    {22, 7},    {23, 6},    {24, 13},
+    {25, 10},   {26, 8},    {27, 12},   {28, 9},    {29, 11},   {30, 27},   {31, 24},   {32, 22},
+    {33, 26},   {34, 23},   {35, 25},   {36, 28},   {37, 38},   {38, 36},   {39, 40},   {40, 37},
+    {41, 39},   {42, 43},   {43, 51},   {44, 53},   {45, 49},   {46, 50},   {47, 52},   {48, 15},
+    {49, 57},   {50, 41},   {51, 14},   {53, 1},    {54, 126},  {55, 125},  {56, 42},   {57, 58},
+    {58, 56},   {59, 29},   {60, 54},   {61, 100},  {62, 97},   {76, 96},   {122, 59},  {120, 60},
+    {99, 61},   {118, 62},  {96, 63},   {97, 64},   {98, 65},   {100, 66},  {101, 67},  {109, 68},
+    {103, 87},  {111, 88},  {105, 183}, {107, 184}, {113, 185}, {106, 186}, {64, 187},  {79, 188},
+    {80, 189},  {90, 190},  {114, 110}, {115, 102}, {116, 104}, {117, 111}, {119, 107}, {121, 109},
+    {123, 105}, {124, 106}, {125, 108}, {126, 103}, {10, 86},
+}};
+
+} // namespace
+
+std::span<const KeyPosition> keyPositions()
+{
+    return positions;
+}
+
+std::optional<std::uint8_t> xKeyCode(std::uint16_t keyCode)
+{
+    for (const auto &p : positions)
+        if (p.keyCode == keyCode)
+            return p.xKey();
+    return std::nullopt;
+}
+
+std::optional<std::uint16_t> virtualKeyCode(std::uint8_t xKey)
+{
+    for (const auto &p : positions)
+        if (p.xKey() == xKey)
+            return p.keyCode;
+    return std::nullopt;
+}
+
+std::uint16_t xModifiers(std::uint64_t flags)
+{
+    std::uint16_t m = 0;
+    if (flags & ModifierFlag::shift)
+        m |= XMod::shift;
+    if (flags & ModifierFlag::control)
+        m |= XMod::control;
+    if (flags & ModifierFlag::option)
+        m |= XMod::alt;
+    if (flags & ModifierFlag::command)
+        m |= XMod::super;
+    return m;
+}
+
+std::uint64_t modifierFlags(std::uint16_t state)
+{
+    std::uint64_t flags = 0;
+    if (state & XMod::shift)
+        flags |= ModifierFlag::shift;
+    if (state & XMod::lock)
+        flags |= ModifierFlag::capsLock;
+    if (state & XMod::control)
+        flags |= ModifierFlag::control;
+    if (state & XMod::alt)
+        flags |= ModifierFlag::option;
+    if (state & XMod::super)
+        flags |= ModifierFlag::command;
+    return flags;
+}
+
+} // namespace tarnvik::linux

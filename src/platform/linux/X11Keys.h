@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+namespace tarnvik::linux {
+
+// The core's virtual key codes are key positions; X key codes are the Linux input event codes
+// of the same positions plus 8.
+struct KeyPosition
+{
+    std::uint16_t keyCode;
+    std::uint8_t evdev;
+
+    std::uint8_t xKey() const { return static_cast<std::uint8_t>(evdev + 8); }
+    // Shift, Control, Option, Command, Caps Lock and Function, left and right.
+    bool isModifier() const { return keyCode >= 54 && keyCode <= 63; }
+};
+
+std::span<const KeyPosition> keyPositions();
+std::optional<std::uint8_t> xKeyCode(std::uint16_t keyCode);
+std::optional<std::uint16_t> virtualKeyCode(std::uint8_t xKey);
+
+// X's core modifier masks. Super stands in for Command, Alt for Option.
+namespace XMod {
+constexpr std::uint16_t shift = 1 << 0;
+constexpr std::uint16_t lock = 1 << 1;
+constexpr std::uint16_t control = 1 << 2;
+constexpr std::uint16_t alt = 1 << 3; // Mod1
+constexpr std::uint16_t numLock = 1 << 4; // Mod2
+constexpr std::uint16_t super = 1 << 6; // Mod4
+constexpr std::uint16_t fourModifiers = shift | control | alt | super;
+} // namespace XMod
+
+std::uint16_t xModifiers(std::uint64_t flags);
+std::uint64_t modifierFlags(std::uint16_t state);
+
+} // namespace tarnvik::linux

@@ -1,0 +1,215 @@
+#include "platform/linux/X11Pointer.h"
+
+#include "platform/KeyEvents.h"
+#include "platform/linux/X11Keys.h"
+
+#include <QTimer>
+
+#include <cstdlib>
+#include <optional>
+#include <xcb/xcb.h>
+#include <xcb/xfixes.h>
+#include <xcb/xtest.h>
+
+namespace tarnvik::linux {
+
+namespace {
+
+// The modifiers a posted click carries for its flags.
+std::uint16_t modifiersOfClick(std::uint64_t flags)
+{
+    std::uint16_t m = xModifiers(flags & ~ModifierFlag::command);
+    if (flags & ModifierFlag::command)
+        m |= XMod::control;
+    return m;
+}
+
+} // namespace
+
+class X11Pointer::Connection
+{
+public:
+    xcb_connection_t *c = nullptr;
+    xcb_window_t root = 0;
+
+    ~Connection()
+    {
+        if (c)
+            xcb_disconnect(c);
+    }
+
+    // The four modifiers as the keyboard holds them now, and where the pointer stands.
+    std::optional<std::pair<std::uint16_t, std::pair<int, int>>> pointerState()
+    {
+        auto *reply = xcb_query_pointer_reply(c, xcb_query_pointer(c, root), nullptr);
+        if (!reply)
+            return std::nullopt;
+        const auto modifiers = static_cast<std::uint16_t>(reply->mask & XMod::fourModifiers);
+        const std::pair<int, int> at {reply->root_x, reply->root_y};
+        std::free(reply);
+        return std::pair {modifiers, at};
+    }
+
+    void fake(std::uint8_t type, std::uint8_t detail, CGPoint position = {})
+    {
+        xcb_test_fake_input(
+            c, type, detail, XCB_CURRENT_TIME, type == XCB_MOTION_NOTIFY ? root : XCB_NONE,
+            static_cast<std::int16_t>(position.x), static_cast<std::int16_t>(position.y), 0);
+    }
+};
+
+std::unique_ptr<X11Pointer> X11Pointer::connect(std::function<double()> doubleClickInterval)
+{
+    auto x = std::make_unique<Connection>();
+    x->c = xcb_connect(nullptr, nullptr);
+    if (xcb_connection_has_error(x->c))
+        return nullptr;
+    x->root = xcb_setup_roots_iterator(xcb_get_setup(x->c)).data->root;
+    std::free(xcb_xfixes_query_version_reply(x->c, xcb_xfixes_query_version(x->c, 4, 0), nullptr));
+    auto *test = xcb_test_get_version_reply(x->c, xcb_test_get_version(x->c, 2, 2), nullptr);
+    if (!test)
+        return nullptr;
+    std::free(test);
+    return std::unique_ptr<X11Pointer>(
+        new X11Pointer(std::move(x), std::move(doubleClickInterval)));
+}
+
+X11Pointer::X11Pointer(std::unique_ptr<Connection> connection,
+                       std::function<double()> doubleClickInterval)
+    : _x(std::move(connection))
+    , _doubleClickInterval(std::move(doubleClickInterval))
+    , _queueTimer(std::make_unique<QTimer>())
+{
+    _queueTimer->setSingleShot(true);
+    QObject::connect(_queueTimer.get(), &QTimer::timeout, [this] { postQueued(); });
+}
+
+X11Pointer::~X11Pointer()
+{
+    // A Command-click cut short must not leave its Control held.
+    for (const auto &press : _queue)
+        if (!press.down)
+            post(press);
+}
+
+void X11Pointer::postMouseMoved(CGPoint position)
+{
+    _x->fake(XCB_MOTION_NOTIFY, 0, position);
+    xcb_flush(_x->c);
+}
+
+void X11Pointer::postMouseButton(int button, bool down, CGPoint position, std::uint64_t flags,
+                                 int clickState)
+{
+    // X has no click count: the application counts a second press within its own interval.
+    (void)clickState;
+    _queue.push_back({button, down, position, flags, std::chrono::steady_clock::now()});
+    if (_queue.size() == 1)
+        postQueued();
+}
+
+void X11Pointer::postQueued()
+{
+    using namespace std::chrono;
+    while (!_queue.empty()) {
+        const auto now = steady_clock::now();
+        const Press press = _queue.front();
+        if (press.down) {
+            const auto state = _x->pointerState();
+            const std::uint16_t held = state ? state->first : 0;
+            if (held & ~modifiersOfClick(press.flags)) {
+                if (_waitingSince == steady_clock::time_point {})
+                    _waitingSince = now;
+                if (now - _waitingSince < modifierWait) {
+                    _queueTimer->start(10);
+                    return;
+                }
+                // Held past any typing: a click with other modifiers could do something else
+                // entirely (extend a selection, move the window), so none is made.
+                _waitingSince = {};
+                _queue.pop_front();
+                while (!_queue.empty() && !_queue.front().down) {
+                    const bool same = _queue.front().button == press.button;
+                    _queue.pop_front();
+                    if (same)
+                        break;
+                }
+                beep();
+                continue;
+            }
+        }
+        const auto lateness = now - press.asked;
+        _waitingSince = {};
+        post(press);
+        _queue.pop_front();
+        // What follows keeps the distance in time it was asked with, so a press that waited
+        // is not cut short.
+        if (!_queue.empty()) {
+            const auto due = _queue.front().asked + lateness;
+            if (due > steady_clock::now()) {
+                _queueTimer->start(duration_cast<milliseconds>(due - steady_clock::now()) + 1ms);
+                return;
+            }
+        }
+    }
+}
+
+void X11Pointer::post(const Press &press)
+{
+    const std::optional<std::uint8_t> control =
+        (press.flags & ModifierFlag::command) ? xKeyCode(59) : std::nullopt;
+    if (control && press.down)
+        _x->fake(XCB_KEY_PRESS, *control);
+    const std::uint8_t xButton = press.button == 0 ? 1 : press.button == 1 ? 3 : 2;
+    _x->fake(XCB_MOTION_NOTIFY, 0, press.position);
+    _x->fake(press.down ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE, xButton);
+    if (control && !press.down)
+        _x->fake(XCB_KEY_RELEASE, *control);
+    xcb_flush(_x->c);
+}
+
+void X11Pointer::beep()
+{
+    xcb_bell(_x->c, 0);
+    xcb_flush(_x->c);
+}
+
+void X11Pointer::hideCursor()
+{
+    xcb_xfixes_hide_cursor(_x->c, _x->root);
+    xcb_flush(_x->c);
+}
+
+void X11Pointer::showCursor()
+{
+    xcb_xfixes_show_cursor(_x->c, _x->root);
+    xcb_flush(_x->c);
+}
+
+void X11Pointer::observe(std::function<void()> observer)
+{
+    _motion = std::move(observer);
+    if (!_motion) {
+        _motionPoll.reset();
+        return;
+    }
+    // Polled while a session runs: twenty queries a second cost nothing, and need no extension.
+    _lastPointer = {-1, -1};
+    _motionPoll = std::make_unique<QTimer>();
+    _motionPoll->setInterval(50);
+    QObject::connect(_motionPoll.get(), &QTimer::timeout, [this] { pollPointer(); });
+    _motionPoll->start();
+}
+
+void X11Pointer::pollPointer()
+{
+    const auto state = _x->pointerState();
+    if (!state)
+        return;
+    const bool moved = _lastPointer.first >= 0 && state->second != _lastPointer;
+    _lastPointer = state->second;
+    if (moved && _motion)
+        _motion();
+}
+
+} // namespace tarnvik::linux

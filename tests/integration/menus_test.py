@@ -1,0 +1,209 @@
+#!/usr/bin/env python3
+"""Open menus hold the whole keyboard. The resident tarnvik over a GTK 3 context menu, a GTK 3
+combo box's pop-up and a Qt menu-bar menu, driven as a person would: every assertion is on what
+the applications report through AT-SPI or on what the screen shows."""
+
+import os
+import subprocess
+import time
+import unittest
+
+import pyatspi
+
+from desktop_apps import (Application, ResidentTarnvik, accessible_window, key, label_colour_in,
+                          poll, rect, screen_pixels, targets, window_mapped)
+
+QT_PROGRAM = os.environ["QT_CONTROLS"]
+
+
+def overlay_mapped():
+    return window_mapped("Tarnvik Labels")
+
+
+def label_drawn_below(frame):
+    return label_colour_in(screen_pixels(),
+                           (frame[0] + frame[2] // 2 - 6, frame[1] + frame[3] - 8, 13, 17))
+
+
+def find(root, predicate):
+    return pyatspi.findDescendant(root, lambda a: a is not None and predicate(a))
+
+
+def showing(accessible):
+    return accessible.getState().contains(pyatspi.STATE_SHOWING)
+
+
+def label_of(accessible):
+    frame = list(rect(accessible))
+    listing = targets("--search", "")["targets"]
+    return next(t["label"] for t in listing if t["frame"] == frame)
+
+
+def click_at(accessible, button):
+    x, y, w, h = rect(accessible)
+    subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click",
+                    str(button)], check=True)
+
+
+class OpenMenus(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.tarnvik = ResidentTarnvik()
+        cls.tarnvik.start()
+        cls.gtk = Application(lambda home: ["gtk3-widget-factory"])
+        cls.gtk.bring_to_front()
+        cls.gtk_window = poll("the GTK window", cls.find_gtk_window)
+
+    @classmethod
+    def find_gtk_window(cls):
+        for application in pyatspi.Registry.getDesktop(0):
+            if application is not None and application.get_process_id() == cls.gtk.process.pid:
+                return next((f for f in application if f is not None and showing(f)), None)
+        return None
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.tarnvik.remove()
+        cls.gtk.stop()
+
+    def tearDown(self):
+        if overlay_mapped():
+            key("Escape")
+        poll("the overlay to close", lambda: not overlay_mapped(), 10)
+        # A menu left open keeps the keyboard from the next test.
+        for _ in range(3):
+            if self.gtk_menu() is None:
+                break
+            key("Escape")
+            time.sleep(0.3)
+
+    def gtk_menu(self):
+        """The showing popup window of the GTK program that holds a menu."""
+        for window in self.gtk_window.getApplication():
+            if (window is not None and window.getRole() == pyatspi.ROLE_WINDOW and showing(window)
+                    and any(c is not None and c.getRole() == pyatspi.ROLE_MENU for c in window)):
+                return window
+        return None
+
+    def entry(self):
+        return find(self.gtk_window, lambda a: a.getRole() == pyatspi.ROLE_TEXT and showing(a)
+                    and a.getState().contains(pyatspi.STATE_EDITABLE)
+                    and a.getState().contains(pyatspi.STATE_SENSITIVE)
+                    and a.queryText().getText(0, -1) == "entry")
+
+    def open_context_menu(self, entry):
+        self.gtk.bring_to_front()
+        entry.queryComponent().grabFocus()
+        click_at(entry, 3)
+        return poll("the entry's context menu", self.gtk_menu, 10)
+
+    def assert_typing_reaches(self, entry, letters):
+        """Plain letters arrive as typed: no modifier is left held, no grab left behind."""
+        entry.queryComponent().grabFocus()
+        poll("the entry focused", lambda: entry.getState().contains(pyatspi.STATE_FOCUSED), 10)
+        key("End", *letters)
+        poll(f"{letters} typed into the entry",
+             lambda: entry.queryText().getText(0, -1).endswith(letters), 10)
+        key(*["BackSpace"] * len(letters))
+
+    def test_a_label_typed_over_a_context_menu_presses_its_item_and_nothing_else(self):
+        entry = self.entry()
+        menu = self.open_context_menu(entry)
+        select_all = find(menu, lambda a: a.name == "Select All" and showing(a))
+        key("shift+super+space")
+        poll("the labels over the menu's items", lambda: label_drawn_below(rect(select_all)), 10)
+        # "t" is no label's letter, and Cut's mnemonic: had the menu seen it, the text were cut.
+        key("t")
+        label = label_of(select_all)
+        key(*[c.lower() for c in label])
+        text = entry.queryText()
+        poll("the whole text selected",
+             lambda: text.getNSelections() == 1 and text.getSelection(0) == (0, 5), 10)
+        poll("the menu closed", lambda: self.gtk_menu() is None, 10)
+        poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        self.assertEqual(text.getText(0, -1), "entry")
+        self.assert_typing_reaches(entry, "qv")
+
+    def test_escape_leaves_the_menu_open_for_the_keyboard_and_scroll_mode_does_not_start(self):
+        entry = self.entry()
+        menu = self.open_context_menu(entry)
+        copy = find(menu, lambda a: a.name == "Copy" and showing(a))
+        key("shift+super+space")
+        poll("the labels over the menu's items", lambda: label_drawn_below(rect(copy)), 10)
+        key("Escape")
+        poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        time.sleep(0.3)
+        self.assertIsNotNone(self.gtk_menu(), "the menu stays open")
+
+        # Scrolling under an open menu would scroll the menu: the mode doesn't start at all.
+        key("shift+super+j")
+        time.sleep(0.5)
+        self.assertFalse(window_mapped("Tarnvik Scrolling"))
+        self.assertIsNotNone(self.gtk_menu(), "the menu stays open")
+
+        # The menu has the keyboard again: Escape closes it.
+        key("Escape")
+        poll("the menu closed by its own key", lambda: self.gtk_menu() is None, 10)
+        self.assert_typing_reaches(entry, "xy")
+
+    def test_a_label_typed_over_a_combo_box_pop_up_chooses_that_item(self):
+        self.gtk.bring_to_front()
+        combo = find(self.gtk_window, lambda a: a.getRole() == pyatspi.ROLE_COMBO_BOX
+                     and a.name == "Left" and showing(a))
+
+        def item(name):
+            return find(combo, lambda a: a.getRole() == pyatspi.ROLE_MENU_ITEM and a.name == name
+                        and showing(a))
+        click_at(combo, 1)
+        middle = poll("the pop-up's items", lambda: item("Middle"), 10)
+        key("shift+super+space")
+        poll("the labels over the pop-up", lambda: label_drawn_below(rect(middle)), 10)
+        key(*[c.lower() for c in label_of(middle)])
+        poll("Middle chosen", lambda: combo.name == "Middle", 10)
+        # Put back for the other tests.
+        click_at(combo, 1)
+        poll("the pop-up's items", lambda: item("Left"), 10).queryAction().doAction(0)
+        poll("Left chosen", lambda: combo.name == "Left", 10)
+
+
+class QtMenus(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.tarnvik = ResidentTarnvik()
+        cls.qt = Application(lambda home: [QT_PROGRAM])
+        cls.qt.bring_to_front()
+        cls.window = poll("the Qt window", lambda: accessible_window("Tarnvik Qt Controls"))
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.tarnvik.remove()
+        cls.qt.stop()
+
+    def named(self, name, role):
+        return find(self.window.getApplication(),
+                    lambda a: a.name == name and a.getRole() == role and showing(a))
+
+    def test_chained_labels_over_a_menu_bar_menu_press_its_item(self):
+        self.tarnvik.start("chain-clicks=true\n")
+        view = self.named("View", pyatspi.ROLE_MENU_ITEM)
+        key("shift+super+space")
+        poll("labels", overlay_mapped, 10)
+        key(*[c.lower() for c in label_of(view)])
+        wrap = poll("the View menu open",
+                    lambda: self.named("Word Wrap", pyatspi.ROLE_MENU_ITEM), 10)
+        poll("labels back over its items", lambda: label_drawn_below(rect(wrap)), 10)
+        # "s" opens the submenu and "w" ticks the item when they reach the menu; typed as
+        # labels they press exactly the labelled item.
+        key(*[c.lower() for c in label_of(wrap)])
+        poll("word wrap on", lambda: self.named("Word wrap: on", pyatspi.ROLE_LABEL), 10)
+        self.assertIsNone(self.named("Split Vertically", pyatspi.ROLE_MENU_ITEM))
+        # The chain goes on over the window until Escape.
+        time.sleep(1)
+        poll("labels back", overlay_mapped, 10)
+        key("Escape")
+        poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        self.assertIsNotNone(self.named("Word wrap: on", pyatspi.ROLE_LABEL))
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
