@@ -45,6 +45,24 @@ void printTree(Accessibility &ax, const UITree &tree, const std::string &id, int
         printTree(ax, tree, child, depth + 1);
 }
 
+// Label mode reads no titles or subroles: the printout reads them now, after the timed build,
+// since they tell a person why an element is labelled.
+UIElement described(Accessibility &ax, const UIElement &e)
+{
+    UIElement copy = e;
+    if (!copy.ref)
+        return copy;
+    const auto read = [&](const std::string &name) -> std::optional<std::string> {
+        auto value = stringAttribute(ax, name, *copy.ref);
+        return value.ok() ? value.value() : std::nullopt;
+    };
+    if (!copy.title)
+        copy.title = read(NSAccessibilityTitleAttribute);
+    if (!copy.subrole)
+        copy.subrole = read(NSAccessibilitySubroleAttribute);
+    return copy;
+}
+
 } // namespace
 
 int TargetsCommand::run(const Options &options)
@@ -101,7 +119,7 @@ int TargetsCommand::run(const Options &options)
     if (options.json) {
         QJsonArray targets;
         for (std::size_t i = 0; i < elements.size(); ++i) {
-            const auto &e = *elements[i];
+            const auto e = described(ax, *elements[i]);
             targets.append(QJsonObject {
                 {"label", QString::fromStdString(labels[i])},
                 {"role", QString::fromStdString(e.role)},
@@ -116,7 +134,7 @@ int TargetsCommand::run(const Options &options)
     }
     std::printf("build: %.2f ms, %zu targets\n", reading->buildMs, elements.size());
     for (std::size_t i = 0; i < elements.size(); ++i) {
-        const auto &e = *elements[i];
+        const auto e = described(ax, *elements[i]);
         std::printf("%-4s %-16s %-14s %-40s %s\n", labels[i].c_str(), e.role.c_str(),
                     e.subrole.value_or("").c_str(), e.title.value_or("").c_str(),
                     describe(e.frame()).c_str());

@@ -49,6 +49,11 @@ class QtControls(unittest.TestCase):
         self.assertIn("AXTextField", {t["role"] for t in found.values()})
         self.assertNotIn("Hidden Button", found, "it lies on the tab that isn't shown")
 
+        # Label mode reads neither, but prints both, read after the timed build.
+        printed = {t["title"]: t for t in targets()["targets"]}
+        self.assertEqual(printed["First Tab"]["subrole"], "AXTabButton")
+        self.assertEqual(printed["Press Me"]["frame"], found["Press Me"]["frame"])
+
 
 if __name__ == "__main__":
     unittest.main(verbosity=2)
