@@ -56,7 +56,7 @@ struct Overlay
     }
 
     Result result;
-    OverlayPool pool {OverlayOptions {true, true, {}}};
+    OverlayPool pool {OverlayOptions {true, [] { return true; }, {}}};
     QtTargetsWindow window {
         pool, QRectF(0, 0, 1920, 1080),
         std::make_shared<LabelImageCache>(labelColors("original", false), 10, 1)};

@@ -163,13 +163,14 @@ int runResident()
             std::fprintf(stderr, "labels drawn: %zu labels, %.1f ms after the shortcut\n", count,
                          elapsed.count());
         };
-    // Reduced motion is read at start, high contrast at each session.
-    QtModeViews views(preferences,
-                      {[&x] { return x.screens().front().frame.size.height; },
-                       {x.hasCompositor(), x.appearance().reduceMotion, labelsPainted},
-                       [&x] {
-                           return x.appearance().highContrast;
-                       }});
+    // The desktop's appearance is read at each session.
+    QtModeViews views(
+        preferences,
+        {[&x] { return x.screens().front().frame.size.height; },
+         {x.hasCompositor(), [&x] { return x.appearance().reduceMotion; }, labelsPainted},
+         [&x] {
+             return x.appearance().highContrast;
+         }});
     Mode mode({.platform = {desktop->accessibility(), x, x},
                .screens = x,
                .preferences = preferences,

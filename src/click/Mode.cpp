@@ -36,7 +36,6 @@ Mode::~Mode()
 {
     *_alive = false;
     deactivate(true);
-    cancelTimer(_chainClickTimer);
     cancelTimer(_resetLabelQueryTimer);
     cancelTimer(_hideCursorTimer);
 }
@@ -192,6 +191,9 @@ void Mode::treesBuilt(UITrees trees, std::uint64_t session)
 
 void Mode::deactivate(bool closeWindow)
 {
+    // A chain's next session is due while none runs: the toggles and the switch to another
+    // application end it here, or it would start beside the mode they start.
+    cancelTimer(_chainClickTimer);
     if (!_active)
         return;
     _active = false;

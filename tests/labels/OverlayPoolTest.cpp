@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QImage>
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace tarnvik {
@@ -64,10 +65,25 @@ bool drawsSomething(QWidget *widget)
     return false;
 }
 
+// The darkest channel drawn over a white ground: labels' text is near black at full opacity.
+int darkest(QWidget *widget)
+{
+    QImage image(widget->size(), QImage::Format_RGB32);
+    image.fill(Qt::white);
+    widget->render(&image);
+    int result = 255;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x) {
+            const QRgb p = image.pixel(x, y);
+            result = std::min({result, qRed(p), qGreen(p), qBlue(p)});
+        }
+    return result;
+}
+
 class OverlayPoolTest : public testing::Test
 {
 protected:
-    OverlayPool pool {OverlayOptions {false, true, {}}};
+    OverlayPool pool {OverlayOptions {false, [] { return true; }, {}}};
     std::shared_ptr<LabelImageCache> labels =
         std::make_shared<LabelImageCache>(labelColors("original", false), 10, 1);
     Session session;
@@ -122,6 +138,24 @@ TEST_F(OverlayPoolTest, AFlashCutShortByClosingCompletesForNoOne)
     EXPECT_EQ(completed, 0);
     clock.advanceBy(150);
     EXPECT_EQ(completed, 1) << "a flash left to run completes";
+}
+
+TEST(OverlayPoolReducedMotion, TheDesktopsSettingIsAskedAtEachSession)
+{
+    bool reduce = false;
+    OverlayPool pool {OverlayOptions {false, [&reduce] { return reduce; }, {}}};
+    auto labels = std::make_shared<LabelImageCache>(labelColors("original", false), 10, 1);
+    Session session;
+    const auto firstFrame = [&] {
+        QtTargetsWindow window(pool, QRectF(0, 0, 800, 600), labels);
+        window.orderFront();
+        TargetsView view({session.button}, session.trees, {"A"}, false);
+        window.show(view);
+        return darkest(window.widget());
+    };
+    EXPECT_GT(firstFrame(), 200) << "labels fade in from nothing";
+    reduce = true;
+    EXPECT_LT(firstFrame(), 100) << "switched off while the program runs: labels at once";
 }
 
 } // namespace

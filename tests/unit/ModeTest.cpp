@@ -422,6 +422,14 @@ TEST_F(ModeTest, ChainClicksBringLabelsBackUntilATextFieldIsClicked)
     press(keyF); // the text field
     scheduler.advance(Seconds(1));
     EXPECT_FALSE(mode.active());
+
+    // The scroll shortcut within the chain's 0.3 s ends click mode before it starts its own.
+    mode.activate(true);
+    scheduler.runPending();
+    press(keyS);
+    mode.deactivate(true);
+    scheduler.advance(Seconds(0.31));
+    EXPECT_FALSE(mode.active()) << "a chain cut short never comes back";
 }
 
 class ClickUtilsTest : public ::testing::Test, protected test::FrontWindow

@@ -59,12 +59,14 @@ OverlayWidget::OverlayWidget(QRectF geometry, OverlayOptions options,
     , _cache(std::move(cache))
 {
     makeOverlayWindow(*this, "Tarnvik Labels", geometry.toRect(), _options.hasCompositor);
+    _reduceMotion = _options.reduceMotion && _options.reduceMotion();
 }
 
 void OverlayWidget::reset(QRectF geometry, std::shared_ptr<LabelImageCache> cache)
 {
     _cache = std::move(cache);
     setGeometry(geometry.toRect());
+    _reduceMotion = _options.reduceMotion && _options.reduceMotion();
 }
 
 void OverlayWidget::end()
@@ -183,7 +185,7 @@ void OverlayWidget::paintEvent(QPaintEvent *)
     } else if (auto focus = _view->focusFrame(screenFrame())) {
         paintHighlight(painter, toQt(*focus), 1.0);
     }
-    const double fade = _options.reduceMotion || !_fadeStart.isValid()
+    const double fade = _reduceMotion || !_fadeStart.isValid()
         ? 1.0
         : std::min(1.0, double(_fadeStart.nsecsElapsed()) / 1e6 / fadeInMilliseconds);
     if (fade < 1)

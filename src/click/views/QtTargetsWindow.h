@@ -21,8 +21,9 @@ struct OverlayOptions
     // Without a compositor a translucent window turns black: the overlay then shapes itself to
     // its labels instead.
     bool hasCompositor = false;
-    // Labels appear at once rather than fading in.
-    bool reduceMotion = false;
+    // Labels appear at once rather than fading in; asked at each session, as the desktop's
+    // setting may change while the program runs.
+    std::function<bool()> reduceMotion;
     // Told when a new set of labels first reached the screen; for measuring.
     std::function<void(std::size_t labels)> labelsPainted;
 };
@@ -92,6 +93,7 @@ private:
     TargetsView *_view = nullptr;
     std::vector<LabelLayer> _layers;
     QElapsedTimer _fadeStart;
+    bool _reduceMotion = false;
     // The flash of a click: the highlight growing by 5 points on each side and fading out.
     std::optional<QRectF> _flashFrame;
     double _flashProgress = 0;

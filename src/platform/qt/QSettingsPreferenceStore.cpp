@@ -26,7 +26,7 @@ QSettingsPreferenceStore::~QSettingsPreferenceStore() = default;
 
 std::optional<bool> QSettingsPreferenceStore::boolValue(const std::string &k) const
 {
-    const QVariant v = _settings->value(key(k));
+    const QVariant v = value(k);
     if (v.typeId() == QMetaType::Bool)
         return v.toBool();
     if (v.typeId() == QMetaType::QString) {
@@ -40,7 +40,7 @@ std::optional<bool> QSettingsPreferenceStore::boolValue(const std::string &k) co
 
 std::optional<double> QSettingsPreferenceStore::doubleValue(const std::string &k) const
 {
-    const QVariant v = _settings->value(key(k));
+    const QVariant v = value(k);
     if (v.typeId() == QMetaType::Double || v.typeId() == QMetaType::Int
         || v.typeId() == QMetaType::LongLong)
         return v.toDouble();
@@ -55,7 +55,7 @@ std::optional<double> QSettingsPreferenceStore::doubleValue(const std::string &k
 
 std::optional<std::string> QSettingsPreferenceStore::stringValue(const std::string &k) const
 {
-    const QVariant v = _settings->value(key(k));
+    const QVariant v = value(k);
     if (v.typeId() == QMetaType::QString)
         return v.toString().toStdString();
     return std::nullopt;
@@ -64,7 +64,7 @@ std::optional<std::string> QSettingsPreferenceStore::stringValue(const std::stri
 std::optional<std::vector<std::string>>
 QSettingsPreferenceStore::stringListValue(const std::string &k) const
 {
-    const QVariant v = _settings->value(key(k));
+    const QVariant v = value(k);
     if (v.typeId() != QMetaType::QStringList)
         return std::nullopt;
     std::vector<std::string> list;
@@ -75,17 +75,17 @@ QSettingsPreferenceStore::stringListValue(const std::string &k) const
 
 void QSettingsPreferenceStore::setBool(const std::string &k, bool value)
 {
-    _settings->setValue(key(k), value);
+    set(k, value);
 }
 
 void QSettingsPreferenceStore::setDouble(const std::string &k, double value)
 {
-    _settings->setValue(key(k), value);
+    set(k, value);
 }
 
 void QSettingsPreferenceStore::setString(const std::string &k, const std::string &value)
 {
-    _settings->setValue(key(k), QString::fromStdString(value));
+    set(k, QString::fromStdString(value));
 }
 
 void QSettingsPreferenceStore::setStringList(const std::string &k,
@@ -95,12 +95,25 @@ void QSettingsPreferenceStore::setStringList(const std::string &k,
     for (const auto &s : value)
         list << QString::fromStdString(s);
     // Marks the value as a list in the file, so that one path reads back as a list too.
-    _settings->setValue(key(k), QVariant::fromValue(list));
+    set(k, QVariant::fromValue(list));
 }
 
 void QSettingsPreferenceStore::remove(const std::string &k)
 {
+    std::lock_guard lock(_mutex);
     _settings->remove(key(k));
+}
+
+QVariant QSettingsPreferenceStore::value(const std::string &k) const
+{
+    std::lock_guard lock(_mutex);
+    return _settings->value(key(k));
+}
+
+void QSettingsPreferenceStore::set(const std::string &k, const QVariant &value)
+{
+    std::lock_guard lock(_mutex);
+    _settings->setValue(key(k), value);
 }
 
 } // namespace tarnvik

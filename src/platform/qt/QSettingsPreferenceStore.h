@@ -3,14 +3,17 @@
 #include "platform/PreferenceStore.h"
 
 #include <memory>
+#include <mutex>
 
 class QSettings;
+class QVariant;
 
 namespace tarnvik {
 
 // The user's settings in Qt's store (an INI file under ~/.config on Linux). Values read back
 // from a file come as text, so each typed read converts strictly and treats what doesn't
-// convert as absent.
+// convert as absent. A QSettings may be used from one thread at a time, and the tree builders
+// and the search read preferences on theirs, so every access takes the store's lock.
 class QSettingsPreferenceStore : public PreferenceStore
 {
 public:
@@ -31,6 +34,10 @@ public:
     void remove(const std::string &key) override;
 
 private:
+    QVariant value(const std::string &key) const;
+    void set(const std::string &key, const QVariant &value);
+
+    mutable std::mutex _mutex;
     std::unique_ptr<QSettings> _settings;
 };
 
