@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""A button that names itself after the last press it received, with the modifiers X gave that
-press, and an entry to type into: what the click's modifiers are tested on."""
+"""A button that names itself after the last press it received, whether it was the second of a
+double click, and the modifiers X gave it; and an entry to type into. What clicks are tested
+on."""
 
 import gi
 
@@ -11,9 +12,18 @@ MODIFIERS = [(Gdk.ModifierType.SHIFT_MASK, "Shift"), (Gdk.ModifierType.CONTROL_M
              (Gdk.ModifierType.MOD1_MASK, "Alt"), (Gdk.ModifierType.MOD4_MASK, "Super")]
 
 
+counts = {Gdk.EventType.BUTTON_PRESS: 0, Gdk.EventType.DOUBLE_BUTTON_PRESS: 0}
+
+
 def pressed(button, event):
+    if event.type in counts:
+        counts[event.type] += 1
+    if event.type != Gdk.EventType.BUTTON_PRESS:
+        return False
     held = [name for mask, name in MODIFIERS if event.state & mask]
-    button.set_label(f"button {event.button} with {'+'.join(held) or 'nothing'}")
+    button.set_label(f"button {event.button} with {'+'.join(held) or 'nothing'}, "
+                     f"{counts[Gdk.EventType.BUTTON_PRESS]} presses, "
+                     f"{counts[Gdk.EventType.DOUBLE_BUTTON_PRESS]} double")
     return False
 
 

@@ -86,10 +86,12 @@ X11Pointer::X11Pointer(std::unique_ptr<Connection> connection,
 
 X11Pointer::~X11Pointer()
 {
-    // A Command-click cut short must not leave its Control held.
-    for (const auto &press : _queue)
-        if (!press.down)
-            post(press);
+    // A click cut short must leave neither its button nor its Control held.
+    while (!_buttonsDown.empty()) {
+        Press release = _buttonsDown.begin()->second;
+        release.down = false;
+        post(release);
+    }
 }
 
 void X11Pointer::postMouseMoved(CGPoint position)
@@ -156,15 +158,26 @@ void X11Pointer::postQueued()
 
 void X11Pointer::post(const Press &press)
 {
+    const std::uint8_t xButton = press.button == 0 ? 1 : press.button == 1 ? 3 : 2;
+    // A second click asked for before the first one's release (a label typed again within a
+    // tenth of a second): X would drop a press of a button already down, so the first is
+    // released now, and its own release later has nothing left to do.
+    if (press.down && _buttonsDown.contains(press.button))
+        post({press.button, false, press.position, _buttonsDown[press.button].flags, press.asked});
+    if (!press.down && !_buttonsDown.contains(press.button))
+        return;
     const std::optional<std::uint8_t> control =
         (press.flags & ModifierFlag::command) ? xKeyCode(59) : std::nullopt;
     if (control && press.down)
         _x->fake(XCB_KEY_PRESS, *control);
-    const std::uint8_t xButton = press.button == 0 ? 1 : press.button == 1 ? 3 : 2;
     _x->fake(XCB_MOTION_NOTIFY, 0, press.position);
     _x->fake(press.down ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE, xButton);
     if (control && !press.down)
         _x->fake(XCB_KEY_RELEASE, *control);
+    if (press.down)
+        _buttonsDown[press.button] = press;
+    else
+        _buttonsDown.erase(press.button);
     xcb_flush(_x->c);
 }
 

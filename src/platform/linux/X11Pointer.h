@@ -5,6 +5,7 @@
 #include <chrono>
 #include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 
 class QTimer;
@@ -59,6 +60,8 @@ private:
     std::function<double()> _doubleClickInterval;
     // Button events in the order asked, kept while a press waits for modifiers.
     std::deque<Press> _queue;
+    // The presses posted and not yet released, by button.
+    std::map<int, Press> _buttonsDown;
     std::unique_ptr<QTimer> _queueTimer;
     std::chrono::steady_clock::time_point _waitingSince;
     std::function<void()> _motion;

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""A click carries exactly the modifiers it stands for: a GTK 3 button that names itself after
-the last press it received (tests/apps/press_log.py) tells, through AT-SPI, what X gave it."""
+"""Clicks as an application receives them: a GTK 3 button that names itself after the last press
+it received (tests/apps/press_log.py) tells, through AT-SPI, what X gave it: the modifiers, and
+how many presses and double clicks came."""
 
 import os
 import subprocess
@@ -15,7 +16,7 @@ from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessib
 PRESS_LOG = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "press_log.py")
 
 
-class ClickModifiers(OverlaySession):
+class Clicks(OverlaySession):
     overlay = "Tarnvik Labels"
 
     @classmethod
@@ -29,21 +30,27 @@ class ClickModifiers(OverlaySession):
     def find(self, role):
         return pyatspi.findDescendant(self.window, lambda a: a is not None and a.getRole() == role)
 
-    def last_letter_with(self, held, how_long=0.0):
-        """Types the button's label, holding the modifier for the last letter as a person does,
-        a little longer than the letter itself; answers what the button received."""
+    def show_labels(self):
+        """The button, and its label once the labels show."""
         button = self.find(pyatspi.ROLE_PUSH_BUTTON)
         frame = list(rect(button))
         label = next(t["label"] for t in targets()["targets"] if t["frame"] == frame).lower()
-        before = button.name
         key("shift+super+space")
         poll("the overlay", lambda: window_mapped(self.overlay), 10)
+        return button, label
+
+    def last_letter_with(self, held, how_long=0.0):
+        """Types the button's label, holding the modifier for the last letter as a person does,
+        a little longer than the letter itself; answers the modifiers the button received."""
+        button, label = self.show_labels()
+        before = button.name
         if len(label) > 1:
             key(*label[:-1])
         subprocess.run(["xdotool", "keydown", held, "key", label[-1]], check=True)
         time.sleep(how_long)
         subprocess.run(["xdotool", "keyup", held], check=True)
-        return poll("a press", lambda: button.name if button.name != before else None, 10)
+        return poll("a press", lambda: button.name if button.name != before else None,
+                    10).split(",")[0]
 
     def assert_plain_typing(self):
         entry = self.find(pyatspi.ROLE_TEXT)
@@ -55,6 +62,20 @@ class ClickModifiers(OverlaySession):
     def test_shift_right_clicks_with_no_modifier_even_when_held_after_the_letter(self):
         self.assertEqual(self.last_letter_with("shift", 0.4), "button 3 with nothing")
         self.assert_plain_typing()
+
+    def test_the_last_letter_typed_again_quickly_double_clicks(self):
+        button, label = self.show_labels()
+
+        def counts():
+            name = button.name
+            return (0, 0) if "," not in name else tuple(
+                int(part.split()[0]) for part in name.split(", ")[1:])
+        presses, doubles = counts()
+        # The second press comes before the first click's own release was due.
+        subprocess.run(["xdotool", "key", "--delay", "60", *label, label[-1], label[-1]],
+                       check=True)
+        poll("three presses", lambda: counts()[0] == presses + 3, 10)
+        self.assertEqual(counts()[1], doubles + 1, "the second of them a double click")
 
     def test_super_clicks_with_control_alone_and_leaves_nothing_held(self):
         self.assertEqual(self.last_letter_with("super"), "button 1 with Control")
