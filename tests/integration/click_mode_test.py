@@ -36,6 +36,17 @@ def label_pixels_below(frame, pixels):
             for dy in range(-8, 9) for dx in range(-6, 7)]
 
 
+def pixels_in(box, pixels):
+    shot, width = pixels
+    return [tuple(shot[((y * width) + x) * 3:][:3])
+            for y in range(box[1], box[1] + box[3]) for x in range(box[0], box[0] + box[2])]
+
+
+def similar(a, b):
+    """The share of pixels within a few steps of each other in every channel."""
+    return sum(1 for p, q in zip(a, b) if all(abs(i - j) < 12 for i, j in zip(p, q))) / len(a)
+
+
 def states_of(accessible):
     return accessible.getState()
 
@@ -197,6 +208,39 @@ class ClickMode(OverlaySession):
         poll("the first toggle button clicked",
              lambda: first.getState().contains(pyatspi.STATE_CHECKED) != was, 10)
         self.assertIsNotNone(button)
+
+    def test_without_a_compositor_the_focused_element_shows_through_its_highlight(self):
+        self.tarnvik.start("search-shortcut=\u21e7\u2318F\n")
+        key("shift+super+f")
+        poll("the overlay", overlay_mapped, 10)
+        key("t", "o", "g", "g", "l", "e")
+        time.sleep(0.5)
+        frame = targets("--search", "toggle")["targets"][0]["frame"]
+        # The upper part of the element, inside the border: no label stands there.
+        inside = (frame[0] + 4, frame[1] + 4, frame[2] - 8, frame[3] * 2 // 5)
+        highlighted = pixels_in(inside, screen_pixels())
+        key("Return")
+        # After the click's flash (0.2 s), before the double-click interval ends (0.4 s):
+        # nothing of the highlight may be left standing there.
+        time.sleep(0.28)
+        flashed = pixels_in(inside, screen_pixels())
+        poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        time.sleep(0.3)
+        key("shift+super+f")
+        poll("the overlay", overlay_mapped, 10)
+        key("Escape")
+        poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        plain = pixels_in(inside, screen_pixels())
+        self.assertGreater(similar(flashed, plain), 0.95)
+        # Clicked, the toggle button looks pressed now: it is put back, and compared again.
+        key("shift+super+f")
+        poll("the overlay", overlay_mapped, 10)
+        key("t", "o", "g", "g", "l", "e")
+        time.sleep(0.5)
+        key("Return")
+        poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        time.sleep(0.3)
+        self.assertGreater(similar(highlighted, pixels_in(inside, screen_pixels())), 0.95)
 
     def test_super_on_the_last_letter_clicks_though_the_window_manager_holds_super_keys(self):
         # openbox holds Super+D, Super+E and Super+F1-F4 on the root, so the session takes the

@@ -16,6 +16,13 @@ namespace tarnvik {
 
 namespace {
 
+// The highlight's 2-point border, as a window's shape.
+QRegion ringOf(QRectF frame)
+{
+    const QRect outer = frame.toAlignedRect();
+    return QRegion(outer).subtracted(QRegion(outer.adjusted(2, 2, -2, -2)));
+}
+
 QRectF toQt(const CGRect &r)
 {
     return {r.origin.x, r.origin.y, r.size.width, r.size.height};
@@ -129,10 +136,10 @@ void OverlayWidget::updateMask()
             if (!_view->isLabelHidden(i))
                 region += toQt(_view->labelFrames()[i]).toAlignedRect();
         if (auto focus = _view->focusFrame(screenFrame()))
-            region += toQt(*focus).adjusted(-6, -6, 6, 6).toAlignedRect();
+            region += ringOf(toQt(*focus));
     }
     if (_flashFrame)
-        region += _flashFrame->adjusted(-6, -6, 6, 6).toAlignedRect();
+        region += ringOf(flashFrame());
     // An empty shape would be no shape at all: a window over the whole screen. With nothing to
     // show the window stays unmapped instead.
     if (region.isEmpty()) {
@@ -153,8 +160,24 @@ void OverlayWidget::orderFront()
         updateMask();
 }
 
+QRectF OverlayWidget::flashFrame() const
+{
+    const double grow = 5 * _flashProgress;
+    return _flashFrame->adjusted(-grow, -grow, grow, grow);
+}
+
 void OverlayWidget::paintHighlight(QPainter &painter, QRectF frame, double opacity) const
 {
+    // A shaped window is opaque: its shape is the border alone, so that the element shows
+    // through where a compositor would have tinted it.
+    if (!_options.hasCompositor) {
+        painter.setOpacity(opacity);
+        painter.setClipRegion(ringOf(frame));
+        painter.fillRect(frame.toAlignedRect(), systemBlue());
+        painter.setClipping(false);
+        painter.setOpacity(1);
+        return;
+    }
     const double radius = std::min(std::min(frame.width(), frame.height()) * 0.5, 5.0);
     QColor fill = systemBlue();
     fill.setAlphaF(0.4F);
@@ -179,9 +202,7 @@ void OverlayWidget::paintEvent(QPaintEvent *)
         return;
     painter.setRenderHint(QPainter::Antialiasing);
     if (_flashFrame) {
-        const double grow = 5 * _flashProgress;
-        paintHighlight(painter, _flashFrame->adjusted(-grow, -grow, grow, grow),
-                       1.0 - _flashProgress);
+        paintHighlight(painter, flashFrame(), 1.0 - _flashProgress);
     } else if (auto focus = _view->focusFrame(screenFrame())) {
         paintHighlight(painter, toQt(*focus), 1.0);
     }
@@ -221,10 +242,15 @@ void OverlayWidget::flash(std::function<void()> completion)
     animation->setDuration(200);
     QObject::connect(animation, &QVariantAnimation::valueChanged, this, [this](const QVariant &v) {
         _flashProgress = v.toDouble();
+        updateMask();
         QWidget::update();
     });
+    // Faded out, the flash is nothing: a shaped window would keep its box, opaque, until the
+    // window closed.
     QObject::connect(animation, &QVariantAnimation::finished, this,
-                     [completion = std::move(completion)] {
+                     [this, completion = std::move(completion)] {
+                         _flashFrame.reset();
+                         refresh();
                          if (completion)
                              completion();
                      });

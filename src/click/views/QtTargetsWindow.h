@@ -82,6 +82,8 @@ protected:
 
 private:
     void paintHighlight(QPainter &painter, QRectF frame, double opacity) const;
+    // Where the flash stands now: it grows as it fades.
+    QRectF flashFrame() const;
     void updateMask();
     // Where the window stands, in the accessibility space.
     CGRect screenFrame() const;
