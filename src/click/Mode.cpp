@@ -137,6 +137,15 @@ void Mode::activate(bool isSearchDisabled)
     if (!captured)
         printLine("Failed to create event tap");
     _services.pointerMotion.observe([this] { mouseMoved(); });
+    // The search bar takes the keyboard from the application in front; a click anywhere gives
+    // it back, as the bar stops being the key window.
+    if (!_isSearchDisabled)
+        _services.pointerMotion.observePresses([this, session = _session] {
+            post([this, session] {
+                if (session == _session)
+                    deactivate(true);
+            });
+        });
 
     if (!_cursorHidden) {
         _services.cursor.hide();
@@ -216,6 +225,7 @@ void Mode::deactivate(bool closeWindow)
 
     _services.keyboard.stop();
     _services.pointerMotion.observe({});
+    _services.pointerMotion.observePresses({});
 
     if (_cursorHidden) {
         _services.cursor.restore();

@@ -44,13 +44,15 @@ public:
     virtual void showCursor() = 0;
 };
 
-// Observes the pointer moving, whichever application has it.
+// Observes the pointer moving and its buttons pressed, whichever application has it.
 class PointerMotion
 {
 public:
     virtual ~PointerMotion() = default;
     // Calls `observer` on the main thread for movements from now on; an empty function stops.
     virtual void observe(std::function<void()> observer) = 0;
+    // The same for presses of the user's buttons (not the wheel's, not this program's own).
+    virtual void observePresses(std::function<void()> observer) = 0;
 };
 
 } // namespace tarnvik

@@ -209,6 +209,17 @@ class ClickMode(OverlaySession):
              lambda: first.getState().contains(pyatspi.STATE_CHECKED) != was, 10)
         self.assertIsNotNone(button)
 
+    def test_a_click_elsewhere_ends_search_mode_and_gives_the_keyboard_back(self):
+        self.tarnvik.start("search-shortcut=\u21e7\u2318F\n")
+        key("shift+super+f")
+        poll("the overlay", overlay_mapped, 10)
+        key("t", "o", "g")
+        x, y, w, h = rect(self.window)
+        subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h - 5), "click", "1"],
+                       check=True)
+        poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        self.assert_typing_reaches_an_entry("kj")
+
     def test_without_a_compositor_the_focused_element_shows_through_its_highlight(self):
         self.tarnvik.start("search-shortcut=\u21e7\u2318F\n")
         key("shift+super+f")

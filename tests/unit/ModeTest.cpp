@@ -350,6 +350,22 @@ TEST_F(ModeTest, SearchModeNarrowsByTextAndReturnClicksTheFirst)
     EXPECT_EQ(presses()[0].position, (CGPoint {250, 52}));
 }
 
+TEST_F(ModeTest, AClickAnywhereEndsSearchModeButNotLabelMode)
+{
+    mode.activate(false);
+    scheduler.runPending();
+    input.pressButton();
+    scheduler.runPending();
+    EXPECT_FALSE(mode.active()) << "the search bar gives the keyboard back";
+    EXPECT_FALSE(input.captured());
+
+    mode.activate(true);
+    scheduler.runPending();
+    input.pressButton();
+    scheduler.runPending();
+    EXPECT_TRUE(mode.active());
+}
+
 TEST_F(ModeTest, TheSearchFieldGetsWhatTheSessionLeaves)
 {
     mode.activate(false);

@@ -30,6 +30,12 @@ bool FakeInput::type(const KeyEvent &event)
     return true;
 }
 
+void FakeInput::pressButton()
+{
+    if (_presses)
+        _presses();
+}
+
 void FakeInput::moveMouse()
 {
     if (_motion)

@@ -46,6 +46,7 @@ public:
     // The same, for an event made whole by the test.
     bool type(const KeyEvent &event);
     void moveMouse();
+    void pressButton();
 
     bool captured() const { return static_cast<bool>(_capture); }
     void refuseCapture(bool refuse) { _refuseCapture = refuse; }
@@ -73,6 +74,7 @@ public:
     void hideCursor() override { ++_hidden; }
     void showCursor() override { --_hidden; }
     void observe(std::function<void()> observer) override { _motion = std::move(observer); }
+    void observePresses(std::function<void()> observer) override { _presses = std::move(observer); }
     void postScroll(double verticalPx, double horizontalPx) override
     {
         _scrolls.push_back({verticalPx, horizontalPx});
@@ -88,6 +90,7 @@ private:
     std::vector<MouseEvent> _mouse;
     std::vector<Scroll> _scrolls;
     std::function<void()> _motion;
+    std::function<void()> _presses;
     int _beeps = 0;
     int _hidden = 0;
     double _doubleClickInterval = 0.5;

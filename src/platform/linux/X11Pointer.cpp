@@ -3,12 +3,14 @@
 #include "platform/KeyEvents.h"
 #include "platform/linux/X11Keys.h"
 
+#include <QSocketNotifier>
 #include <QTimer>
 
 #include <cstdlib>
 #include <optional>
 #include <xcb/xcb.h>
 #include <xcb/xfixes.h>
+#include <xcb/xinput.h>
 #include <xcb/xtest.h>
 
 namespace tarnvik::linux {
@@ -31,6 +33,8 @@ class X11Pointer::Connection
 public:
     xcb_connection_t *c = nullptr;
     xcb_window_t root = 0;
+    // The XInput extension's major opcode; 0 without XInput 2.2.
+    std::uint8_t xinput = 0;
 
     ~Connection()
     {
@@ -70,6 +74,17 @@ std::unique_ptr<X11Pointer> X11Pointer::connect(std::function<double()> doubleCl
     if (!test)
         return nullptr;
     std::free(test);
+    // Raw button events come whatever holds the pointer, and carry no window: they tell only
+    // that the user pressed a button.
+    const auto *extension = xcb_get_extension_data(x->c, &xcb_input_id);
+    auto *version = extension && extension->present
+        ? xcb_input_xi_query_version_reply(x->c, xcb_input_xi_query_version(x->c, 2, 2), nullptr)
+        : nullptr;
+    if (version
+        && (version->major_version > 2
+            || (version->major_version == 2 && version->minor_version >= 2)))
+        x->xinput = extension->major_opcode;
+    std::free(version);
     return std::unique_ptr<X11Pointer>(
         new X11Pointer(std::move(x), std::move(doubleClickInterval)));
 }
@@ -82,6 +97,9 @@ X11Pointer::X11Pointer(std::unique_ptr<Connection> connection,
 {
     _queueTimer->setSingleShot(true);
     QObject::connect(_queueTimer.get(), &QTimer::timeout, [this] { postQueued(); });
+    _events =
+        std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(_x->c), QSocketNotifier::Read);
+    QObject::connect(_events.get(), &QSocketNotifier::activated, [this] { readEvents(); });
 }
 
 X11Pointer::~X11Pointer()
@@ -118,6 +136,7 @@ void X11Pointer::postQueued()
         const Press press = _queue.front();
         if (press.down) {
             const auto state = _x->pointerState();
+            readQueuedEvents();
             const std::uint16_t held = state ? state->first : 0;
             if (held & ~modifiersOfClick(press.flags)) {
                 if (_waitingSince == steady_clock::time_point {})
@@ -214,9 +233,52 @@ void X11Pointer::observe(std::function<void()> observer)
     _motionPoll->start();
 }
 
+void X11Pointer::observePresses(std::function<void()> observer)
+{
+    const bool was = static_cast<bool>(_presses);
+    _presses = std::move(observer);
+    if (!_x->xinput || was == static_cast<bool>(_presses))
+        return;
+    // Asked for only while someone listens: otherwise every click on the desktop would wake us.
+    struct
+    {
+        xcb_input_event_mask_t head;
+        std::uint32_t mask;
+    } raw {{XCB_INPUT_DEVICE_ALL_MASTER, 1},
+           _presses ? std::uint32_t(XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS) : 0u};
+    xcb_input_xi_select_events(_x->c, _x->root, 1, &raw.head);
+    xcb_flush(_x->c);
+}
+
+void X11Pointer::readEvents()
+{
+    bool pressed = false;
+    while (auto *event = xcb_poll_for_event(_x->c)) {
+        const auto *ge = reinterpret_cast<xcb_ge_generic_event_t *>(event);
+        if ((event->response_type & 0x7f) == XCB_GE_GENERIC && _x->xinput
+            && ge->extension == _x->xinput && ge->event_type == XCB_INPUT_RAW_BUTTON_PRESS) {
+            // Buttons 4 to 7 are the wheel's.
+            const auto button =
+                reinterpret_cast<xcb_input_raw_button_press_event_t *>(event)->detail;
+            pressed = pressed || button <= 3 || button >= 8;
+        }
+        std::free(event);
+    }
+    if (pressed && _presses)
+        _presses();
+}
+
+void X11Pointer::readQueuedEvents()
+{
+    // Waiting for a reply may have moved a press into the connection's queue, where the socket
+    // no longer announces it.
+    QTimer::singleShot(0, _events.get(), [this] { readEvents(); });
+}
+
 void X11Pointer::pollPointer()
 {
     const auto state = _x->pointerState();
+    readQueuedEvents();
     if (!state)
         return;
     const bool moved = _lastPointer.first >= 0 && state->second != _lastPointer;

@@ -8,12 +8,13 @@
 #include <map>
 #include <memory>
 
+class QSocketNotifier;
 class QTimer;
 
 namespace tarnvik::linux {
 
-// Synthesised clicks, the pointer's visibility and its movement on X11, over a connection of
-// its own.
+// Synthesised clicks, the pointer's visibility, its movement and the user's clicks on X11, over
+// a connection of its own.
 //
 // X gives a posted button event the modifiers that the keyboard holds at that moment, and XTest
 // can release only keys that XTest itself pressed. So a press waits until the user has let go
@@ -36,6 +37,7 @@ public:
     void hideCursor() override;
     void showCursor() override;
     void observe(std::function<void()> observer) override;
+    void observePresses(std::function<void()> observer) override;
 
     // How long a press waits for modifiers to be let go before it is dropped with a beep.
     static constexpr std::chrono::milliseconds modifierWait {1500};
@@ -55,6 +57,8 @@ private:
     void postQueued();
     void post(const Press &press);
     void pollPointer();
+    void readEvents();
+    void readQueuedEvents();
 
     std::unique_ptr<Connection> _x;
     std::function<double()> _doubleClickInterval;
@@ -64,6 +68,8 @@ private:
     std::map<int, Press> _buttonsDown;
     std::unique_ptr<QTimer> _queueTimer;
     std::chrono::steady_clock::time_point _waitingSince;
+    std::unique_ptr<QSocketNotifier> _events;
+    std::function<void()> _presses;
     std::function<void()> _motion;
     std::unique_ptr<QTimer> _motionPoll;
     std::pair<int, int> _lastPointer {-1, -1};
