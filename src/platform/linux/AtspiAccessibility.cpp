@@ -172,6 +172,28 @@ unsigned needsOf(const std::string &attribute)
     return it == table.end() ? 0u : it->second;
 }
 
+// GTK 3 gives an object it has not placed extents of -1 by -1.
+bool hasPlace(const Extents &e)
+{
+    return e.width >= 0 && e.height >= 0;
+}
+
+std::optional<Extents> unionOf(const std::vector<Extents> &rects)
+{
+    if (rects.empty())
+        return std::nullopt;
+    Extents united = rects.front();
+    for (const auto &e : rects) {
+        const auto right = std::max(united.x + united.width, e.x + e.width);
+        const auto bottom = std::max(united.y + united.height, e.y + e.height);
+        united.x = std::min(united.x, e.x);
+        united.y = std::min(united.y, e.y);
+        united.width = right - united.x;
+        united.height = bottom - united.y;
+    }
+    return united;
+}
+
 // The roles the search keys ask for, as a bit set of role numbers.
 std::vector<std::int32_t> searchKeyRoles()
 {
@@ -260,6 +282,7 @@ public:
                     || r == std::optional<std::uint32_t>(role::Text);
             }
         }
+        context.placed = !n.extents || hasPlace(*n.extents);
         if (n.attributes) {
             if (auto it = n.attributes->find("xml-roles"); it != n.attributes->end())
                 context.xmlRoles = it->second;
@@ -292,39 +315,36 @@ public:
         return gtk4;
     }
 
-    // An object without a place of its own (GTK 4's stack pages) stands where its children
-    // do: the union of those that have a size, or where the first one stands.
+    // An object without a place of its own stands where its children do: GTK 4's stack pages
+    // have no Component, and GTK 3 places the page tab of a notebook whose tabs are hidden at
+    // -1,-1 sized -1 by -1, though it holds the page's content. It takes the union of its
+    // showing children that have a size (of all of them where none is showing: GTK 4 marks
+    // only its windows), or where the first one stands.
     std::optional<Extents> extentsOf(const ObjectRef &ref, const Node &own)
     {
-        if (own.extents || own.implements(componentInterface))
+        if ((own.extents && hasPlace(*own.extents)) || (!own.extents && own.implements(componentInterface)))
             return own.extents;
         ensure({ref}, NChildren);
         const auto children = node(ref).children.value_or(std::vector<ObjectRef> {});
-        if (children.empty())
-            return std::nullopt;
-        ensure(children, NExtents);
+        ensure(children, NExtents | NStates);
+        std::vector<Extents> sized;
+        std::vector<Extents> showing;
         std::optional<Extents> first;
-        std::optional<Extents> united;
         for (const auto &c : children) {
-            const auto e = node(c).extents;
-            if (!e)
+            const Node n = node(c);
+            if (!n.extents)
                 continue;
             if (!first)
-                first = e;
-            if (e->width <= 0 || e->height <= 0)
+                first = n.extents;
+            if (n.extents->width <= 0 || n.extents->height <= 0)
                 continue;
-            if (!united) {
-                united = e;
-                continue;
-            }
-            const auto right = std::max(united->x + united->width, e->x + e->width);
-            const auto bottom = std::max(united->y + united->height, e->y + e->height);
-            united->x = std::min(united->x, e->x);
-            united->y = std::min(united->y, e->y);
-            united->width = right - united->x;
-            united->height = bottom - united->y;
+            sized.push_back(*n.extents);
+            if (n.states && n.states->has(state::Showing))
+                showing.push_back(*n.extents);
         }
-        return united ? united : first;
+        if (auto united = unionOf(showing.empty() ? sized : showing))
+            return united;
+        return first ? first : own.extents;
     }
 
     // Where a toolkit that reports positions relative to its window has its origin.
@@ -461,6 +481,8 @@ private:
                 own |= NParent;
             if (needsChildren(*n.role))
                 own |= NChildren;
+            if (needsExtents(*n.role))
+                own |= NExtents;
             if (*n.role == role::Landmark)
                 own |= NAttributes;
         }
