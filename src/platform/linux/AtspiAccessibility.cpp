@@ -322,7 +322,8 @@ public:
     // only its windows), or where the first one stands.
     std::optional<Extents> extentsOf(const ObjectRef &ref, const Node &own)
     {
-        if ((own.extents && hasPlace(*own.extents)) || (!own.extents && own.implements(componentInterface)))
+        if ((own.extents && hasPlace(*own.extents))
+            || (!own.extents && own.implements(componentInterface)))
             return own.extents;
         ensure({ref}, NChildren);
         const auto children = node(ref).children.value_or(std::vector<ObjectRef> {});
