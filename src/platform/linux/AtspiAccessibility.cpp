@@ -3,6 +3,7 @@
 #include "platform/AXNames.h"
 #include "platform/linux/AtspiBus.h"
 #include "platform/linux/AtspiRoles.h"
+#include "platform/linux/CoordinateSpace.h"
 
 #include <algorithm>
 #include <cmath>
@@ -114,6 +115,8 @@ struct Node
     std::optional<std::vector<std::string>> interfaces;
     // What a look-ahead has already read of everything showing below this object.
     unsigned subtreeFetched = 0;
+    // Whether it lies in a web page, once known: see CoordinateSpace::mixed.
+    std::optional<bool> inPage;
 
     bool implements(const char *interface) const
     {
@@ -131,7 +134,7 @@ struct Application
 struct Toolkit
 {
     bool known = false;
-    bool gtk4 = false;
+    ToolkitGeometry geometry;
 };
 
 StateSet statesOf(const std::vector<std::uint32_t> &words)
@@ -297,23 +300,24 @@ public:
         return it == timeouts.end() ? defaultTimeoutMs : it->second;
     }
 
-    bool isGtk4(const std::string &service)
+    ToolkitGeometry toolkitOf(const std::string &service)
     {
         {
             std::lock_guard lock(mutex);
             if (toolkits[service].known)
-                return toolkits[service].gtk4;
+                return toolkits[service].geometry;
         }
         const ObjectRef root {service, rootPath};
         auto name = bus.property(root, applicationInterface, "ToolkitName", defaultTimeoutMs);
         auto version = bus.property(root, applicationInterface, "Version", defaultTimeoutMs);
-        const auto toolkit = readStringVariant(name.reply()).value_or("");
-        const bool gtk4 = (toolkit == "gtk" || toolkit == "GTK")
-            && readStringVariant(version.reply()).value_or("").starts_with('4');
+        const auto geometry = toolkitGeometry(readStringVariant(name.reply()).value_or(""),
+                                              readStringVariant(version.reply()).value_or(""));
         std::lock_guard lock(mutex);
-        toolkits[service] = Toolkit {true, gtk4};
-        return gtk4;
+        toolkits[service] = Toolkit {true, geometry};
+        return geometry;
     }
+
+    bool isGtk4(const std::string &service) { return toolkitOf(service).relativeToWindow; }
 
     // An object without a place of its own stands where its children do: GTK 4's stack pages
     // have no Component, and GTK 3 places the page tab of a notebook whose tabs are hidden at
@@ -348,20 +352,79 @@ public:
         return first ? first : own.extents;
     }
 
-    // Where a toolkit that reports positions relative to its window has its origin.
-    CGPoint originOf(const std::string &service)
+    // How the application's coordinates map onto the root window, worked out once a read:
+    // one X request for its windows, whose frames the read asks for anyway.
+    CoordinateSpace spaceOf(const std::string &service)
     {
-        if (!isGtk4(service))
-            return {};
-        const auto pid = bus.processOf(service, defaultTimeoutMs);
-        if (!pid)
-            return {};
-        const auto windows = windowsOf(*pid);
-        for (const auto &w : windows) {
-            if (w.isActive)
-                return w.frame.origin;
+        {
+            std::lock_guard lock(mutex);
+            if (auto it = spaces.find(service); it != spaces.end())
+                return it->second;
         }
-        return windows.empty() ? CGPoint {} : windows.front().frame.origin;
+        CoordinateSpace space;
+        if (const auto pid = bus.processOf(service, defaultTimeoutMs)) {
+            const ObjectRef root {service, rootPath};
+            ensure({root}, NChildren);
+            const auto frames = node(root).children.value_or(std::vector<ObjectRef> {});
+            ensure(frames, NRole | NStates | NName | NExtents);
+            std::vector<ReportedWindow> reported;
+            for (const auto &f : frames) {
+                const Node n = node(f);
+                if (n.role && isWindowRole(*n.role) && n.states && n.states->has(state::Showing)
+                    && n.extents)
+                    reported.push_back(ReportedWindow {n.name.value_or(""), *n.extents,
+                                                       n.states->has(state::Active)});
+            }
+            space = CoordinateSpace::of(toolkitOf(service), windowsOf(*pid), reported);
+        }
+        std::lock_guard lock(mutex);
+        spaces[service] = space;
+        return space;
+    }
+
+    // Where the object stands in root pixels.
+    std::optional<CGRect> rootFrameOf(const ObjectRef &ref, const Node &own)
+    {
+        const auto extents = extentsOf(ref, own);
+        if (!extents)
+            return std::nullopt;
+        const CoordinateSpace space = spaceOf(ref.service);
+        return space.toRoot(*extents, space.mixed() && inPage(ref));
+    }
+
+    // Whether the object lies in a web page: its own role, or its parents', read where the
+    // walk, a query or the snapshot left them unknown.
+    bool inPage(const ObjectRef &o)
+    {
+        std::vector<ObjectRef> chain;
+        std::optional<bool> found;
+        for (ObjectRef current = o; !found && chain.size() < 1000;) {
+            Node n = node(current);
+            if (n.parent || (n.fetched & NParent) || n.gone) {
+                chain.push_back(current);
+                if (n.inPage)
+                    found = n.inPage;
+                else if (n.role == std::optional<std::uint32_t>(role::DocumentWeb))
+                    found = true;
+                else if (!n.parent || n.parent->isNull() || isApplicationRoot(*n.parent))
+                    found = false;
+                else
+                    current = *n.parent;
+                continue;
+            }
+            ensure({current}, NParent | NRole);
+        }
+        std::lock_guard lock(mutex);
+        for (const auto &c : chain)
+            nodes[c.key()].inPage = found.value_or(false);
+        return found.value_or(false);
+    }
+
+    void markInPage(const std::vector<ObjectRef> &objects)
+    {
+        std::lock_guard lock(mutex);
+        for (const auto &o : objects)
+            nodes[o.key()].inPage = true;
     }
 
     // What is showing below an object and has a role the search keys ask for, in one query;
@@ -387,6 +450,7 @@ public:
         std::lock_guard lock(mutex);
         nodes.clear();
         applications.clear();
+        spaces.clear();
     }
 
     // Reads `needs` of the objects and, level by level in one burst each, of everything showing
@@ -451,6 +515,7 @@ public:
     std::unordered_map<std::string, Node> nodes;
     std::unordered_map<std::string, Application> applications;
     std::unordered_map<std::string, Toolkit> toolkits;
+    std::unordered_map<std::string, CoordinateSpace> spaces;
     std::unordered_map<std::string, int> timeouts;
     std::unordered_map<pid_t, std::string> services;
 
@@ -529,6 +594,7 @@ private:
 
     struct Call
     {
+        ObjectRef object;
         std::string key;
         std::string service;
         unsigned need;
@@ -545,7 +611,7 @@ private:
             const int t = timeoutFor(o);
             const std::string key = o.key();
             auto add = [&](unsigned need, PendingCall call, unsigned action = 0) {
-                pending.push_back(Call {key, o.service, need, action, std::move(call)});
+                pending.push_back(Call {o, key, o.service, need, action, std::move(call)});
             };
             if (const unsigned action = needs >> 16) {
                 add(NActions,
@@ -626,6 +692,12 @@ private:
             break;
         case NChildren:
             n.children = readObjects(m);
+            // Known for certain now, so that a climb to a web page needs no call.
+            for (const auto &c : n.children.value_or(std::vector<ObjectRef> {})) {
+                Node &child = nodes[c.key()];
+                if (!child.parent)
+                    child.parent = p.object;
+            }
             break;
         case NExtents:
             n.extents = readExtents(m);
@@ -881,14 +953,12 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
         return role.subrole ? Value(*role.subrole) : Value(AXError::NoValue);
     }
     if (name == NSAccessibilityPositionAttribute || name == NSAccessibilitySizeAttribute) {
-        const auto extents = s.extentsOf(*ref, n);
-        if (!extents)
+        const auto frame = s.rootFrameOf(*ref, n);
+        if (!frame)
             return AXError::AttributeUnsupported;
         if (name == NSAccessibilitySizeAttribute)
-            return Value(
-                CGSize {static_cast<double>(extents->width), static_cast<double>(extents->height)});
-        const CGPoint origin = s.originOf(ref->service);
-        return Value(CGPoint {extents->x + origin.x, extents->y + origin.y});
+            return Value(frame->size);
+        return Value(frame->origin);
     }
     if (name == NSAccessibilityTitleAttribute) {
         if (!n.name || n.name->empty())
@@ -1083,6 +1153,9 @@ AXResult<Value> AtspiAccessibility::copyParameterizedAttributeValue(const AXUIEl
     const auto matches = _state->pressableBelow(*ref);
     if (!matches)
         return AXError::ParameterizedAttributeUnsupported;
+    // What a page holds is in the page: no climb back up to it is needed.
+    if (_state->spaceOf(ref->service).mixed() && _state->inPage(*ref))
+        _state->markInPage(*matches);
     return refsValue(*matches);
 }
 
@@ -1096,9 +1169,10 @@ AXResult<AXUIElement> AtspiAccessibility::copyElementAtPosition(const AXUIElemen
     if (!windowsValue.ok())
         return windowsValue.error();
     auto &s = *_state;
-    const CGPoint origin = s.originOf(app->service);
-    const int px = static_cast<int>(x - static_cast<float>(origin.x));
-    const int py = static_cast<int>(y - static_cast<float>(origin.y));
+    const CoordinateSpace space = s.spaceOf(app->service);
+    const CGPoint asked = space.hitTestPoint({x, y});
+    const auto px = static_cast<std::int32_t>(std::floor(asked.x));
+    const auto py = static_cast<std::int32_t>(std::floor(asked.y));
     auto focused = copyAttributeValue(application, NSAccessibilityFocusedWindowAttribute);
     std::vector<ObjectRef> windows;
     if (focused.ok())
@@ -1108,13 +1182,12 @@ AXResult<AXUIElement> AtspiAccessibility::copyElementAtPosition(const AXUIElemen
     for (const auto &w : windows) {
         s.ensure({w}, NExtents);
         const auto e = s.node(w).extents;
-        if (!e || px < e->x || py < e->y || px >= e->x + e->width || py >= e->y + e->height)
+        if (!e || !CGRectContainsPoint(space.toRoot(*e, false), {x, y}))
             continue;
         ObjectRef current = w;
         for (int depth = 0; depth < 64; ++depth) {
             auto reply = s.bus.call(current, componentInterface, "GetAccessibleAtPoint",
-                                    {std::int32_t {px}, std::int32_t {py}, std::uint32_t {0}},
-                                    s.timeoutFor(current));
+                                    {px, py, std::uint32_t {0}}, s.timeoutFor(current));
             const auto hit = readObject(reply.reply());
             if (!hit || hit->isNull() || hit->key() == current.key())
                 break;
