@@ -44,6 +44,27 @@ def intersect(a, b):
     return (x, y, right - x, bottom - y) if right > x and bottom > y else None
 
 
+def set_x_resources(text):
+    """Sets the X resources X applications read at their start (Xft.dpi); `xrdb -merge` does
+    the same."""
+    subprocess.run(["xprop", "-root", "-format", "RESOURCE_MANAGER", "8s", "-set",
+                    "RESOURCE_MANAGER", text], check=True)
+
+
+def x_window_frame(pid):
+    """Where the X server has the process's visible top-level window: (x, y, width, height) in
+    root pixels."""
+    windows = subprocess.run(["xdotool", "search", "--onlyvisible", "--pid", str(pid)],
+                             capture_output=True, text=True).stdout.split()
+    if not windows:
+        return None
+    info = subprocess.run(["xwininfo", "-id", windows[0]], capture_output=True,
+                          text=True).stdout
+    values = dict(line.strip().split(":", 1) for line in info.splitlines() if ":" in line)
+    return tuple(int(values[k]) for k in ("Absolute upper-left X", "Absolute upper-left Y",
+                                          "Width", "Height"))
+
+
 def _prop(window, name):
     return subprocess.run(["xprop"] + (["-id", window] if window else ["-root"]) + [name],
                           capture_output=True, text=True).stdout
@@ -117,12 +138,12 @@ class ResidentTarnvik:
         os.makedirs(os.path.join(self.config, "tarnvik"))
         self.process = None
 
-    def start(self, settings=""):
+    def start(self, settings="", **variables):
         self.stop()
         with open(os.path.join(self.config, "tarnvik", "tarnvik.conf"), "w",
                   encoding="utf-8") as f:
             f.write("[General]\n" + settings)
-        environment = dict(os.environ, XDG_CONFIG_HOME=self.config)
+        environment = dict(os.environ, XDG_CONFIG_HOME=self.config, **variables)
         self.process = subprocess.Popen([TARNVIK], stdout=subprocess.PIPE, text=True,
                                         stderr=subprocess.DEVNULL, env=environment)
         poll("tarnvik to run", lambda: "Tarnvik: running" in self.process.stdout.readline())
