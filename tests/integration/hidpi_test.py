@@ -56,6 +56,11 @@ class ScaledApplication:
         cls.app = Application(lambda home: cls.command)
         cls.app.bring_to_front()
         cls.window = poll("the window on the bus", cls.find_window)
+        # What the tests are about: the application reports its window in its own pixels.
+        _, _, width, height = x_window_frame(cls.app.process.pid)
+        _, _, reported_width, reported_height = rect(cls.window)
+        assert abs(width / reported_width - cls.scale) < 0.02, (width, reported_width)
+        assert abs(height / reported_height - cls.scale) < 0.02, (height, reported_height)
         cls.tarnvik.start(**cls.tarnvik_variables)
 
     @classmethod
@@ -76,12 +81,6 @@ class ScaledApplication:
 
     def label_of(self, frame, listing):
         return next((t["label"] for t in listing if near(t["frame"], frame)), None)
-
-    def test_the_application_reports_its_own_pixels(self):
-        _, _, width, height = x_window_frame(self.app.process.pid)
-        _, _, reported_width, reported_height = rect(self.window)
-        self.assertAlmostEqual(width / reported_width, self.scale, delta=0.02)
-        self.assertAlmostEqual(height / reported_height, self.scale, delta=0.02)
 
     def test_targets_stand_where_the_controls_are(self):
         listing = targets()["targets"]
