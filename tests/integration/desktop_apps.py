@@ -52,17 +52,19 @@ def set_x_resources(text):
 
 
 def x_window_frame(pid):
-    """Where the X server has the process's visible top-level window: (x, y, width, height) in
-    root pixels."""
-    windows = subprocess.run(["xdotool", "search", "--onlyvisible", "--pid", str(pid)],
-                             capture_output=True, text=True).stdout.split()
-    if not windows:
-        return None
-    info = subprocess.run(["xwininfo", "-id", windows[0]], capture_output=True,
-                          text=True).stdout
-    values = dict(line.strip().split(":", 1) for line in info.splitlines() if ":" in line)
-    return tuple(int(values[k]) for k in ("Absolute upper-left X", "Absolute upper-left Y",
-                                          "Width", "Height"))
+    """Where the X server has the largest visible top-level window of the process or of one it
+    started: (x, y, width, height) in root pixels."""
+    frames = []
+    for p in descendants(pid):
+        for window in subprocess.run(["xdotool", "search", "--onlyvisible", "--pid", str(p)],
+                                     capture_output=True, text=True).stdout.split():
+            info = subprocess.run(["xwininfo", "-id", window], capture_output=True,
+                                  text=True).stdout
+            values = dict(line.strip().split(":", 1) for line in info.splitlines()
+                          if ":" in line)
+            frames.append(tuple(int(values[k]) for k in (
+                "Absolute upper-left X", "Absolute upper-left Y", "Width", "Height")))
+    return max(frames, key=lambda f: f[2] * f[3], default=None)
 
 
 def _prop(window, name):

@@ -57,7 +57,8 @@ class ScaledApplication:
         cls.app.bring_to_front()
         cls.window = poll("the window on the bus", cls.find_window)
         # What the tests are about: the application reports its window in its own pixels.
-        _, _, width, height = x_window_frame(cls.app.process.pid)
+        cls.x_frame = x_window_frame(cls.app.process.pid)
+        _, _, width, height = cls.x_frame
         _, _, reported_width, reported_height = rect(cls.window)
         assert abs(width / reported_width - cls.scale) < 0.02, (width, reported_width)
         assert abs(height / reported_height - cls.scale) < 0.02, (height, reported_height)
@@ -69,7 +70,7 @@ class ScaledApplication:
 
     def truth(self, accessible):
         """Where the element stands in root pixels."""
-        x, y, _, _ = x_window_frame(self.app.process.pid)
+        x, y, _, _ = self.x_frame
         fx, fy, _, _ = rect(self.window)
         ex, ey, ew, eh = rect(accessible)
         s = self.scale
