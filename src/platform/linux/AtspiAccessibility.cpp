@@ -396,23 +396,28 @@ public:
     // walk, a query or the snapshot left them unknown.
     bool inPage(const ObjectRef &o)
     {
+        const auto known = [](const Node &n) {
+            return n.inPage || n.gone || (n.role && (n.parent || (n.fetched & NParent)));
+        };
         std::vector<ObjectRef> chain;
         std::optional<bool> found;
         for (ObjectRef current = o; !found && chain.size() < 1000;) {
             Node n = node(current);
-            if (n.parent || (n.fetched & NParent) || n.gone) {
-                chain.push_back(current);
-                if (n.inPage)
-                    found = n.inPage;
-                else if (n.role == std::optional<std::uint32_t>(role::DocumentWeb))
-                    found = true;
-                else if (!n.parent || n.parent->isNull() || isApplicationRoot(*n.parent))
-                    found = false;
-                else
-                    current = *n.parent;
-                continue;
+            if (!known(n)) {
+                ensure({current}, NParent | NRole);
+                n = node(current);
+                if (!known(n))
+                    break; // the application doesn't answer
             }
-            ensure({current}, NParent | NRole);
+            chain.push_back(current);
+            if (n.inPage)
+                found = n.inPage;
+            else if (n.role == std::optional<std::uint32_t>(role::DocumentWeb))
+                found = true;
+            else if (!n.parent || n.parent->isNull() || isApplicationRoot(*n.parent))
+                found = false;
+            else
+                current = *n.parent;
         }
         std::lock_guard lock(mutex);
         for (const auto &c : chain)
