@@ -317,6 +317,7 @@ public:
         return geometry;
     }
 
+    // GTK 4 is the toolkit that counts from its window.
     bool isGtk4(const std::string &service) { return toolkitOf(service).relativeToWindow; }
 
     // An object without a place of its own stands where its children do: GTK 4's stack pages
@@ -601,7 +602,6 @@ private:
     {
         ObjectRef object;
         std::string key;
-        std::string service;
         unsigned need;
         // For one action's name, its index plus one.
         unsigned action;
@@ -616,7 +616,7 @@ private:
             const int t = timeoutFor(o);
             const std::string key = o.key();
             auto add = [&](unsigned need, PendingCall call, unsigned action = 0) {
-                pending.push_back(Call {o, key, o.service, need, action, std::move(call)});
+                pending.push_back(Call {o, key, need, action, std::move(call)});
             };
             if (const unsigned action = needs >> 16) {
                 add(NActions,
@@ -670,7 +670,7 @@ private:
             // Qt says the same of an interface an object lacks.
             const bool universal = p.need == NRole || p.need == NStates || p.need == NChildren;
             if (isTimeout(error))
-                applications[p.service].unresponsive = true;
+                applications[p.object.service].unresponsive = true;
             else if (isApplicationGone(error) || (universal && error == DBUS_ERROR_UNKNOWN_OBJECT))
                 n.gone = true;
             else if (p.need == NActions && !p.action)
