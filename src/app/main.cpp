@@ -127,8 +127,21 @@ private:
     HotKeys &_keys;
 };
 
+// Tarnvik's windows stand in the X server's pixels, the space the backend answers in, so Qt
+// must not scale them by Xft.dpi or QT_SCALE_FACTOR as it scales an application's. Answers the
+// factor QT_SCALE_FACTOR asked for, which the labels' size still follows.
+double keepQtFromScaling()
+{
+    bool given = false;
+    const double requested = qEnvironmentVariable("QT_SCALE_FACTOR").toDouble(&given);
+    qputenv("QT_ENABLE_HIGHDPI_SCALING", "0");
+    qunsetenv("QT_SCALE_FACTOR");
+    qunsetenv("QT_SCREEN_SCALE_FACTORS");
+    return given && requested > 0 ? requested : 1.0;
+}
+
 // Runs until quit: the shortcuts start and end sessions of the frontmost window.
-int runResident()
+int runResident(double qtScaleFactor)
 {
     QApplication::setQuitOnLastWindowClosed(false);
     auto desktop = linux::LinuxDesktop::connect();
@@ -163,13 +176,16 @@ int runResident()
             std::fprintf(stderr, "labels drawn: %zu labels, %.1f ms after the shortcut\n", count,
                          elapsed.count());
         };
-    // The desktop's appearance is read at each session.
+    // The desktop's appearance and its scale are read at each session. Labels are as large as
+    // the desktop's other text: Xft.dpi is the scale X applications follow, and Qt reads it for
+    // the screen's logical resolution.
     QtModeViews views(
         preferences,
         {[&x] { return x.screens().front().frame.size.height; },
          {x.hasCompositor(), [&x] { return x.appearance().reduceMotion; }, labelsPainted},
-         [&x] {
-             return x.appearance().highContrast;
+         [&x] { return x.appearance().highContrast; },
+         [qtScaleFactor] {
+             return qtScaleFactor * QGuiApplication::primaryScreen()->logicalDotsPerInch() / 96.0;
          }});
     Mode mode({.platform = {desktop->accessibility(), x, x},
                .screens = x,
@@ -244,10 +260,11 @@ int main(int argc, char *argv[])
 {
     const QString command = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString();
     if (command.isEmpty()) {
+        const double qtScaleFactor = keepQtFromScaling();
         QApplication app(argc, argv);
         QApplication::setApplicationName("tarnvik");
         QApplication::setApplicationDisplayName("Tarnvik");
-        return runResident();
+        return runResident(qtScaleFactor);
     }
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName("tarnvik");

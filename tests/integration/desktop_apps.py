@@ -44,6 +44,29 @@ def intersect(a, b):
     return (x, y, right - x, bottom - y) if right > x and bottom > y else None
 
 
+def set_x_resources(text):
+    """Sets the X resources X applications read at their start (Xft.dpi); `xrdb -merge` does
+    the same."""
+    subprocess.run(["xprop", "-root", "-format", "RESOURCE_MANAGER", "8s", "-set",
+                    "RESOURCE_MANAGER", text], check=True)
+
+
+def x_window_frame(pid):
+    """Where the X server has the largest visible top-level window of the process or of one it
+    started: (x, y, width, height) in root pixels."""
+    frames = []
+    for p in descendants(pid):
+        for window in subprocess.run(["xdotool", "search", "--onlyvisible", "--pid", str(p)],
+                                     capture_output=True, text=True).stdout.split():
+            info = subprocess.run(["xwininfo", "-id", window], capture_output=True,
+                                  text=True).stdout
+            values = dict(line.strip().split(":", 1) for line in info.splitlines()
+                          if ":" in line)
+            frames.append(tuple(int(values[k]) for k in (
+                "Absolute upper-left X", "Absolute upper-left Y", "Width", "Height")))
+    return max(frames, key=lambda f: f[2] * f[3], default=None)
+
+
 def _prop(window, name):
     return subprocess.run(["xprop"] + (["-id", window] if window else ["-root"]) + [name],
                           capture_output=True, text=True).stdout
@@ -117,12 +140,12 @@ class ResidentTarnvik:
         os.makedirs(os.path.join(self.config, "tarnvik"))
         self.process = None
 
-    def start(self, settings=""):
+    def start(self, settings="", **variables):
         self.stop()
         with open(os.path.join(self.config, "tarnvik", "tarnvik.conf"), "w",
                   encoding="utf-8") as f:
             f.write("[General]\n" + settings)
-        environment = dict(os.environ, XDG_CONFIG_HOME=self.config)
+        environment = dict(os.environ, XDG_CONFIG_HOME=self.config, **variables)
         self.process = subprocess.Popen([TARNVIK], stdout=subprocess.PIPE, text=True,
                                         stderr=subprocess.DEVNULL, env=environment)
         poll("tarnvik to run", lambda: "Tarnvik: running" in self.process.stdout.readline())

@@ -14,7 +14,7 @@ RoleContext of(std::uint32_t r, std::initializer_list<std::uint32_t> states = {}
     return c;
 }
 
-TEST(AtspiRoles, ContextDecidesMenusCombosTextsAndLandmarks)
+TEST(AtspiRoles, ContextDecidesMenusCombosTextsTabsAndLandmarks)
 {
     auto menu = of(role::Menu);
     EXPECT_EQ(axRoleOf(menu).role, "AXMenu");
@@ -33,6 +33,10 @@ TEST(AtspiRoles, ContextDecidesMenusCombosTextsAndLandmarks)
     auto tab = axRoleOf(of(role::PageTab));
     EXPECT_EQ(tab.role, "AXRadioButton");
     EXPECT_EQ(tab.subrole, "AXTabButton");
+    auto hiddenTab = of(role::PageTab);
+    hiddenTab.placed = false;
+    EXPECT_EQ(axRoleOf(hiddenTab).role, "AXGroup");
+    EXPECT_FALSE(axRoleOf(hiddenTab).subrole);
     auto landmark = of(role::Landmark);
     landmark.xmlRoles = "main";
     EXPECT_EQ(axRoleOf(landmark).subrole, "AXLandmarkMain");

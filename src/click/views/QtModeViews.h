@@ -20,6 +20,9 @@ public:
         OverlayOptions overlay;
         // The desktop asks for high-contrast colours.
         std::function<bool()> highContrast;
+        // How many of the screen space's units a label's point takes: the desktop's scale
+        // where that space counts pixels, as on X. One when absent.
+        std::function<double()> labelZoom;
     };
 
     QtModeViews(const Preferences &preferences, Environment environment)

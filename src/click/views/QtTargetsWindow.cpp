@@ -7,6 +7,7 @@
 #include <QPainterPath>
 #include <QRegion>
 #include <QTimer>
+#include <QTransform>
 #include <QVariantAnimation>
 
 #include <algorithm>
@@ -38,7 +39,7 @@ const LabelLayer &LabelImageCache::layer(const std::string &label, int matchedPr
     const std::string key = label + '\0' + std::to_string(matchedPrefix);
     auto it = _layers.find(key);
     if (it == _layers.end()) {
-        LabelLayer layer(label, _colors, _textSize, _scale);
+        LabelLayer layer(label, _colors, _textSize, _scale * _zoom);
         layer.layoutLabel();
         layer.setMatchedPrefix(matchedPrefix);
         layer.image();
@@ -102,9 +103,11 @@ void OverlayWidget::setLabels(TargetsView &view)
     _layers.clear();
     _layers.reserve(view.labels().size());
     std::vector<CGSize> sizes;
+    const double zoom = _cache->zoom();
     for (const auto &label : view.labels()) {
         _layers.push_back(_cache->layer(label, 0));
-        sizes.push_back({_layers.back().size().width(), _layers.back().size().height()});
+        sizes.push_back(
+            {_layers.back().size().width() * zoom, _layers.back().size().height() * zoom});
     }
     view.layoutLabels(sizes, screenFrame());
     _view = &view;
@@ -212,12 +215,16 @@ void OverlayWidget::paintEvent(QPaintEvent *)
     if (fade < 1)
         QTimer::singleShot(frameMilliseconds, this, [this] { QWidget::update(); });
     const auto &frames = _view->labelFrames();
+    const double zoom = _cache->zoom();
     for (auto i : _view->drawingOrder()) {
         if (_view->isLabelHidden(i))
             continue;
         _layers[i].opacity = fade;
-        _layers[i].paint(painter, toQt(frames[i]).topLeft());
+        const QPointF at = toQt(frames[i]).topLeft();
+        painter.setTransform(QTransform(zoom, 0, 0, zoom, at.x(), at.y()));
+        _layers[i].paint(painter, {});
     }
+    painter.resetTransform();
     // The first frame in which the labels can be seen: the fade-in's first paint has them at
     // opacity 0.
     if (_newLabels && fade > 0) {

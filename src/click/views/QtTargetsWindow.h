@@ -35,27 +35,31 @@ void makeOverlayWindow(QWidget &widget, const QString &title, QRect geometry, bo
 
 // Every label rendered once for each typed prefix: a search result relabels from the start,
 // a typed letter marks the same labels again, and the next session shows the same labels, so
-// the same images come back on every keystroke and every shortcut.
+// the same images come back on every keystroke and every shortcut. Labels stand `zoom` times
+// their size in points, rendered sharp for that.
 class LabelImageCache
 {
 public:
-    LabelImageCache(LabelColors colors, double textSize, double scale)
+    LabelImageCache(LabelColors colors, double textSize, double scale, double zoom = 1)
         : _colors(std::move(colors))
         , _textSize(textSize)
         , _scale(scale)
+        , _zoom(zoom)
     { }
     // Whether its images are drawn as these settings would draw them.
-    bool draws(const LabelColors &colors, double textSize, double scale) const
+    bool draws(const LabelColors &colors, double textSize, double scale, double zoom) const
     {
-        return _colors == colors && _textSize == textSize && _scale == scale;
+        return _colors == colors && _textSize == textSize && _scale == scale && _zoom == zoom;
     }
     // A copy shares the rendered image.
     const LabelLayer &layer(const std::string &label, int matchedPrefix);
+    double zoom() const { return _zoom; }
 
 private:
     const LabelColors _colors;
     const double _textSize;
     const double _scale;
+    const double _zoom;
     std::unordered_map<std::string, LabelLayer> _layers;
 };
 

@@ -3,6 +3,7 @@
 #include "platform/AXNames.h"
 #include "platform/linux/AtspiBus.h"
 #include "platform/linux/AtspiRoles.h"
+#include "platform/linux/CoordinateSpace.h"
 
 #include <algorithm>
 #include <cmath>
@@ -148,6 +149,8 @@ struct Node
     std::optional<std::vector<std::string>> interfaces;
     // What a look-ahead has already read of everything showing below this object.
     unsigned subtreeFetched = 0;
+    // Whether it lies in a web page, once known: see CoordinateSpace::mixed.
+    std::optional<bool> inPage;
 
     bool implements(const char *interface) const
     {
@@ -165,7 +168,7 @@ struct Application
 struct Toolkit
 {
     bool known = false;
-    bool gtk4 = false;
+    ToolkitGeometry geometry;
 };
 
 StateSet statesOf(const std::vector<std::uint32_t> &words)
@@ -204,6 +207,28 @@ unsigned needsOf(const std::string &attribute)
     };
     auto it = table.find(attribute);
     return it == table.end() ? 0u : it->second;
+}
+
+// GTK 3 gives an object it has not placed extents of -1 by -1.
+bool hasPlace(const Extents &e)
+{
+    return e.width >= 0 && e.height >= 0;
+}
+
+std::optional<Extents> unionOf(const std::vector<Extents> &rects)
+{
+    if (rects.empty())
+        return std::nullopt;
+    Extents united = rects.front();
+    for (const auto &e : rects) {
+        const auto right = std::max(united.x + united.width, e.x + e.width);
+        const auto bottom = std::max(united.y + united.height, e.y + e.height);
+        united.x = std::min(united.x, e.x);
+        united.y = std::min(united.y, e.y);
+        united.width = right - united.x;
+        united.height = bottom - united.y;
+    }
+    return united;
 }
 
 // The roles the search keys ask for, as a bit set of role numbers.
@@ -300,6 +325,7 @@ public:
                     || r == std::optional<std::uint32_t>(role::Text);
             }
         }
+        context.placed = !n.extents || hasPlace(*n.extents);
         if (n.attributes) {
             if (auto it = n.attributes->find("xml-roles"); it != n.attributes->end())
                 context.xmlRoles = it->second;
@@ -314,73 +340,137 @@ public:
         return it == timeouts.end() ? defaultTimeoutMs : it->second;
     }
 
-    bool isGtk4(const std::string &service)
+    ToolkitGeometry toolkitOf(const std::string &service)
     {
         {
             std::lock_guard lock(mutex);
             if (toolkits[service].known)
-                return toolkits[service].gtk4;
+                return toolkits[service].geometry;
         }
         const ObjectRef root {service, rootPath};
         auto name = bus.property(root, applicationInterface, "ToolkitName", defaultTimeoutMs);
         auto version = bus.property(root, applicationInterface, "Version", defaultTimeoutMs);
-        const auto toolkit = readStringVariant(name.reply()).value_or("");
-        const bool gtk4 = (toolkit == "gtk" || toolkit == "GTK")
-            && readStringVariant(version.reply()).value_or("").starts_with('4');
+        const auto geometry = toolkitGeometry(readStringVariant(name.reply()).value_or(""),
+                                              readStringVariant(version.reply()).value_or(""));
         std::lock_guard lock(mutex);
-        toolkits[service] = Toolkit {true, gtk4};
-        return gtk4;
+        toolkits[service] = Toolkit {true, geometry};
+        return geometry;
     }
 
-    // An object without a place of its own (GTK 4's stack pages) stands where its children
-    // do: the union of those that have a size, or where the first one stands.
+    // GTK 4 is the toolkit that counts from its window.
+    bool isGtk4(const std::string &service) { return toolkitOf(service).relativeToWindow; }
+
+    // An object without a place of its own stands where its children do: GTK 4's stack pages
+    // have no Component, and GTK 3 places the page tab of a notebook whose tabs are hidden at
+    // -1,-1 sized -1 by -1, though it holds the page's content. It takes the union of its
+    // showing children that have a size (of all of them where none is showing: GTK 4 marks
+    // only its windows), or where the first one stands.
     std::optional<Extents> extentsOf(const ObjectRef &ref, const Node &own)
     {
-        if (own.extents || own.implements(componentInterface))
+        if ((own.extents && hasPlace(*own.extents))
+            || (!own.extents && own.implements(componentInterface)))
             return own.extents;
         ensure({ref}, NChildren);
         const auto children = node(ref).children.value_or(std::vector<ObjectRef> {});
-        if (children.empty())
-            return std::nullopt;
-        ensure(children, NExtents);
+        ensure(children, NExtents | NStates);
+        std::vector<Extents> sized;
+        std::vector<Extents> showing;
         std::optional<Extents> first;
-        std::optional<Extents> united;
         for (const auto &c : children) {
-            const auto e = node(c).extents;
-            if (!e)
+            const Node n = node(c);
+            if (!n.extents)
                 continue;
             if (!first)
-                first = e;
-            if (e->width <= 0 || e->height <= 0)
+                first = n.extents;
+            if (n.extents->width <= 0 || n.extents->height <= 0)
                 continue;
-            if (!united) {
-                united = e;
-                continue;
-            }
-            const auto right = std::max(united->x + united->width, e->x + e->width);
-            const auto bottom = std::max(united->y + united->height, e->y + e->height);
-            united->x = std::min(united->x, e->x);
-            united->y = std::min(united->y, e->y);
-            united->width = right - united->x;
-            united->height = bottom - united->y;
+            sized.push_back(*n.extents);
+            if (n.states && n.states->has(state::Showing))
+                showing.push_back(*n.extents);
         }
-        return united ? united : first;
+        if (auto united = unionOf(showing.empty() ? sized : showing))
+            return united;
+        return first ? first : own.extents;
     }
 
-    // Where a toolkit that reports positions relative to its window has its origin.
-    CGPoint originOf(const std::string &service)
+    // How the application's coordinates map onto the root window, worked out once a read:
+    // one X request for its windows, whose frames the read asks for anyway.
+    CoordinateSpace spaceOf(const std::string &service)
     {
-        if (!isGtk4(service))
-            return {};
-        const auto pid = bus.processOf(service, defaultTimeoutMs);
-        if (!pid)
-            return {};
-        const auto windows = windowsOf(*pid);
-        for (const auto &w : windows) {
-            if (w.isActive)
-                return w.frame.origin;
+        {
+            std::lock_guard lock(mutex);
+            if (auto it = spaces.find(service); it != spaces.end())
+                return it->second;
         }
-        return windows.empty() ? CGPoint {} : windows.front().frame.origin;
+        CoordinateSpace space;
+        if (const auto pid = bus.processOf(service, defaultTimeoutMs)) {
+            const ObjectRef root {service, rootPath};
+            ensure({root}, NChildren);
+            const auto frames = node(root).children.value_or(std::vector<ObjectRef> {});
+            ensure(frames, NRole | NStates | NName | NExtents);
+            std::vector<ReportedWindow> reported;
+            for (const auto &f : frames) {
+                const Node n = node(f);
+                if (n.role && isWindowRole(*n.role) && n.states && n.states->has(state::Showing)
+                    && n.extents)
+                    reported.push_back(ReportedWindow {n.name.value_or(""), *n.extents,
+                                                       n.states->has(state::Active)});
+            }
+            space = CoordinateSpace::of(toolkitOf(service), windowsOf(*pid), reported);
+        }
+        std::lock_guard lock(mutex);
+        spaces[service] = space;
+        return space;
+    }
+
+    // Where the object stands in root pixels.
+    std::optional<CGRect> rootFrameOf(const ObjectRef &ref, const Node &own)
+    {
+        const auto extents = extentsOf(ref, own);
+        if (!extents)
+            return std::nullopt;
+        const CoordinateSpace space = spaceOf(ref.service);
+        return space.toRoot(*extents, space.mixed() && inPage(ref));
+    }
+
+    // Whether the object lies in a web page: its own role, or its parents', read where the
+    // walk, a query or the snapshot left them unknown.
+    bool inPage(const ObjectRef &o)
+    {
+        const auto known = [](const Node &n) {
+            return n.inPage || n.gone || (n.role && (n.parent || (n.fetched & NParent)));
+        };
+        std::vector<ObjectRef> chain;
+        std::optional<bool> found;
+        for (ObjectRef current = o; !found && chain.size() < 1000;) {
+            Node n = node(current);
+            if (!known(n)) {
+                ensure({current}, NParent | NRole);
+                n = node(current);
+                if (!known(n))
+                    break; // the application doesn't answer
+            }
+            chain.push_back(current);
+            if (n.inPage)
+                found = n.inPage;
+            else if (n.role == std::optional<std::uint32_t>(role::DocumentWeb))
+                found = true;
+            else if (!n.parent || n.parent->isNull() || isApplicationRoot(*n.parent))
+                found = false;
+            else
+                current = *n.parent;
+        }
+        std::lock_guard lock(mutex);
+        for (const auto &c : chain)
+            nodes[c.key()].inPage = found.value_or(false);
+        return found.value_or(false);
+    }
+
+    void markInPage(const std::vector<ObjectRef> &objects)
+    {
+        std::lock_guard lock(mutex);
+        for (const auto &o : objects)
+            nodes[o.key()].inPage = true;
     }
 
     // What is showing below an object and has a role the search keys ask for, in canonical
@@ -566,6 +656,7 @@ public:
         std::lock_guard lock(mutex);
         nodes.clear();
         applications.clear();
+        spaces.clear();
     }
 
     // Reads `needs` of the objects and, level by level in one burst each, of everything showing
@@ -630,6 +721,7 @@ public:
     std::unordered_map<std::string, Node> nodes;
     std::unordered_map<std::string, Application> applications;
     std::unordered_map<std::string, Toolkit> toolkits;
+    std::unordered_map<std::string, CoordinateSpace> spaces;
     std::unordered_map<std::string, int> timeouts;
     std::unordered_map<pid_t, std::string> services;
 
@@ -661,6 +753,8 @@ private:
                 own |= NParent;
             if (needsChildren(*n.role))
                 own |= NChildren;
+            if (needsExtents(*n.role))
+                own |= NExtents;
             if (*n.role == role::Landmark)
                 own |= NAttributes;
         }
@@ -715,8 +809,8 @@ private:
 
     struct Call
     {
+        ObjectRef object;
         std::string key;
-        std::string service;
         unsigned need;
         // For one action's name, its index plus one.
         unsigned action;
@@ -732,7 +826,7 @@ private:
             const int t = timeoutFor(o);
             const std::string key = o.key();
             auto add = [&](unsigned need, PendingCall call, unsigned action = 0) {
-                pending.push_back(Call {key, o.service, need, action, std::move(call)});
+                pending.push_back(Call {o, key, need, action, std::move(call)});
             };
             if (const unsigned action = needs >> 16) {
                 add(NActions,
@@ -794,7 +888,7 @@ private:
             // Qt says the same of an interface an object lacks.
             const bool universal = p.need == NRole || p.need == NStates || p.need == NChildren;
             if (isTimeout(error))
-                applications[p.service].unresponsive = true;
+                applications[p.object.service].unresponsive = true;
             else if (isApplicationGone(error) || (universal && error == DBUS_ERROR_UNKNOWN_OBJECT))
                 n.gone = true;
             else if (p.need == NActions && !p.action)
@@ -823,6 +917,12 @@ private:
             break;
         case NChildren:
             n.children = readObjects(m);
+            // Known for certain now, so that a climb to a web page needs no call.
+            for (const auto &c : n.children.value_or(std::vector<ObjectRef> {})) {
+                Node &child = nodes[c.key()];
+                if (!child.parent)
+                    child.parent = p.object;
+            }
             break;
         case NChildCount:
             n.childCount = readIntVariant(m).value_or(0);
@@ -1083,14 +1183,12 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
         return role.subrole ? Value(*role.subrole) : Value(AXError::NoValue);
     }
     if (name == NSAccessibilityPositionAttribute || name == NSAccessibilitySizeAttribute) {
-        const auto extents = s.extentsOf(*ref, n);
-        if (!extents)
+        const auto frame = s.rootFrameOf(*ref, n);
+        if (!frame)
             return AXError::AttributeUnsupported;
         if (name == NSAccessibilitySizeAttribute)
-            return Value(
-                CGSize {static_cast<double>(extents->width), static_cast<double>(extents->height)});
-        const CGPoint origin = s.originOf(ref->service);
-        return Value(CGPoint {extents->x + origin.x, extents->y + origin.y});
+            return Value(frame->size);
+        return Value(frame->origin);
     }
     if (name == NSAccessibilityTitleAttribute) {
         if (!n.name || n.name->empty())
@@ -1292,6 +1390,9 @@ AXResult<Value> AtspiAccessibility::copyParameterizedAttributeValue(const AXUIEl
     const auto matches = _state->pressableBelow(*ref);
     if (!matches)
         return AXError::ParameterizedAttributeUnsupported;
+    // What a page holds is in the page: no climb back up to it is needed.
+    if (_state->spaceOf(ref->service).mixed() && _state->inPage(*ref))
+        _state->markInPage(*matches);
     return refsValue(*matches);
 }
 
@@ -1305,9 +1406,10 @@ AXResult<AXUIElement> AtspiAccessibility::copyElementAtPosition(const AXUIElemen
     if (!windowsValue.ok())
         return windowsValue.error();
     auto &s = *_state;
-    const CGPoint origin = s.originOf(app->service);
-    const int px = static_cast<int>(x - static_cast<float>(origin.x));
-    const int py = static_cast<int>(y - static_cast<float>(origin.y));
+    const CoordinateSpace space = s.spaceOf(app->service);
+    const CGPoint asked = space.hitTestPoint({x, y});
+    const auto px = static_cast<std::int32_t>(std::floor(asked.x));
+    const auto py = static_cast<std::int32_t>(std::floor(asked.y));
     auto focused = copyAttributeValue(application, NSAccessibilityFocusedWindowAttribute);
     std::vector<ObjectRef> windows;
     if (focused.ok())
@@ -1317,13 +1419,12 @@ AXResult<AXUIElement> AtspiAccessibility::copyElementAtPosition(const AXUIElemen
     for (const auto &w : windows) {
         s.ensure({w}, NExtents);
         const auto e = s.node(w).extents;
-        if (!e || px < e->x || py < e->y || px >= e->x + e->width || py >= e->y + e->height)
+        if (!e || !CGRectContainsPoint(space.toRoot(*e, false), {x, y}))
             continue;
         ObjectRef current = w;
         for (int depth = 0; depth < 64; ++depth) {
             auto reply = s.bus.call(current, componentInterface, "GetAccessibleAtPoint",
-                                    {std::int32_t {px}, std::int32_t {py}, std::uint32_t {0}},
-                                    s.timeoutFor(current));
+                                    {px, py, std::uint32_t {0}}, s.timeoutFor(current));
             const auto hit = readObject(reply.reply());
             if (!hit || hit->isNull() || hit->key() == current.key())
                 break;

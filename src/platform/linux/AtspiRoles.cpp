@@ -176,6 +176,8 @@ AxRole axRoleOf(const RoleContext &c)
     case role::RadioButton:
         return {"AXRadioButton", {}};
     case role::PageTab:
+        if (!c.placed)
+            return {"AXGroup", {}};
         return {"AXRadioButton", "AXTabButton"};
     case role::PageTabList:
         return {"AXTabGroup", {}};
@@ -271,6 +273,11 @@ bool needsParentRole(std::uint32_t atspiRole)
 bool needsChildren(std::uint32_t atspiRole)
 {
     return atspiRole == role::ComboBox;
+}
+
+bool needsExtents(std::uint32_t atspiRole)
+{
+    return atspiRole == role::PageTab;
 }
 
 bool isWindowRole(std::uint32_t atspiRole)

@@ -99,6 +99,9 @@ struct RoleContext
     bool hasEntryChild = false;
     // The "xml-roles" attribute of web content, for landmarks.
     std::string xmlRoles;
+    // Whether the object has a place on the screen of its own: a page tab without one (GTK 3's
+    // notebook with its tabs hidden) is no tab a person sees, only its page.
+    bool placed = true;
 };
 
 struct AxRole
@@ -111,9 +114,11 @@ struct AxRole
 // name of their own ("AXProgressBar"), so that their actions decide whether they are pressed.
 AxRole axRoleOf(const RoleContext &context);
 
-// Whether the role table needs the parent's role or the children to decide this role.
+// Whether the role table needs the parent's role, the children or the extents to decide this
+// role.
 bool needsParentRole(std::uint32_t atspiRole);
 bool needsChildren(std::uint32_t atspiRole);
+bool needsExtents(std::uint32_t atspiRole);
 bool isWindowRole(std::uint32_t atspiRole);
 
 // The action vocabulary: "click", "press", "activate", "jump", "toggle" and "doDefault" are

@@ -1,0 +1,127 @@
+#include "platform/linux/CoordinateSpace.h"
+
+#include <cmath>
+
+namespace tarnvik::linux {
+
+namespace {
+
+bool hasSize(const Extents &e)
+{
+    return e.width > 0 && e.height > 0;
+}
+
+const ClientWindow *anchorWindow(const std::vector<ClientWindow> &clients)
+{
+    for (const auto &c : clients) {
+        if (c.isActive)
+            return &c;
+    }
+    return clients.empty() ? nullptr : &clients.front();
+}
+
+// The frame the application reports for an X window: by title, the closest in shape where
+// several share it (the scale keeps the shape); else the active frame for the active window,
+// or the only one.
+const ReportedWindow *frameOf(const ClientWindow &client,
+                              const std::vector<ReportedWindow> &reported)
+{
+    const double shape = client.frame.size.width / std::max(client.frame.size.height, 1.0);
+    const ReportedWindow *best = nullptr;
+    double bestDistance = 0;
+    for (const auto &r : reported) {
+        if (r.title.empty() || r.title != client.title || !hasSize(r.extents))
+            continue;
+        const double distance =
+            std::abs(double(r.extents.width) / double(r.extents.height) - shape);
+        if (!best || distance < bestDistance) {
+            best = &r;
+            bestDistance = distance;
+        }
+    }
+    if (best)
+        return best;
+    for (const auto &r : reported) {
+        if (client.isActive && r.active && hasSize(r.extents))
+            return &r;
+    }
+    return reported.size() == 1 && hasSize(reported.front().extents) ? &reported.front() : nullptr;
+}
+
+// Root pixels per reported pixel. A ratio near 1 is 1: GTK 4's window holds a few pixels of
+// shadow around its frame. Anything outside a plausible range means the pair is not one
+// window, and nothing is scaled.
+double scaleOf(const ToolkitGeometry &toolkit, const ClientWindow &client,
+               const ReportedWindow &frame)
+{
+    const double ratio = (client.frame.size.width + client.frame.size.height)
+        / double(frame.extents.width + frame.extents.height);
+    const double scale = toolkit.wholeScales ? std::round(ratio) : ratio;
+    if (!(scale >= 0.5 && scale <= 8) || std::abs(scale - 1) < 0.02)
+        return 1;
+    return scale;
+}
+
+// Where the toolkit puts the X window's top left in its own pixels. GTK divides it by the scale
+// and rounds down; Qt and Chromium report that window as their frame, while GTK's frame may
+// take in the window manager's title bar.
+CGPoint reportedOrigin(const ToolkitGeometry &toolkit, const ClientWindow &client,
+                       const ReportedWindow *frame, double scale)
+{
+    const CGPoint &root = client.frame.origin;
+    if (toolkit.wholeScales)
+        return {std::floor(root.x / scale), std::floor(root.y / scale)};
+    const bool isTheWindow = frame
+        && std::abs(frame->extents.width * scale - client.frame.size.width) < scale
+        && std::abs(frame->extents.height * scale - client.frame.size.height) < scale;
+    if (isTheWindow)
+        return {double(frame->extents.x), double(frame->extents.y)};
+    return {root.x / scale, root.y / scale};
+}
+
+} // namespace
+
+ToolkitGeometry toolkitGeometry(const std::string &toolkitName, const std::string &version)
+{
+    const bool gtk = toolkitName == "gtk" || toolkitName == "GTK";
+    return {gtk && version.starts_with('4'), gtk, toolkitName == "Chromium"};
+}
+
+CoordinateSpace CoordinateSpace::of(const ToolkitGeometry &toolkit,
+                                    const std::vector<ClientWindow> &clients,
+                                    const std::vector<ReportedWindow> &reported)
+{
+    CoordinateSpace space;
+    space._pagesInRootPixels = toolkit.pagesInRootPixels;
+    const ClientWindow *client = anchorWindow(clients);
+    if (!client)
+        return space;
+    const ReportedWindow *frame = frameOf(*client, reported);
+    if (frame)
+        space._scale = scaleOf(toolkit, *client, *frame);
+    if (!toolkit.relativeToWindow && space._scale == 1)
+        return space;
+    space._rootAnchor = client->frame.origin;
+    if (!toolkit.relativeToWindow)
+        space._reportedAnchor = reportedOrigin(toolkit, *client, frame, space._scale);
+    return space;
+}
+
+CGRect CoordinateSpace::toRoot(const Extents &e, bool inPage) const
+{
+    if (inPage && _pagesInRootPixels)
+        return makeRect(e.x, e.y, e.width, e.height);
+    return makeRect(std::round(_rootAnchor.x + (e.x - _reportedAnchor.x) * _scale),
+                    std::round(_rootAnchor.y + (e.y - _reportedAnchor.y) * _scale),
+                    std::round(e.width * _scale), std::round(e.height * _scale));
+}
+
+CGPoint CoordinateSpace::hitTestPoint(CGPoint root) const
+{
+    if (_pagesInRootPixels)
+        return root;
+    return {_reportedAnchor.x + (root.x - _rootAnchor.x) / _scale,
+            _reportedAnchor.y + (root.y - _rootAnchor.y) / _scale};
+}
+
+} // namespace tarnvik::linux

@@ -1,0 +1,136 @@
+#!/usr/bin/env python3
+"""The browsers at twice their size, with Tarnvik asked by QT_SCALE_FACTOR=2 to scale itself as
+well: Chromium at a device scale factor of 2 reports its own buttons in its scaled pixels but
+its pages in the X server's; Firefox at layout.css.devPixelsPerPx 2 reports everything in the X
+server's. The targets must stand where the controls are, the labels must be drawn there, and a
+typed label must click a control of the page and one of the browser: what they did is read
+back through AT-SPI. (With Xft.dpi 192 as well, Firefox would scale its pages by both, four
+times.)"""
+
+import os
+import pathlib
+import unittest
+
+import pyatspi
+
+from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window, key,
+                          label_colour_in, poll, rect, screen_pixels, targets, window_mapped,
+                          x_window_frame)
+
+PAGE = (pathlib.Path(__file__).parent.parent / "pages" / "controls.html").as_uri()
+TITLE = "Tarnvik Controls"
+PAGE_CONTROLS = {pyatspi.ROLE_PUSH_BUTTON, pyatspi.ROLE_CHECK_BOX, pyatspi.ROLE_RADIO_BUTTON,
+                 pyatspi.ROLE_ENTRY, pyatspi.ROLE_LINK}
+# Chromium's address field is an entry, Firefox's a combo box.
+ADDRESS_ROLES = {pyatspi.ROLE_ENTRY, pyatspi.ROLE_COMBO_BOX}
+
+
+def near(a, b):
+    return all(abs(p - q) <= 1 for p, q in zip(a, b))
+
+
+def showing(accessible):
+    return accessible.getState().contains(pyatspi.STATE_SHOWING)
+
+
+class ScaledBrowser:
+    """One browser started once for its tests, with a resident tarnvik. Mixed into
+    OverlaySession."""
+
+    overlay = "Tarnvik Labels"
+    # Root pixels per pixel the browser reports for its own buttons.
+    own_scale = None
+
+    @classmethod
+    def setUpClass(cls):
+        cls.tarnvik = ResidentTarnvik()
+        cls.app = Application(cls.command)
+        cls.app.bring_to_front()
+        cls.window = poll("the window on the bus", lambda: accessible_window(TITLE))
+        cls.document = poll("the page", lambda: pyatspi.findDescendant(
+            cls.window, lambda a: a.getRole() == pyatspi.ROLE_DOCUMENT_WEB
+            and TITLE in (a.name or "") and showing(a) and rect(a)[2] > 0))
+        cls.check_box = poll("the page's check box", lambda: pyatspi.findDescendant(
+            cls.document, lambda a: a.getRole() == pyatspi.ROLE_CHECK_BOX
+            and a.name == "Check Me" and rect(a)[2] > 0))
+        cls.address = pyatspi.findDescendant(
+            cls.window, lambda a: a.getRole() in ADDRESS_ROLES and showing(a)
+            and "address" in (a.name or "").lower())
+        # What the tests are about: the page drawn at twice its size (a check box is 13 pixels
+        # wide at 1x), the browser's frame in pixels of its own scale.
+        assert rect(cls.check_box)[2] >= 24, rect(cls.check_box)
+        cls.x_frame = x_window_frame(cls.app.process.pid)
+        assert abs(cls.x_frame[2] / rect(cls.window)[2] - cls.own_scale) < 0.02, (
+            cls.x_frame, rect(cls.window))
+        cls.tarnvik.start(QT_SCALE_FACTOR="2")
+
+    def own(self, accessible):
+        """Where one of the browser's own controls stands in root pixels: the X server's window
+        with the offset the browser reports inside its frame."""
+        x, y, _, _ = self.x_frame
+        fx, fy, _, _ = rect(self.window)
+        ex, ey, ew, eh = rect(accessible)
+        s = self.own_scale
+        return (x + (ex - fx) * s, y + (ey - fy) * s, ew * s, eh * s)
+
+    def label_of(self, frame, listing=None):
+        listing = listing if listing is not None else targets()["targets"]
+        return next((t["label"] for t in listing if near(t["frame"], frame)), None)
+
+    def click_label_of(self, frame):
+        label = self.label_of(frame)
+        self.assertIsNotNone(label, frame)
+        key("shift+super+space")
+        poll("the overlay", lambda: window_mapped(self.overlay), 10)
+        below = (frame[0] + frame[2] // 2 - 6, frame[1] + frame[3] - 8, 13, 17)
+        poll("the label drawn at the control", lambda: label_colour_in(screen_pixels(), below),
+             10)
+        key(*[c.lower() for c in label])
+
+    def test_targets_stand_where_the_page_and_the_browser_controls_are(self):
+        listing = targets()["targets"]
+        page = [rect(c) for c in pyatspi.utils.findAllDescendants(
+            self.document, lambda a: a.getRole() in PAGE_CONTROLS and showing(a)
+            and a.getState().contains(pyatspi.STATE_SENSITIVE) and rect(a)[2] > 0)]
+        self.assertGreaterEqual(len(page), 8)
+        self.assertEqual([f for f in page if self.label_of(f, listing) is None], [])
+        self.assertIsNotNone(self.label_of(self.own(self.address), listing))
+
+    def test_typed_labels_click_the_page_and_the_browser(self):
+        checked = self.check_box.getState().contains(pyatspi.STATE_CHECKED)
+        self.click_label_of(rect(self.check_box))
+        poll("the page's check box toggled",
+             lambda: self.check_box.getState().contains(pyatspi.STATE_CHECKED) != checked, 10)
+        poll("the overlay closed", lambda: not window_mapped(self.overlay), 10)
+        self.click_label_of(self.own(self.address))
+        poll("the address field focused",
+             lambda: self.address.getState().contains(pyatspi.STATE_FOCUSED), 10)
+
+
+class ChromiumAtTwice(ScaledBrowser, OverlaySession):
+    own_scale = 2
+
+    @staticmethod
+    def command(home):
+        return ["chromium", "--no-sandbox", "--disable-gpu", "--no-first-run",
+                "--disable-background-networking", "--disable-component-update",
+                "--disable-sync", "--force-renderer-accessibility", "--password-store=basic",
+                "--force-device-scale-factor=2", "--window-position=40,20",
+                "--window-size=900,500", f"--user-data-dir={home}", PAGE]
+
+
+class FirefoxAtTwice(ScaledBrowser, OverlaySession):
+    own_scale = 1
+
+    @staticmethod
+    def command(home):
+        with open(os.path.join(home, "user.js"), "w", encoding="utf-8") as f:
+            f.write('user_pref("layout.css.devPixelsPerPx", "2");\n'
+                    'user_pref("browser.shell.checkDefaultBrowser", false);\n'
+                    'user_pref("browser.aboutwelcome.enabled", false);\n'
+                    'user_pref("datareporting.policy.dataSubmissionEnabled", false);\n')
+        return ["firefox-esr", "--no-remote", "--new-instance", "--profile", home, PAGE]
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

@@ -1,0 +1,139 @@
+// The numbers are those measured on the virtual desktop (docs/linux-backend.md): each toolkit's
+// window on the X server beside the frame and the elements it reported over AT-SPI, and where
+// the elements stood on the screen.
+#include "platform/linux/CoordinateSpace.h"
+
+#include <gtest/gtest.h>
+
+namespace tarnvik::linux {
+namespace {
+
+ClientWindow window(const char *title, double x, double y, double width, double height,
+                    bool active = true)
+{
+    return ClientWindow {title, makeRect(x, y, width, height), active, Panel::None};
+}
+
+ReportedWindow frame(const char *title, int x, int y, int width, int height, bool active = true)
+{
+    return ReportedWindow {title, Extents {x, y, width, height}, active};
+}
+
+Extents at(int x, int y, int width, int height)
+{
+    return Extents {x, y, width, height};
+}
+
+void expectRect(const CGRect &r, double x, double y, double width, double height)
+{
+    EXPECT_EQ(r.origin.x, x);
+    EXPECT_EQ(r.origin.y, y);
+    EXPECT_EQ(r.size.width, width);
+    EXPECT_EQ(r.size.height, height);
+}
+
+TEST(CoordinateSpace, Gtk3AtTwiceRoundsItsWindowOriginDown)
+{
+    // gtk3-widget-factory at GDK_SCALE=2, its window at 101,51: a header bar of its own, so its
+    // frame is the window.
+    const auto gtk = toolkitGeometry("gtk", "3.24.38");
+    const auto space = CoordinateSpace::of(
+        gtk, {window("gtk3-widget-factory", 101, 51, 2732, 1482)}, {frame("", 50, 25, 1367, 742)});
+    EXPECT_EQ(space.scale(), 2);
+    expectRect(space.toRoot(at(65, 534, 108, 22), false), 131, 1069, 216, 44);
+
+    // A window with the window manager's title bar: GTK's frame takes it in (701x513 for a
+    // 1400x1000 window), and the window's origin still decides.
+    const auto editor = CoordinateSpace::of(gtk, {window("Editor", 519, 20, 1400, 1000)},
+                                            {frame("Editor", 259, 0, 701, 513)});
+    EXPECT_EQ(editor.scale(), 2);
+    expectRect(editor.toRoot(at(259, 10, 700, 34), false), 519, 20, 1400, 68);
+    const CGPoint asked = editor.hitTestPoint({1218, 54});
+    EXPECT_EQ(asked.x, 608.5);
+    EXPECT_EQ(asked.y, 27);
+}
+
+TEST(CoordinateSpace, QtReportsItsWindowAsItsFrameAtAnyScale)
+{
+    const auto qt = toolkitGeometry("Qt", "6.4.2");
+    // QT_SCALE_FACTOR=2, the window at 101,51.
+    const auto twice = CoordinateSpace::of(qt, {window("Tarnvik Qt Controls", 101, 51, 960, 1280)},
+                                           {frame("Tarnvik Qt Controls", 51, 26, 480, 640)});
+    EXPECT_EQ(twice.scale(), 2);
+    expectRect(twice.toRoot(at(60, 54, 228, 22), false), 119, 107, 456, 44);
+    // Xft.dpi 144: one and a half. "Press Me" stood at 114-456 by 93-126 on the screen.
+    const auto half = CoordinateSpace::of(qt, {window("Tarnvik Qt Controls", 101, 51, 720, 960)},
+                                          {frame("Tarnvik Qt Controls", 67, 34, 480, 640)});
+    EXPECT_EQ(half.scale(), 1.5);
+    const CGRect press = half.toRoot(at(76, 62, 228, 22), false);
+    EXPECT_NEAR(press.origin.x, 114, 1);
+    EXPECT_EQ(press.origin.y, 93);
+    EXPECT_EQ(press.size.width, 342);
+    EXPECT_EQ(press.size.height, 33);
+}
+
+TEST(CoordinateSpace, ChromiumScalesItsOwnWidgetsButNotItsPagesOrHitTests)
+{
+    // --force-device-scale-factor=2, the window at 100,50.
+    const auto space =
+        CoordinateSpace::of(toolkitGeometry("Chromium", "156"),
+                            {window("Tarnvik Controls - Chromium", 100, 50, 1600, 900)},
+                            {frame("Tarnvik Controls - Chromium", 50, 25, 800, 450)});
+    EXPECT_EQ(space.scale(), 2);
+    EXPECT_TRUE(space.mixed());
+    expectRect(space.toRoot(at(132, 71, 34, 34), false), 264, 142, 68, 68);
+    expectRect(space.toRoot(at(140, 476, 151, 44), true), 140, 476, 151, 44);
+    const CGPoint asked = space.hitTestPoint({298, 176});
+    EXPECT_EQ(asked.x, 298);
+    EXPECT_EQ(asked.y, 176);
+}
+
+TEST(CoordinateSpace, FirefoxAndUnscaledToolkitsReportRootPixels)
+{
+    // layout.css.devPixelsPerPx=2: Firefox's frame is its window, pixel for pixel.
+    const auto firefox = CoordinateSpace::of(toolkitGeometry("Gecko", "153"),
+                                             {window("Tarnvik Controls", 102, 71, 1600, 900)},
+                                             {frame("Tarnvik Controls", 102, 71, 1600, 900)});
+    EXPECT_EQ(firefox.scale(), 1);
+    EXPECT_FALSE(firefox.mixed());
+    expectRect(firefox.toRoot(at(134, 382, 142, 44), true), 134, 382, 142, 44);
+    expectRect(firefox.toRoot(at(-1, -1, -1, -1), false), -1, -1, -1, -1);
+    // A window whose frame was not found, or nothing on the X server: nothing changes.
+    const auto unknown =
+        CoordinateSpace::of(toolkitGeometry("Qt", "6.4.2"), {window("Other", 0, 0, 800, 600)}, {});
+    EXPECT_EQ(unknown.scale(), 1);
+    expectRect(unknown.toRoot(at(10, 20, 30, 40), false), 10, 20, 30, 40);
+    expectRect(CoordinateSpace().toRoot(at(10, 20, 30, 40), false), 10, 20, 30, 40);
+}
+
+TEST(CoordinateSpace, Gtk4CountsFromItsActiveWindowWithItsShadowLeftOut)
+{
+    const auto gtk4 = toolkitGeometry("GTK", "4.8.3");
+    // At 1x the window holds 5 pixels of shadow on each side: no scale.
+    const auto plain = CoordinateSpace::of(
+        gtk4,
+        {window("Other", 0, 0, 300, 200, false), window("GTK Widget Factory", 122, 101, 1676, 878)},
+        {frame("GTK Widget Factory", 0, 0, 1666, 868)});
+    EXPECT_EQ(plain.scale(), 1);
+    expectRect(plain.toRoot(at(10, 56, 1646, 802), false), 132, 157, 1646, 802);
+    const CGPoint asked = plain.hitTestPoint({142, 167});
+    EXPECT_EQ(asked.x, 20);
+    EXPECT_EQ(asked.y, 66);
+    // GDK_SCALE=2.
+    const auto twice =
+        CoordinateSpace::of(gtk4, {window("GTK Widget Factory", 101, 51, 2684, 1508)},
+                            {frame("GTK Widget Factory", 0, 0, 1332, 744)});
+    EXPECT_EQ(twice.scale(), 2);
+    expectRect(twice.toRoot(at(19, 57, 350, 32), false), 139, 165, 700, 64);
+}
+
+TEST(CoordinateSpace, WindowsSharingATitleArePairedByShape)
+{
+    const auto space = CoordinateSpace::of(
+        toolkitGeometry("Qt", "6.4.2"), {window("Same", 0, 0, 1000, 500)},
+        {frame("Same", 0, 0, 300, 300, false), frame("Same", 0, 0, 500, 250, false)});
+    EXPECT_EQ(space.scale(), 2);
+}
+
+} // namespace
+} // namespace tarnvik::linux
