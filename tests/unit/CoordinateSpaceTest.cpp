@@ -53,6 +53,23 @@ TEST(CoordinateSpace, Gtk3AtTwiceRoundsItsWindowOriginDown)
     EXPECT_EQ(asked.y, 27);
 }
 
+TEST(CoordinateSpace, AnOpenPopupMenuIsNotTheWindow)
+{
+    // gtk3-widget-factory with an entry's context menu open: the menu's frame is the active one,
+    // untitled like the window's; its shape tells it apart. Taken for the window, it made the
+    // scale 7 and sent every label off the screen.
+    const auto gtk = toolkitGeometry("gtk", "3.24.38");
+    const std::vector<ReportedWindow> frames {frame("", 277, 168, 1366, 738, false),
+                                              frame("", 467, 423, 148, 160, true)};
+    const auto space = CoordinateSpace::of(gtk, {window("", 277, 168, 1366, 738)}, frames);
+    EXPECT_EQ(space.scale(), 1);
+    expectRect(space.toRoot(at(471, 528, 140, 25), false), 471, 528, 140, 25);
+
+    const std::vector<ReportedWindow> scaled {frame("", 138, 84, 683, 369, false),
+                                              frame("", 233, 211, 74, 80, true)};
+    EXPECT_EQ(CoordinateSpace::of(gtk, {window("", 277, 168, 1366, 738)}, scaled).scale(), 2);
+}
+
 TEST(CoordinateSpace, QtReportsItsWindowAsItsFrameAtAnyScale)
 {
     const auto qt = toolkitGeometry("Qt", "6.4.2");

@@ -20,9 +20,20 @@ const ClientWindow *anchorWindow(const std::vector<ClientWindow> &clients)
     return clients.empty() ? nullptr : &clients.front();
 }
 
+// Whether the frame may be the window scaled: a scale keeps the shape. An open popup menu is
+// active too, and has another.
+bool sameShape(const ClientWindow &client, const Extents &e)
+{
+    if (!hasSize(e))
+        return false;
+    const double across = client.frame.size.width / e.width;
+    const double down = client.frame.size.height / e.height;
+    return std::abs(across - down) <= 0.05 * std::max(across, down);
+}
+
 // The frame the application reports for an X window: by title, the closest in shape where
-// several share it (the scale keeps the shape); else the active frame for the active window,
-// or the only one.
+// several share it (the scale keeps the shape); else the active frame of that shape for the
+// active window, or the only frame of that shape.
 const ReportedWindow *frameOf(const ClientWindow &client,
                               const std::vector<ReportedWindow> &reported)
 {
@@ -30,7 +41,7 @@ const ReportedWindow *frameOf(const ClientWindow &client,
     const ReportedWindow *best = nullptr;
     double bestDistance = 0;
     for (const auto &r : reported) {
-        if (r.title.empty() || r.title != client.title || !hasSize(r.extents))
+        if (r.title.empty() || r.title != client.title || !sameShape(client, r.extents))
             continue;
         const double distance =
             std::abs(double(r.extents.width) / double(r.extents.height) - shape);
@@ -42,10 +53,19 @@ const ReportedWindow *frameOf(const ClientWindow &client,
     if (best)
         return best;
     for (const auto &r : reported) {
-        if (client.isActive && r.active && hasSize(r.extents))
+        if (client.isActive && r.active && sameShape(client, r.extents))
             return &r;
     }
-    return reported.size() == 1 && hasSize(reported.front().extents) ? &reported.front() : nullptr;
+    // Else the one frame of the window's shape, where only one has it.
+    const ReportedWindow *only = nullptr;
+    for (const auto &r : reported) {
+        if (!sameShape(client, r.extents))
+            continue;
+        if (only)
+            return nullptr;
+        only = &r;
+    }
+    return only;
 }
 
 // Root pixels per reported pixel. A ratio near 1 is 1: GTK 4's window holds a few pixels of
