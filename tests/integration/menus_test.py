@@ -106,12 +106,17 @@ class OpenMenus(unittest.TestCase):
              lambda: entry.queryText().getText(0, -1).endswith(letters), 10)
         key(*["BackSpace"] * len(letters))
 
+    def labels_over_context_menu_item(self, entry, name):
+        """Opens the entry's context menu and the labels over it; answers the named item."""
+        menu = self.open_context_menu(entry)
+        item = find(menu, lambda a: a.name == name and showing(a))
+        key("shift+super+space")
+        poll("the labels over the menu's items", lambda: label_drawn_below(rect(item)), 10)
+        return item
+
     def test_a_label_typed_over_a_context_menu_presses_its_item_and_nothing_else(self):
         entry = self.entry()
-        menu = self.open_context_menu(entry)
-        select_all = find(menu, lambda a: a.name == "Select All" and showing(a))
-        key("shift+super+space")
-        poll("the labels over the menu's items", lambda: label_drawn_below(rect(select_all)), 10)
+        select_all = self.labels_over_context_menu_item(entry, "Select All")
         # "t" is no label's letter, and Cut's mnemonic: had the menu seen it, the text were cut.
         key("t")
         label = label_of(select_all)
@@ -126,10 +131,7 @@ class OpenMenus(unittest.TestCase):
 
     def test_escape_leaves_the_menu_open_for_the_keyboard_and_scroll_mode_does_not_start(self):
         entry = self.entry()
-        menu = self.open_context_menu(entry)
-        copy = find(menu, lambda a: a.name == "Copy" and showing(a))
-        key("shift+super+space")
-        poll("the labels over the menu's items", lambda: label_drawn_below(rect(copy)), 10)
+        self.labels_over_context_menu_item(entry, "Copy")
         key("Escape")
         poll("the overlay gone", lambda: not overlay_mapped(), 10)
         time.sleep(0.3)

@@ -153,25 +153,12 @@ std::unique_ptr<X11Keyboard> X11Keyboard::connect()
                                  XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT,
                                  XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT, 0, 0, 0),
         nullptr));
-    // Raw key events reach the root whatever holds the keyboard. Without XInput 2.2 a menu
-    // keeps the keyboard to itself, as it would without this program.
-    const auto *extension = xcb_get_extension_data(x->c, &xcb_input_id);
-    auto *version = extension && extension->present
-        ? xcb_input_xi_query_version_reply(x->c, xcb_input_xi_query_version(x->c, 2, 2), nullptr)
-        : nullptr;
-    if (version
-        && (version->major_version > 2
-            || (version->major_version == 2 && version->minor_version >= 2))) {
-        x->xinput = extension->major_opcode;
-        struct
-        {
-            xcb_input_event_mask_t head;
-            std::uint32_t mask;
-        } raw {{XCB_INPUT_DEVICE_ALL_MASTER, 1},
-               XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE};
-        xcb_input_xi_select_events(x->c, x->root, 1, &raw.head);
-    }
-    std::free(version);
+    // Without XInput 2.2 a menu keeps the keyboard to itself, as it would without this program.
+    x->xinput = xinput22(x->c);
+    if (x->xinput)
+        selectRawEvents(x->c, x->root,
+                        XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS
+                            | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE);
     return std::unique_ptr<X11Keyboard>(new X11Keyboard(std::move(x)));
 }
 

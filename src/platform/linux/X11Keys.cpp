@@ -3,6 +3,9 @@
 #include "platform/KeyEvents.h"
 
 #include <array>
+#include <cstdlib>
+#include <xcb/xcb.h>
+#include <xcb/xinput.h>
 
 namespace tarnvik::linux {
 
@@ -74,6 +77,30 @@ std::uint64_t modifierFlags(std::uint16_t state)
     if (state & XMod::super)
         flags |= ModifierFlag::command;
     return flags;
+}
+
+std::uint8_t xinput22(xcb_connection_t *c)
+{
+    const auto *extension = xcb_get_extension_data(c, &xcb_input_id);
+    if (!extension || !extension->present)
+        return 0;
+    auto *version =
+        xcb_input_xi_query_version_reply(c, xcb_input_xi_query_version(c, 2, 2), nullptr);
+    const bool speaks = version
+        && (version->major_version > 2
+            || (version->major_version == 2 && version->minor_version >= 2));
+    std::free(version);
+    return speaks ? extension->major_opcode : 0;
+}
+
+void selectRawEvents(xcb_connection_t *c, std::uint32_t root, std::uint32_t mask)
+{
+    struct
+    {
+        xcb_input_event_mask_t head;
+        std::uint32_t mask;
+    } events {{XCB_INPUT_DEVICE_ALL_MASTER, 1}, mask};
+    xcb_input_xi_select_events(c, root, 1, &events.head);
 }
 
 } // namespace tarnvik::linux

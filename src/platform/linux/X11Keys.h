@@ -4,6 +4,8 @@
 #include <optional>
 #include <span>
 
+struct xcb_connection_t;
+
 namespace tarnvik::linux {
 
 // The core's virtual key codes are key positions; X key codes are the Linux input event codes
@@ -35,5 +37,12 @@ constexpr std::uint16_t fourModifiers = shift | control | alt | super;
 
 std::uint16_t xModifiers(std::uint64_t flags);
 std::uint64_t modifierFlags(std::uint16_t state);
+
+// The XInput extension's major opcode where the server speaks XInput 2.2, whose raw events reach
+// the root whatever holds the keyboard or the pointer; 0 where it doesn't.
+std::uint8_t xinput22(xcb_connection_t *c);
+// Asks for the raw events of `mask` (XInput's event mask bits) of every master device on the
+// root; 0 stops them.
+void selectRawEvents(xcb_connection_t *c, std::uint32_t root, std::uint32_t mask);
 
 } // namespace tarnvik::linux

@@ -74,17 +74,8 @@ std::unique_ptr<X11Pointer> X11Pointer::connect(std::function<double()> doubleCl
     if (!test)
         return nullptr;
     std::free(test);
-    // Raw button events come whatever holds the pointer, and carry no window: they tell only
-    // that the user pressed a button.
-    const auto *extension = xcb_get_extension_data(x->c, &xcb_input_id);
-    auto *version = extension && extension->present
-        ? xcb_input_xi_query_version_reply(x->c, xcb_input_xi_query_version(x->c, 2, 2), nullptr)
-        : nullptr;
-    if (version
-        && (version->major_version > 2
-            || (version->major_version == 2 && version->minor_version >= 2)))
-        x->xinput = extension->major_opcode;
-    std::free(version);
+    // Raw button events carry no window: they tell only that the user pressed a button.
+    x->xinput = xinput22(x->c);
     return std::unique_ptr<X11Pointer>(
         new X11Pointer(std::move(x), std::move(doubleClickInterval)));
 }
@@ -240,13 +231,7 @@ void X11Pointer::observePresses(std::function<void()> observer)
     if (!_x->xinput || was == static_cast<bool>(_presses))
         return;
     // Asked for only while someone listens: otherwise every click on the desktop would wake us.
-    struct
-    {
-        xcb_input_event_mask_t head;
-        std::uint32_t mask;
-    } raw {{XCB_INPUT_DEVICE_ALL_MASTER, 1},
-           _presses ? std::uint32_t(XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS) : 0u};
-    xcb_input_xi_select_events(_x->c, _x->root, 1, &raw.head);
+    selectRawEvents(_x->c, _x->root, _presses ? XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS : 0);
     xcb_flush(_x->c);
 }
 
