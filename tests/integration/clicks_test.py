@@ -53,6 +53,9 @@ class Clicks(OverlaySession):
                     10).split(",")[0]
 
     def assert_plain_typing(self):
+        # The click's release, and a Command-click's Control with it, come 0.1 s after its press,
+        # which is what the caller saw: a person turns to the entry after that.
+        time.sleep(0.3)
         entry = self.find(pyatspi.ROLE_TEXT)
         entry.queryComponent().grabFocus()
         poll("the entry focused", lambda: entry.getState().contains(pyatspi.STATE_FOCUSED), 10)
