@@ -478,7 +478,7 @@ public:
     // walk of what shows where it holds a long list, which the query would read whole.
     std::optional<std::vector<ObjectRef>> pressableBelow(const ObjectRef &o)
     {
-        if (walkShowing(o, true))
+        if (walkShowing(o))
             return pressableIn(o);
         MatchRule rule;
         rule.states = {static_cast<std::int32_t>((1u << state::Showing) | (1u << state::Visible)),
@@ -495,9 +495,10 @@ public:
     }
 
     // Reads what shows below `o`, level by level in one burst each, long lists by their
-    // visible part. As a probe it gives up once a level is wide and no long list has come:
-    // answers whether the walk went to the end.
-    bool walkShowing(const ObjectRef &o, bool probe)
+    // visible part, but not what the pressable elements hold (a link's text, a button's
+    // label). Gives up once a level is wide and no long list has come: answers whether the walk
+    // went to the end.
+    bool walkShowing(const ObjectRef &o)
     {
         constexpr std::size_t probeWidth = 200;
         constexpr std::size_t maxNodes = 20000;
@@ -505,28 +506,25 @@ public:
         bool sawLongList = false;
         std::size_t total = 0;
         for (int depth = 0; depth < 64 && !level.empty() && total < maxNodes; ++depth) {
-            if (probe && !sawLongList && level.size() > probeWidth)
+            if (!sawLongList && level.size() > probeWidth)
                 return false;
             ensure(level, NRole | NStates);
-            std::vector<ObjectRef> showing;
+            std::vector<ObjectRef> containers;
             {
                 std::lock_guard lock(mutex);
                 for (const auto &c : level) {
                     const Node &n = nodes[c.key()];
-                    if (c.key() == o.key() || (n.states && n.states->has(state::Showing)))
-                        showing.push_back(c);
+                    const bool root = c.key() == o.key();
+                    if (root
+                        || (n.states && n.states->has(state::Showing)
+                            && !(n.role && isSearchKeyRole(*n.role))))
+                        containers.push_back(c);
                 }
             }
-            // What is pressed is read, not what it holds: a link's text, a button's label.
-            std::erase_if(showing, [&](const ObjectRef &c) {
-                std::lock_guard lock(mutex);
-                const Node &n = nodes[c.key()];
-                return c.key() != o.key() && n.role && isSearchKeyRole(*n.role);
-            });
-            ensure(showing, NChildren);
+            ensure(containers, NChildren);
             std::vector<ObjectRef> next;
             std::lock_guard lock(mutex);
-            for (const auto &c : showing) {
+            for (const auto &c : containers) {
                 const Node &n = nodes[c.key()];
                 sawLongList = sawLongList || n.childCount.value_or(0) > bigList;
                 if (n.children)
@@ -644,9 +642,12 @@ public:
         for (const auto &w : windowsOf(*pid)) {
             if (!w.isActive)
                 continue;
-            if (isGtk4(service))
-                return CGRect {{0, 0}, w.frame.size};
-            return w.frame;
+            const CoordinateSpace space = spaceOf(service);
+            const CGPoint topLeft = space.hitTestPoint(w.frame.origin);
+            const CGPoint bottomRight = space.hitTestPoint(
+                {w.frame.origin.x + w.frame.size.width, w.frame.origin.y + w.frame.size.height});
+            return makeRect(topLeft.x, topLeft.y, bottomRight.x - topLeft.x,
+                            bottomRight.y - topLeft.y);
         }
         return std::nullopt;
     }

@@ -130,15 +130,12 @@ void X11Pointer::postQueued()
             readQueuedEvents();
             const std::uint16_t held = state ? state->first : 0;
             if (held & ~modifiersOfClick(press.flags)) {
-                if (_waitingSince == steady_clock::time_point {})
-                    _waitingSince = now;
-                if (now - _waitingSince < modifierWait) {
+                if (now - press.asked < modifierWait) {
                     _queueTimer->start(10);
                     return;
                 }
                 // Held past any typing: a click with other modifiers could do something else
                 // entirely (extend a selection, move the window), so none is made.
-                _waitingSince = {};
                 _queue.pop_front();
                 while (!_queue.empty() && !_queue.front().down) {
                     const bool same = _queue.front().button == press.button;
@@ -151,7 +148,6 @@ void X11Pointer::postQueued()
             }
         }
         const auto lateness = now - press.asked;
-        _waitingSince = {};
         post(press);
         _queue.pop_front();
         // What follows keeps the distance in time it was asked with, so a press that waited

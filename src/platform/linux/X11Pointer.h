@@ -39,10 +39,11 @@ public:
     void observe(std::function<void()> observer) override;
     void observePresses(std::function<void()> observer) override;
 
-    // How long a press waits for modifiers to be let go before it is dropped with a beep.
+private:
+    // How long a press waits, from when it was asked for, for modifiers to be let go before it
+    // is dropped with a beep.
     static constexpr std::chrono::milliseconds modifierWait {1500};
 
-private:
     class Connection;
     struct Press
     {
@@ -67,7 +68,6 @@ private:
     // The presses posted and not yet released, by button.
     std::map<int, Press> _buttonsDown;
     std::unique_ptr<QTimer> _queueTimer;
-    std::chrono::steady_clock::time_point _waitingSince;
     std::unique_ptr<QSocketNotifier> _events;
     std::function<void()> _presses;
     std::function<void()> _motion;
