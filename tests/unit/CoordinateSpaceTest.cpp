@@ -70,25 +70,6 @@ TEST(CoordinateSpace, AnOpenPopupMenuIsNotTheWindow)
     EXPECT_EQ(CoordinateSpace::of(gtk, {window("", 277, 168, 1366, 738)}, scaled).scale(), 2);
 }
 
-TEST(CoordinateSpace, QtReportsItsWindowAsItsFrameAtAnyScale)
-{
-    const auto qt = toolkitGeometry("Qt", "6.4.2");
-    // QT_SCALE_FACTOR=2, the window at 101,51.
-    const auto twice = CoordinateSpace::of(qt, {window("Tarnvik Qt Controls", 101, 51, 960, 1280)},
-                                           {frame("Tarnvik Qt Controls", 51, 26, 480, 640)});
-    EXPECT_EQ(twice.scale(), 2);
-    expectRect(twice.toRoot(at(60, 54, 228, 22), false), 119, 107, 456, 44);
-    // Xft.dpi 144: one and a half. "Press Me" stood at 114-456 by 93-126 on the screen.
-    const auto half = CoordinateSpace::of(qt, {window("Tarnvik Qt Controls", 101, 51, 720, 960)},
-                                          {frame("Tarnvik Qt Controls", 67, 34, 480, 640)});
-    EXPECT_EQ(half.scale(), 1.5);
-    const CGRect press = half.toRoot(at(76, 62, 228, 22), false);
-    EXPECT_NEAR(press.origin.x, 114, 1);
-    EXPECT_EQ(press.origin.y, 93);
-    EXPECT_EQ(press.size.width, 342);
-    EXPECT_EQ(press.size.height, 33);
-}
-
 TEST(CoordinateSpace, ChromiumScalesItsOwnWidgetsButNotItsPagesOrHitTests)
 {
     // --force-device-scale-factor=2, the window at 100,50.
