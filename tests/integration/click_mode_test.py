@@ -12,28 +12,9 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (Application, OverlaySession, ResidentTarnvik, key, label_colour_in,
-                          pointer_drawn, poll, rect, screen_pixels, targets, window_mapped)
-
-LABEL_YELLOW = (254, 240, 138)  # the middle colour of the default theme's gradient
-
-
-def overlay_mapped():
-    return window_mapped("Tarnvik Labels")
-
-
-def label_drawn_below(frame, pixels):
-    """Whether label colours show where the element's label stands: centred on its lower
-    edge."""
-    return label_colour_in(pixels, (frame[0] + frame[2] // 2 - 6, frame[1] + frame[3] - 8, 13, 17))
-
-
-def label_pixels_below(frame, pixels):
-    """The colours where the element's label stands."""
-    shot, width = pixels
-    x0, y0 = frame[0] + frame[2] // 2, frame[1] + frame[3]
-    return [tuple(shot[((y0 + dy) * width + x0 + dx) * 3:][:3])
-            for dy in range(-8, 9) for dx in range(-6, 7)]
+from desktop_apps import (Application, OverlaySession, ResidentTarnvik, key, label_drawn_below,
+                          labels_mapped, pointer_drawn, poll, process_frame, rect, screen_pixels,
+                          targets)
 
 
 def pixels_in(box, pixels):
@@ -47,10 +28,6 @@ def similar(a, b):
     return sum(1 for p, q in zip(a, b) if all(abs(i - j) < 12 for i, j in zip(p, q))) / len(a)
 
 
-def states_of(accessible):
-    return accessible.getState()
-
-
 class ClickMode(OverlaySession):
     overlay = "Tarnvik Labels"
 
@@ -59,17 +36,7 @@ class ClickMode(OverlaySession):
         cls.tarnvik = ResidentTarnvik()
         cls.app = Application(lambda home: ["gtk3-widget-factory"])
         cls.app.bring_to_front()
-        cls.window = poll("the window on the bus", lambda: cls.find_window())
-
-
-    @classmethod
-    def find_window(cls):
-        for application in pyatspi.Registry.getDesktop(0):
-            if application is not None and application.get_process_id() == cls.app.process.pid:
-                for frame in application:
-                    if frame is not None and frame.getState().contains(pyatspi.STATE_SHOWING):
-                        return frame
-        return None
+        cls.window = poll("the window on the bus", lambda: process_frame(cls.app.process.pid))
 
     def controls(self, role, name):
         found = []
@@ -103,8 +70,8 @@ class ClickMode(OverlaySession):
 
     def show_labels(self, frame, keys=("shift+super+space",)):
         key(*keys)
-        poll("the overlay", overlay_mapped, 10)
-        poll("labels drawn on the screen", lambda: label_drawn_below(frame, screen_pixels()), 10)
+        poll("the overlay", labels_mapped, 10)
+        poll("labels drawn on the screen", lambda: label_drawn_below(frame), 10)
 
     def test_typed_label_clicks_and_escape_or_the_shortcut_give_the_keyboard_back(self):
         self.tarnvik.start()
@@ -114,13 +81,13 @@ class ClickMode(OverlaySession):
         self.show_labels(rect(box))
         key(*[c.lower() for c in label])
         poll("the check box checked", lambda: box.getState().contains(pyatspi.STATE_CHECKED), 10)
-        poll("the overlay gone after the double-click interval", lambda: not overlay_mapped(), 10)
+        poll("the overlay gone after the double-click interval", lambda: not labels_mapped(), 10)
 
         # Escape ends a session, and the keyboard and the pointer are back.
         self.show_labels(rect(box))
         self.assertFalse(pointer_drawn(), "the pointer is hidden over the labels")
         key("Escape")
-        poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        poll("the overlay gone", lambda: not labels_mapped(), 10)
         poll("the pointer shown again", pointer_drawn, 10)
         self.assert_typing_reaches_an_entry("xyz")
 
@@ -128,7 +95,7 @@ class ClickMode(OverlaySession):
         self.app.bring_to_front()
         self.show_labels(rect(box))
         key("shift+super+space")
-        poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        poll("the overlay gone", lambda: not labels_mapped(), 10)
         self.assert_typing_reaches_an_entry("uv")
 
     def test_a_high_contrast_desktop_gets_high_contrast_labels(self):
@@ -147,9 +114,10 @@ class ClickMode(OverlaySession):
         def high_contrast_labels():
             # The desktop's settings are read at each session: try until the manager is up.
             self.show_labels(rect(box))
-            colours = label_pixels_below(rect(box), screen_pixels())
+            x, y, w, h = rect(box)
+            colours = pixels_in((x + w // 2 - 6, y + h - 8, 13, 17), screen_pixels())
             key("Escape")
-            poll("the overlay gone", lambda: not overlay_mapped(), 10)
+            poll("the overlay gone", lambda: not labels_mapped(), 10)
             paper = sum(1 for r, g, b in colours if r > 250 and 244 < g < 252 and 182 < b < 192)
             stock_yellow = sum(1 for r, g, b in colours if r > 235 and g > 200 and b < 150)
             return paper > 20 and stock_yellow == 0
@@ -183,12 +151,12 @@ class ClickMode(OverlaySession):
         poll("the check box toggled",
              lambda: box.getState().contains(pyatspi.STATE_CHECKED) != checked, 10)
         time.sleep(1)  # past the double-click interval, so the next key is no second click
-        poll("labels back", lambda: label_drawn_below(rect(box), screen_pixels()), 10)
+        poll("labels back", lambda: label_drawn_below(rect(box)), 10)
         key(*[c.lower() for c in label])
         poll("the check box toggled back",
              lambda: box.getState().contains(pyatspi.STATE_CHECKED) == checked, 10)
         time.sleep(1)
-        poll("labels back again", lambda: label_drawn_below(rect(box), screen_pixels()), 10)
+        poll("labels back again", lambda: label_drawn_below(rect(box)), 10)
         key("Escape")
 
     def test_search_mode_narrows_and_return_clicks(self):
@@ -196,7 +164,7 @@ class ClickMode(OverlaySession):
         buttons = self.controls(pyatspi.ROLE_TOGGLE_BUTTON, "togglebutton")
         button = next(b for b in buttons if not b.getState().contains(pyatspi.STATE_CHECKED))
         key("shift+super+f")
-        poll("the overlay", overlay_mapped, 10)
+        poll("the overlay", labels_mapped, 10)
         # Lower-case letters are search text; the first match is focused, Return clicks it.
         key("t", "o", "g", "g", "l", "e")
         listing = targets("--search", "toggle")["targets"]
@@ -212,18 +180,18 @@ class ClickMode(OverlaySession):
     def test_a_click_elsewhere_ends_search_mode_and_gives_the_keyboard_back(self):
         self.tarnvik.start("search-shortcut=\u21e7\u2318F\n")
         key("shift+super+f")
-        poll("the overlay", overlay_mapped, 10)
+        poll("the overlay", labels_mapped, 10)
         key("t", "o", "g")
         x, y, w, h = rect(self.window)
         subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h - 5), "click", "1"],
                        check=True)
-        poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        poll("the overlay gone", lambda: not labels_mapped(), 10)
         self.assert_typing_reaches_an_entry("kj")
 
     def test_without_a_compositor_the_focused_element_shows_through_its_highlight(self):
         self.tarnvik.start("search-shortcut=\u21e7\u2318F\n")
         key("shift+super+f")
-        poll("the overlay", overlay_mapped, 10)
+        poll("the overlay", labels_mapped, 10)
         key("t", "o", "g", "g", "l", "e")
         time.sleep(0.5)
         frame = targets("--search", "toggle")["targets"][0]["frame"]
@@ -235,21 +203,21 @@ class ClickMode(OverlaySession):
         # nothing of the highlight may be left standing there.
         time.sleep(0.28)
         flashed = pixels_in(inside, screen_pixels())
-        poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        poll("the overlay gone", lambda: not labels_mapped(), 10)
         time.sleep(0.3)
         key("shift+super+f")
-        poll("the overlay", overlay_mapped, 10)
+        poll("the overlay", labels_mapped, 10)
         key("Escape")
-        poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        poll("the overlay gone", lambda: not labels_mapped(), 10)
         plain = pixels_in(inside, screen_pixels())
         self.assertGreater(similar(flashed, plain), 0.95)
         # Clicked, the toggle button looks pressed now: it is put back, and compared again.
         key("shift+super+f")
-        poll("the overlay", overlay_mapped, 10)
+        poll("the overlay", labels_mapped, 10)
         key("t", "o", "g", "g", "l", "e")
         time.sleep(0.5)
         key("Return")
-        poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        poll("the overlay gone", lambda: not labels_mapped(), 10)
         time.sleep(0.3)
         self.assertGreater(similar(highlighted, pixels_in(inside, screen_pixels())), 0.95)
 
@@ -266,7 +234,7 @@ class ClickMode(OverlaySession):
         letters = [c.lower() for c in label]
         key(*letters[:-1], "super+" + letters[-1])
         poll("the check box checked", lambda: box.getState().contains(pyatspi.STATE_CHECKED), 10)
-        poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        poll("the overlay gone", lambda: not labels_mapped(), 10)
 
     def test_shift_on_the_last_letter_opens_the_context_menu(self):
         self.tarnvik.start()
@@ -295,7 +263,7 @@ class ClickMode(OverlaySession):
         box = self.controls(pyatspi.ROLE_CHECK_BOX, "checkbutton")[0]
         self.show_labels(rect(box))
         self.tarnvik.stop(signal.SIGKILL)
-        poll("the overlay gone with the process", lambda: not overlay_mapped(), 10)
+        poll("the overlay gone with the process", lambda: not labels_mapped(), 10)
         self.assert_typing_reaches_an_entry("qv")
 
 

@@ -33,6 +33,24 @@ def targets(*arguments, environment=None):
     return json.loads(run.stdout)
 
 
+def showing(accessible):
+    return accessible.getState().contains(pyatspi.STATE_SHOWING)
+
+
+def near(a, b):
+    """Frames that agree to the pixel, as rounding leaves them."""
+    return all(abs(p - q) <= 1 for p, q in zip(a, b))
+
+
+def process_frame(pid, state=pyatspi.STATE_SHOWING):
+    """The process's frame with that state: for windows that have no name on AT-SPI."""
+    for application in pyatspi.Registry.getDesktop(0):
+        if application is not None and application.get_process_id() == pid:
+            return next((f for f in application if f is not None
+                         and f.getState().contains(state)), None)
+    return None
+
+
 def rect(accessible):
     e = accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
     return (e.x, e.y, e.width, e.height)
@@ -178,6 +196,17 @@ def screen_pixels():
     width = int(subprocess.run(["xdpyinfo"], capture_output=True, text=True).stdout
                 .split("dimensions:")[1].split("x")[0])
     return shot, width
+
+
+def labels_mapped():
+    return window_mapped("Tarnvik Labels")
+
+
+def label_drawn_below(frame, pixels=None):
+    """Whether label colours show where the element's label stands: centred on its lower
+    edge."""
+    return label_colour_in(pixels or screen_pixels(),
+                           (frame[0] + frame[2] // 2 - 6, frame[1] + frame[3] - 8, 13, 17))
 
 
 def label_colour_in(pixels, box):

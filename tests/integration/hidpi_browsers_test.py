@@ -12,8 +12,8 @@ import unittest
 import pyatspi
 
 from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window, key,
-                          label_colour_in, poll, rect, screen_pixels, targets, window_mapped,
-                          x_window_frame)
+                          label_colour_in, near, poll, rect, screen_pixels, showing, targets,
+                          window_mapped, x_window_frame)
 
 PAGE = (pathlib.Path(__file__).parent.parent / "pages" / "controls.html").as_uri()
 TITLE = "Tarnvik Controls"
@@ -21,12 +21,8 @@ PAGE_CONTROLS = {pyatspi.ROLE_PUSH_BUTTON, pyatspi.ROLE_CHECK_BOX, pyatspi.ROLE_
                  pyatspi.ROLE_ENTRY, pyatspi.ROLE_LINK}
 
 
-def near(a, b):
-    return all(abs(p - q) <= 1 for p, q in zip(a, b))
 
 
-def showing(accessible):
-    return accessible.getState().contains(pyatspi.STATE_SHOWING)
 
 
 class ScaledBrowser:

@@ -13,8 +13,8 @@ import unittest
 import pyatspi
 
 from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window, key,
-                          label_colour_in, poll, rect, screen_pixels, set_x_resources, targets,
-                          window_mapped, x_window_frame)
+                          label_colour_in, near, poll, process_frame, rect, screen_pixels,
+                          set_x_resources, targets, window_mapped, x_window_frame)
 
 QT_CONTROLS = os.environ["QT_CONTROLS"]
 SCREEN = (0, 0, 1920, 1080)
@@ -28,8 +28,6 @@ def inside(frame, area):
             and frame[1] + frame[3] <= area[1] + area[3])
 
 
-def near(a, b):
-    return all(abs(p - q) <= 1 for p, q in zip(a, b))
 
 
 def showing_controls(window):
@@ -117,11 +115,7 @@ class Gtk3AtTwice(ScaledApplication, OverlaySession):
     # Its window has no name on AT-SPI: the active frame of the process.
     @classmethod
     def find_window(cls):
-        for application in pyatspi.Registry.getDesktop(0):
-            if application is not None and application.get_process_id() == cls.app.process.pid:
-                return next((f for f in application if f is not None
-                             and f.getState().contains(pyatspi.STATE_ACTIVE)), None)
-        return None
+        return process_frame(cls.app.process.pid, pyatspi.STATE_ACTIVE)
 
 
 class QtAtTwiceWithTarnvikAskedTheSame(ScaledApplication, OverlaySession):

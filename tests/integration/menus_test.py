@@ -10,27 +10,21 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (Application, ResidentTarnvik, accessible_window, key, label_colour_in,
-                          poll, rect, screen_pixels, targets, window_mapped)
+from desktop_apps import (Application, ResidentTarnvik, accessible_window, key, label_drawn_below,
+                          labels_mapped, poll, process_frame, rect, showing, targets,
+                          window_mapped)
 
 QT_PROGRAM = os.environ["QT_CONTROLS"]
 
 
-def overlay_mapped():
-    return window_mapped("Tarnvik Labels")
 
 
-def label_drawn_below(frame):
-    return label_colour_in(screen_pixels(),
-                           (frame[0] + frame[2] // 2 - 6, frame[1] + frame[3] - 8, 13, 17))
 
 
 def find(root, predicate):
     return pyatspi.findDescendant(root, lambda a: a is not None and predicate(a))
 
 
-def showing(accessible):
-    return accessible.getState().contains(pyatspi.STATE_SHOWING)
 
 
 def label_of(accessible):
@@ -52,14 +46,7 @@ class OpenMenus(unittest.TestCase):
         cls.tarnvik.start()
         cls.gtk = Application(lambda home: ["gtk3-widget-factory"])
         cls.gtk.bring_to_front()
-        cls.gtk_window = poll("the GTK window", cls.find_gtk_window)
-
-    @classmethod
-    def find_gtk_window(cls):
-        for application in pyatspi.Registry.getDesktop(0):
-            if application is not None and application.get_process_id() == cls.gtk.process.pid:
-                return next((f for f in application if f is not None and showing(f)), None)
-        return None
+        cls.gtk_window = poll("the GTK window", lambda: process_frame(cls.gtk.process.pid))
 
     @classmethod
     def tearDownClass(cls):
@@ -67,9 +54,9 @@ class OpenMenus(unittest.TestCase):
         cls.gtk.stop()
 
     def tearDown(self):
-        if overlay_mapped():
+        if labels_mapped():
             key("Escape")
-        poll("the overlay to close", lambda: not overlay_mapped(), 10)
+        poll("the overlay to close", lambda: not labels_mapped(), 10)
         # A menu left open keeps the keyboard from the next test.
         for _ in range(3):
             if self.gtk_menu() is None:
@@ -125,7 +112,7 @@ class OpenMenus(unittest.TestCase):
         poll("the whole text selected",
              lambda: text.getNSelections() == 1 and text.getSelection(0) == (0, 5), 10)
         poll("the menu closed", lambda: self.gtk_menu() is None, 10)
-        poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        poll("the overlay gone", lambda: not labels_mapped(), 10)
         self.assertEqual(text.getText(0, -1), "entry")
         self.assert_typing_reaches(entry, "qv")
 
@@ -133,7 +120,7 @@ class OpenMenus(unittest.TestCase):
         entry = self.entry()
         self.labels_over_context_menu_item(entry, "Copy")
         key("Escape")
-        poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        poll("the overlay gone", lambda: not labels_mapped(), 10)
         time.sleep(0.3)
         self.assertIsNotNone(self.gtk_menu(), "the menu stays open")
 
@@ -189,7 +176,7 @@ class QtMenus(unittest.TestCase):
         self.tarnvik.start("chain-clicks=true\n")
         view = self.named("View", pyatspi.ROLE_MENU_ITEM)
         key("shift+super+space")
-        poll("labels", overlay_mapped, 10)
+        poll("labels", labels_mapped, 10)
         key(*[c.lower() for c in label_of(view)])
         wrap = poll("the View menu open",
                     lambda: self.named("Word Wrap", pyatspi.ROLE_MENU_ITEM), 10)
@@ -201,9 +188,9 @@ class QtMenus(unittest.TestCase):
         self.assertIsNone(self.named("Split Vertically", pyatspi.ROLE_MENU_ITEM))
         # The chain goes on over the window until Escape.
         time.sleep(1)
-        poll("labels back", overlay_mapped, 10)
+        poll("labels back", labels_mapped, 10)
         key("Escape")
-        poll("the overlay gone", lambda: not overlay_mapped(), 10)
+        poll("the overlay gone", lambda: not labels_mapped(), 10)
         self.assertIsNotNone(self.named("Word wrap: on", pyatspi.ROLE_LABEL))
 
 

@@ -13,7 +13,7 @@ import pyatspi
 
 from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window, key,
                           label_colour_in, pointer, pointer_drawn, poll, rect, screen_pixels,
-                          window_mapped)
+                          showing, window_mapped)
 
 LISTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "scroll_lists.py")
 
@@ -30,8 +30,6 @@ def centre(frame):
     return frame[0] + frame[2] // 2, frame[1] + frame[3] // 2
 
 
-def showing(accessible):
-    return accessible.getState().contains(pyatspi.STATE_SHOWING)
 
 
 class ScrollMode(OverlaySession):
