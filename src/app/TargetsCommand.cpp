@@ -1,7 +1,6 @@
 #include "app/TargetsCommand.h"
 
 #include "accessibility/AttributeReaders.h"
-#include "accessibility/BuildUITrees.h"
 #include "click/LabelMaker.h"
 #include "click/SessionGeometry.h"
 #include "platform/AXNames.h"
@@ -22,9 +21,7 @@ namespace {
 
 struct Reading
 {
-    UITrees trees;
-    Screen screen;
-    double firstScreenHeight = 0;
+    FrontmostReader::Reading read;
     double buildMs = 0;
 };
 
@@ -68,52 +65,32 @@ UIElement described(Accessibility &ax, const UIElement &e)
 int TargetsCommand::run(const Options &options)
 {
     auto &ax = _services.platform.ax;
-    auto &workspace = _services.platform.workspace;
-    const bool searchMode = options.search.has_value();
+    const FrontmostReader reader(_services);
     std::optional<Reading> reading;
     for (int i = 0; i < std::max(1, options.repeat); ++i) {
         const auto start = std::chrono::steady_clock::now();
-        ax.invalidateCache();
-        const auto app = workspace.frontmostApplication();
-        const auto menubarApp = workspace.menuBarOwningApplication();
-        if (!app || !menubarApp) {
-            std::fputs("tarnvik: no frontmost application\n", stderr);
+        auto read = reader.read(options.search.has_value());
+        if (auto *failure = std::get_if<std::string>(&read)) {
+            printLine(*failure);
             return 1;
         }
-        auto windowRef = elementAttribute(ax, NSAccessibilityFocusedWindowAttribute,
-                                          ax.createApplication(app->processIdentifier));
-        auto window = windowRef.ok() && windowRef.value()
-            ? UIElement::fullElement(ax, *windowRef.value())
-            : nullptr;
-        const auto screens = _services.screens.screens();
-        const auto screen = window ? chooseScreen(window->frame(), screens) : std::nullopt;
-        if (!screen) {
-            printLine("Mode: unable to find a frontmost window or active menu bar. deactivating.");
-            return 1;
-        }
-        const double height = screens.front().frame.size.height;
-        UITreePtr dock = BuildUITree(_services.platform, searchMode, false).buildDock();
-        if (dock && !dockFrameOnScreen(*dock, *screen, height))
-            dock = nullptr;
-        BuildUITrees builder({_services.platform, _services.preferences, _services.scheduler}, *app,
-                             window, menubarApp, dock, searchMode);
-        auto trees = builder.build({});
         const std::chrono::duration<double, std::milli> elapsed =
             std::chrono::steady_clock::now() - start;
-        reading = Reading {std::move(*trees), *screen, height, elapsed.count()};
+        reading = Reading {std::move(std::get<FrontmostReader::Reading>(read)), elapsed.count()};
         if (options.repeat > 1)
             std::fprintf(stderr, "build %d: %.2f ms\n", i + 1, reading->buildMs);
     }
 
     if (options.tree) {
-        for (const auto &tree : reading->trees.allTrees())
+        for (const auto &tree : reading->read.trees.allTrees())
             printTree(ax, *tree, tree->rootId(), 0);
         return 0;
     }
 
-    const auto elements = elementsOnScreen(
-        reading->trees.matchingElements(options.search.value_or("*"), false, _services.preferences),
-        reading->screen, reading->firstScreenHeight);
+    const auto elements =
+        elementsOnScreen(reading->read.trees.matchingElements(options.search.value_or("*"), false,
+                                                              _services.preferences),
+                         reading->read.screen, reading->read.firstScreenHeight);
     const auto labels = LabelMaker::makeLabels(LabelMaker::labelCharacters(_services.preferences),
                                                static_cast<long>(elements.size()));
     if (options.json) {

@@ -1,15 +1,11 @@
 #pragma once
 
-#include "accessibility/BuildUITree.h"
+#include "app/FrontmostReader.h"
 
 #include <optional>
 #include <string>
 
 namespace tarnvik {
-
-class Preferences;
-class Scheduler;
-class Screens;
 
 // `tarnvik targets` and `tarnvik tree`: the trees of the frontmost window read exactly as a
 // label-mode activation reads them (a search mode one with --search), and what gets a label.
@@ -24,13 +20,7 @@ public:
         int repeat = 1;
     };
 
-    struct Services
-    {
-        AccessibilityPlatform platform;
-        Screens &screens;
-        const Preferences &preferences;
-        Scheduler &scheduler;
-    };
+    using Services = FrontmostReader::Services;
 
     explicit TargetsCommand(Services services)
         : _services(services)

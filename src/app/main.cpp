@@ -3,6 +3,7 @@
 #include "accessibility/AXEnablerService.h"
 #include "accessibility/AttributeReaders.h"
 #include "app/AppDelegate.h"
+#include "app/FirstReads.h"
 #include "app/TargetsCommand.h"
 #include "click/CursorManager.h"
 #include "click/DoubleClickManager.h"
@@ -232,6 +233,10 @@ int runResident(double qtScaleFactor)
                                   scrollMode.deactivate();
                               }});
     enabler.start();
+    views.prepare(x.screens().front());
+    FirstReads firstReads({.reading = {{desktop->accessibility(), x, x}, x, preferences, scheduler},
+                           .queue = treeQueue});
+    firstReads.start();
     printLine("Tarnvik: running; the click shortcut is "
               + preferences.stringForKey(Preferences::Keys::nonSearchShortcut).value_or("unset")
               + ", the scroll shortcut "

@@ -34,8 +34,8 @@ public:
     virtual std::vector<RunningApplication> runningApplications() = 0;
     virtual pid_t currentProcessIdentifier() = 0;
 
-    // Calls `observer` on the main thread each time another application comes to the front.
-    // One observer; a later call replaces it.
+    // Calls `observer` on the main thread each time another application comes to the front,
+    // after the observers added before it.
     virtual void observeActivations(std::function<void(const RunningApplication &)> observer) = 0;
 
     // In the order of runningApplications().

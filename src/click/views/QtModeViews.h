@@ -33,8 +33,14 @@ public:
 
     std::unique_ptr<TargetsWindow> createTargetsWindow(const Screen &screen) override;
     std::unique_ptr<SearchBarWindow> createSearchBar() override;
+    // Does at start-up what the first session would otherwise wait for: the label images of
+    // the usual windows are drawn, which loads the font, and an overlay window is made.
+    void prepare(const Screen &screen);
 
 private:
+    QRectF geometryOf(const Screen &screen) const;
+    void useLabelImagesFor(const Screen &screen);
+
     const Preferences &_preferences;
     Environment _environment;
     std::shared_ptr<LabelImageCache> _labelImages;

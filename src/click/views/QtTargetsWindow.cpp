@@ -2,6 +2,7 @@
 
 #include "labels/LabelTheme.h"
 
+#include <QBackingStore>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -75,6 +76,23 @@ void OverlayWidget::reset(QRectF geometry, std::shared_ptr<LabelImageCache> cach
     _cache = std::move(cache);
     setGeometry(geometry.toRect());
     _reduceMotion = _options.reduceMotion && _options.reduceMotion();
+}
+
+void OverlayWidget::prepare()
+{
+    winId();
+    QBackingStore *store = backingStore();
+    if (!store)
+        return;
+    store->resize(size());
+    const QRegion all(rect());
+    store->beginPaint(all);
+    {
+        // What is painted doesn't matter: every paint covers the whole window.
+        QPainter painter(store->paintDevice());
+        painter.fillRect(rect(), Qt::white);
+    }
+    store->endPaint();
 }
 
 void OverlayWidget::end()
@@ -274,6 +292,15 @@ std::unique_ptr<OverlayWidget> OverlayPool::take(QRectF geometry,
     _closed.pop_back();
     widget->reset(geometry, std::move(cache));
     return widget;
+}
+
+void OverlayPool::prepare(QRectF geometry, std::shared_ptr<LabelImageCache> cache)
+{
+    if (!_closed.empty())
+        return;
+    auto widget = std::make_unique<OverlayWidget>(geometry, _options, std::move(cache));
+    widget->prepare();
+    _closed.push_back(std::move(widget));
 }
 
 void OverlayPool::giveBack(std::unique_ptr<OverlayWidget> widget)

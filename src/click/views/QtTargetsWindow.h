@@ -74,6 +74,9 @@ public:
     void end();
     // Ready for a new session at `geometry`, drawing from `cache`; after `end`.
     void reset(QRectF geometry, std::shared_ptr<LabelImageCache> cache);
+    // Makes the X window and the image it is drawn in, and touches every page of that image,
+    // without showing anything.
+    void prepare();
     // Shown from now on whenever there is something to show.
     void orderFront();
     // Draws the view's labels from now on, laying them out first.
@@ -117,6 +120,8 @@ public:
     { }
     // A closed window made ready for a new session, or a new one.
     std::unique_ptr<OverlayWidget> take(QRectF geometry, std::shared_ptr<LabelImageCache> cache);
+    // A window prepared for the first session, unless one is kept already.
+    void prepare(QRectF geometry, std::shared_ptr<LabelImageCache> cache);
     // Hidden and kept.
     void giveBack(std::unique_ptr<OverlayWidget> widget);
 

@@ -593,8 +593,8 @@ std::optional<RunningApplication> FakeDesktop::menuBarOwningApplication()
 void FakeDesktop::activate(pid_t pid)
 {
     _frontmost = pid;
-    if (_activationObserver)
-        _activationObserver(application(pid).info());
+    for (const auto &observer : _activationObservers)
+        observer(application(pid).info());
 }
 
 std::vector<RunningApplication> FakeDesktop::runningApplications()

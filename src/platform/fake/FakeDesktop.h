@@ -170,7 +170,7 @@ public:
     pid_t currentProcessIdentifier() override { return _currentProcess; }
     void observeActivations(std::function<void(const RunningApplication &)> observer) override
     {
-        _activationObserver = std::move(observer);
+        _activationObservers.push_back(std::move(observer));
     }
     // Brings an application to the front, telling the observer as the platform would.
     void activate(pid_t pid);
@@ -210,7 +210,7 @@ private:
     std::set<std::thread::id> _callingThreads;
     std::optional<Value> _lastPredicateParameter;
     std::vector<std::string> _performed;
-    std::function<void(const RunningApplication &)> _activationObserver;
+    std::vector<std::function<void(const RunningApplication &)>> _activationObservers;
 };
 
 } // namespace tarnvik::fake

@@ -1123,6 +1123,11 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
         return copyAttributeValue(handleOf(*ref), name);
     }
     if (isApplicationRoot(*ref)) {
+        // Every window over a menu bar's strip is asked for its extras, and on X that is any
+        // window behind the frontmost one: the X server says which have a bar before the
+        // application is read at all.
+        if (name == NSAccessibilityExtrasMenuBarAttribute && !hasPanel(*ref, Panel::TopBar))
+            return AXError::NoValue;
         // The application element: its windows, the focused one and its menu bar.
         s.ensure({*ref}, NChildren | NName);
         if (auto failure = s.failure(*ref))
@@ -1297,6 +1302,16 @@ std::optional<ObjectRef> AtspiAccessibility::frameOf(const ObjectRef &app,
         }
     }
     return best;
+}
+
+bool AtspiAccessibility::hasPanel(const ObjectRef &app, Panel panel)
+{
+    const auto pid = _state->bus.processOf(app.service, defaultTimeoutMs);
+    if (!pid)
+        return false;
+    const auto windows = _state->windowsOf(*pid);
+    return std::any_of(windows.begin(), windows.end(),
+                       [panel](const ClientWindow &w) { return w.panel == panel; });
 }
 
 std::vector<ObjectRef> AtspiAccessibility::panelFrames(const ObjectRef &app,

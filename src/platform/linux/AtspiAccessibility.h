@@ -72,6 +72,8 @@ private:
     // Of the application's windows, the one the X server's window is: by title, then frame.
     std::optional<ObjectRef> frameOf(const ObjectRef &application, const ClientWindow &client,
                                      const std::vector<ObjectRef> &windows);
+    // Whether the X server shows a window of the application's process as that panel.
+    bool hasPanel(const ObjectRef &application, Panel panel);
     std::vector<ObjectRef> panelFrames(const ObjectRef &application,
                                        const std::vector<ObjectRef> &windows, Panel panel);
     std::optional<ObjectRef> menuBarUnder(const ObjectRef &window);

@@ -333,7 +333,7 @@ pid_t X11Desktop::currentProcessIdentifier()
 
 void X11Desktop::observeActivations(std::function<void(const RunningApplication &)> observer)
 {
-    _activationObserver = std::move(observer);
+    _activationObservers.push_back(std::move(observer));
     if (_events)
         return;
     if (auto app = frontmostApplication())
@@ -370,8 +370,8 @@ void X11Desktop::readEvents()
     if (!app || app->processIdentifier == _frontmostProcess)
         return;
     _frontmostProcess = app->processIdentifier;
-    if (_activationObserver)
-        _activationObserver(*app);
+    for (const auto &observer : _activationObservers)
+        observer(*app);
 }
 
 ValueArray X11Desktop::onScreenWindowInfo()

@@ -51,7 +51,7 @@ private:
 
     std::unique_ptr<Connection> _x;
     std::function<std::optional<CGRect>()> _menubarFrame;
-    std::function<void(const RunningApplication &)> _activationObserver;
+    std::vector<std::function<void(const RunningApplication &)>> _activationObservers;
     std::unique_ptr<QSocketNotifier> _events;
     pid_t _frontmostProcess = 0;
 };
