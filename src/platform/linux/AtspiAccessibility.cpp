@@ -660,6 +660,22 @@ public:
         spaces.clear();
     }
 
+    // GTK 4 says showing of its windows only. There an object may show when it is visible and
+    // has a size, or has no place of its own: a stack page stands where its children are. The
+    // pages a stack hides are visible and sized 0 by 0.
+    static bool mayShow(const Node &n, bool gtk4)
+    {
+        if (!n.states)
+            return false;
+        if (!gtk4 || n.states->has(state::Showing))
+            return n.states->has(state::Showing);
+        if (!n.states->has(state::Visible))
+            return false;
+        if (!n.extents)
+            return !n.implements(componentInterface);
+        return n.extents->width > 0 && n.extents->height > 0;
+    }
+
     // Reads `needs` of the objects and, level by level in one burst each, of everything showing
     // below them: what the walk will ask for next.
     void ensureShowingSubtrees(const std::vector<ObjectRef> &objects, unsigned needs,
@@ -676,14 +692,14 @@ public:
         }
         std::vector<ObjectRef> visited;
         std::size_t total = 0;
+        const bool gtk4 = !level.empty() && isGtk4(level.front().service);
         while (!level.empty() && total < max) {
-            ensure(level, needs | NStates, actionNamesOf);
+            ensure(level, needs | NStates | (gtk4 ? NExtents : 0u), actionNamesOf);
             std::vector<ObjectRef> showing;
             {
                 std::lock_guard lock(mutex);
                 for (const auto &o : level) {
-                    const Node &n = nodes[o.key()];
-                    if (n.states && n.states->has(state::Showing))
+                    if (mayShow(nodes[o.key()], gtk4))
                         showing.push_back(o);
                 }
             }
@@ -1234,14 +1250,17 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
         return AXError::CannotComplete;
     // A menu bar is the application's, reached through its menu-bar attribute, not a part of
     // the window that holds it on Linux: read twice, it would be labelled twice.
-    s.ensure(*n.children, NRole);
+    // GTK 4 keeps the widgets of the pages a stack hides in its tree, sized 0 by 0 and never
+    // saying what shows; AppKit leaves the views of hidden tabs out, and so does this.
+    const bool gtk4 = s.isGtk4(ref->service);
+    s.ensure(*n.children, NRole | (gtk4 ? NStates | NExtents : 0u));
     const bool visibleOnly = name != NSAccessibilityChildrenAttribute;
     std::vector<ObjectRef> children;
     for (const auto &c : *n.children) {
         const Node child = s.node(c);
         if (child.role == std::optional<std::uint32_t>(role::MenuBar))
             continue;
-        if (visibleOnly && !(child.states && child.states->has(state::Showing)))
+        if ((gtk4 || visibleOnly) && !State::mayShow(child, gtk4))
             continue;
         children.push_back(c);
     }
