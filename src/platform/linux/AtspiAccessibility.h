@@ -11,6 +11,7 @@
 namespace tarnvik::linux {
 
 class AtspiBus;
+class AtspiReader;
 struct ObjectRef;
 
 // What the X server says of one top-level window of a process: how the focused window is found
@@ -66,7 +67,6 @@ public:
     void invalidateCache() override;
 
 private:
-    class State;
     std::optional<ObjectRef> focusedWindow(const ObjectRef &application,
                                            const std::vector<ObjectRef> &windows);
     // Of the application's windows, the one the X server's window is: by title, then frame.
@@ -78,7 +78,7 @@ private:
                                        const std::vector<ObjectRef> &windows, Panel panel);
     std::optional<ObjectRef> menuBarUnder(const ObjectRef &window);
 
-    std::unique_ptr<State> _state;
+    std::unique_ptr<AtspiReader> _reader;
 };
 
 } // namespace tarnvik::linux
