@@ -13,7 +13,8 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import Application, accessible_window, intersect, poll, rect, targets
+from desktop_apps import (Application, accessible_window, chromium, firefox, intersect, poll, rect,
+                          targets)
 
 PAGES = pathlib.Path(__file__).parent.parent / "pages"
 
@@ -109,16 +110,6 @@ class Browser:
             self.assertGreaterEqual(len(found) / len(expected), 0.95,
                                     f"{'fast' if fast else 'exhaustive'} route: {len(found)} of "
                                     f"{len(expected)} visible links and buttons labelled")
-
-
-def firefox(home):
-    return ["firefox-esr", "--no-remote", "--new-instance", "--profile", home]
-
-
-def chromium(home):
-    return ["chromium", "--no-sandbox", "--disable-gpu", "--no-first-run",
-            "--disable-background-networking", "--disable-component-update", "--disable-sync",
-            "--force-renderer-accessibility", f"--user-data-dir={home}"]
 
 
 class Firefox(Browser, unittest.TestCase):

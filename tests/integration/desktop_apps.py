@@ -150,6 +150,16 @@ class Application:
         subprocess.run(["rm", "-rf", self.home])
 
 
+def firefox(home):
+    return ["firefox-esr", "--no-remote", "--new-instance", "--profile", home]
+
+
+def chromium(home):
+    return ["chromium", "--no-sandbox", "--disable-gpu", "--no-first-run",
+            "--disable-background-networking", "--disable-component-update", "--disable-sync",
+            "--force-renderer-accessibility", f"--user-data-dir={home}"]
+
+
 class ResidentTarnvik:
     """The resident program with settings of its own, as a user runs it."""
 

@@ -1,30 +1,27 @@
 #!/usr/bin/env python3
 """Open menus hold the whole keyboard. The resident tarnvik over a GTK 3 context menu, a GTK 3
-combo box's pop-up and a Qt menu-bar menu, driven as a person would: every assertion is on what
-the applications report through AT-SPI or on what the screen shows."""
+combo box's pop-up, a Qt menu-bar menu and Chromium's context menu, driven as a person would:
+every assertion is on what the applications report through AT-SPI or on what the screen
+shows."""
 
 import os
+import pathlib
 import subprocess
 import time
 import unittest
 
 import pyatspi
 
-from desktop_apps import (Application, ResidentTarnvik, accessible_window, key, label_drawn_below,
-                          labels_mapped, poll, process_frame, rect, showing, targets,
-                          window_mapped)
+from desktop_apps import (Application, ResidentTarnvik, accessible_window, chromium, key,
+                          label_drawn_below, labels_mapped, poll, process_frame, rect, showing,
+                          targets, window_mapped)
 
 QT_PROGRAM = os.environ["QT_CONTROLS"]
-
-
-
-
+CONTROLS_PAGE = (pathlib.Path(__file__).parent.parent / "pages" / "controls.html").as_uri()
 
 
 def find(root, predicate):
     return pyatspi.findDescendant(root, lambda a: a is not None and predicate(a))
-
-
 
 
 def label_of(accessible):
@@ -192,6 +189,48 @@ class QtMenus(unittest.TestCase):
         key("Escape")
         poll("the overlay gone", lambda: not labels_mapped(), 10)
         self.assertIsNotNone(self.named("Word wrap: on", pyatspi.ROLE_LABEL))
+
+
+class ChromiumContextMenu(unittest.TestCase):
+    """Chromium draws a context menu in a window the X server doesn't list as a client: the
+    browser itself says which of its windows is active."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.tarnvik = ResidentTarnvik()
+        cls.tarnvik.start()
+        cls.browser = Application(lambda home: chromium(home) + [CONTROLS_PAGE])
+        cls.browser.bring_to_front()
+        cls.window = poll("the browser's window", lambda: accessible_window("Tarnvik Controls"))
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.tarnvik.remove()
+        cls.browser.stop()
+
+    def item(self, name):
+        """Chromium names a menu item with its shortcut: "Select all Ctrl+A"."""
+        return find(self.window.getApplication(), lambda a: a.getRole() == pyatspi.ROLE_MENU_ITEM
+                    and (a.name or "").startswith(name) and showing(a))
+
+    def test_a_label_typed_over_a_context_menu_presses_its_item(self):
+        field = poll("the page's text field", lambda: find(
+            self.window, lambda a: a.getRole() == pyatspi.ROLE_ENTRY and a.name == "Type here"
+            and showing(a)))
+        click_at(field, 1)
+        key("e", "n", "t", "r", "y")
+        text = field.queryText()
+        poll("the text typed", lambda: text.getText(0, -1) == "entry", 10)
+        key("Home")
+        click_at(field, 3)
+        select_all = poll("the context menu", lambda: self.item("Select all"), 10)
+        key("shift+super+space")
+        poll("the labels over the menu's items", lambda: label_drawn_below(rect(select_all)), 10)
+        key(*[c.lower() for c in label_of(select_all)])
+        poll("the whole text selected",
+             lambda: text.getNSelections() == 1 and text.getSelection(0) == (0, 5), 10)
+        poll("the menu closed", lambda: self.item("Select all") is None, 10)
+        poll("the overlay gone", lambda: not labels_mapped(), 10)
 
 
 if __name__ == "__main__":

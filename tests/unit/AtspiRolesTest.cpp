@@ -21,6 +21,12 @@ TEST(AtspiRoles, ContextDecidesMenusCombosTextsTabsAndLandmarks)
     menu.parentRole = role::MenuBar;
     EXPECT_EQ(axRoleOf(menu).role, "AXMenuBarItem");
 
+    // Chromium's context menu: a "menu bar" around panels in the menu's own window.
+    auto bar = of(role::MenuBar);
+    EXPECT_EQ(axRoleOf(bar).role, "AXGroup");
+    bar.hasMenuChild = true;
+    EXPECT_EQ(axRoleOf(bar).role, "AXMenuBar");
+
     auto combo = of(role::ComboBox);
     EXPECT_EQ(axRoleOf(combo).role, "AXPopUpButton");
     combo.hasEntryChild = true;

@@ -10,6 +10,7 @@
 #include <cmath>
 #include <map>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace tarnvik::linux {
 
@@ -282,8 +283,6 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
     }
     if (!n.children)
         return AXError::CannotComplete;
-    // A menu bar is the application's, reached through its menu-bar attribute, not a part of
-    // the window that holds it on Linux: read twice, it would be labelled twice.
     // GTK 4 keeps the widgets of the pages a stack hides in its tree, sized 0 by 0 and never
     // saying what shows; AppKit leaves the views of hidden tabs out, and so does this.
     const bool gtk4 = s.isGtk4(ref->service);
@@ -292,7 +291,9 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
     std::vector<ObjectRef> children;
     for (const auto &c : *n.children) {
         const Node child = s.node(c);
-        if (child.role == std::optional<std::uint32_t>(role::MenuBar))
+        // A menu bar is the application's, reached through its menu-bar attribute, not a part
+        // of the window that holds it on Linux: read twice, it would be labelled twice.
+        if (s.isMenuBar(c))
             continue;
         if ((gtk4 || visibleOnly) && !AtspiReader::mayShow(child, gtk4))
             continue;
@@ -307,18 +308,36 @@ std::optional<ObjectRef> AtspiAccessibility::focusedWindow(const ObjectRef &app,
     auto &s = *_reader;
     if (windows.empty())
         return std::nullopt;
+    const auto isActive = [&s](const ObjectRef &w) {
+        const Node n = s.node(w);
+        return n.states && n.states->has(state::Active);
+    };
     // The X server knows which window is active; some toolkits never say so themselves.
     if (auto pid = s.bus().processOf(app.service, defaultTimeoutMs)) {
+        std::optional<ObjectRef> active;
+        std::unordered_set<std::string> listed;
         for (const auto &client : s.windowsOf(*pid)) {
-            if (!client.isActive)
+            auto frame = frameOf(app, client, windows);
+            if (!frame)
                 continue;
-            if (auto frame = frameOf(app, client, windows))
-                return frame;
+            listed.insert(frame->key());
+            if (client.isActive && !active)
+                active = frame;
         }
+        // A menu the application draws in a window of its own that the window manager doesn't
+        // list (Chromium's context menu) leaves X's active window as it was: there the
+        // application says which of its windows is active.
+        if (active && !isActive(*active)) {
+            for (const auto &w : windows) {
+                if (!listed.contains(w.key()) && isActive(w))
+                    return w;
+            }
+        }
+        if (active)
+            return active;
     }
     for (const auto &w : windows) {
-        const Node n = s.node(w);
-        if (n.states && n.states->has(state::Active))
+        if (isActive(w))
             return w;
     }
     for (const auto &w : windows) {
@@ -399,8 +418,7 @@ std::optional<ObjectRef> AtspiAccessibility::menuBarUnder(const ObjectRef &windo
         s.ensure(next, NRole | NStates);
         for (const auto &o : next) {
             const Node n = s.node(o);
-            if (n.role == std::optional<std::uint32_t>(role::MenuBar) && n.states
-                && n.states->has(state::Showing))
+            if (n.states && n.states->has(state::Showing) && s.isMenuBar(o))
                 return o;
         }
         // A menu bar shows, and is never part of a page: what is hidden, and the pages with

@@ -129,6 +129,14 @@ std::optional<AXError> AtspiReader::failure(const ObjectRef &o)
     return std::nullopt;
 }
 
+bool AtspiReader::isMenuBar(const ObjectRef &o)
+{
+    if (node(o).role != std::optional<std::uint32_t>(role::MenuBar))
+        return false;
+    ensure({o}, NRole | NContext);
+    return axRole(node(o)).role == "AXMenuBar";
+}
+
 AxRole AtspiReader::axRole(const Node &n)
 {
     RoleContext context;
@@ -143,6 +151,10 @@ AxRole AtspiReader::axRole(const Node &n)
             context.hasEntryChild = context.hasEntryChild
                 || r == std::optional<std::uint32_t>(role::Entry)
                 || r == std::optional<std::uint32_t>(role::Text);
+            context.hasMenuChild = context.hasMenuChild
+                || (r
+                    && (*r == role::Menu || *r == role::MenuItem || *r == role::CheckMenuItem
+                        || *r == role::RadioMenuItem));
         }
     }
     context.placed = !n.extents || hasPlace(*n.extents);

@@ -103,6 +103,8 @@ public:
     Node node(const ObjectRef &o);
     std::optional<AXError> failure(const ObjectRef &o);
     AxRole axRole(const Node &n);
+    // A menu bar in the role it plays, its children's roles read first.
+    bool isMenuBar(const ObjectRef &o);
     int timeoutFor(const ObjectRef &o);
     void setTimeout(const ObjectRef &o, int timeoutMs);
     std::optional<std::string> serviceOf(pid_t pid);

@@ -182,7 +182,7 @@ AxRole axRoleOf(const RoleContext &c)
     case role::PageTabList:
         return {"AXTabGroup", {}};
     case role::MenuBar:
-        return {"AXMenuBar", {}};
+        return {c.hasMenuChild ? "AXMenuBar" : "AXGroup", {}};
     case role::Menu:
         return {c.parentRole == role::MenuBar ? "AXMenuBarItem" : "AXMenu", {}};
     case role::PopupMenu:
@@ -272,7 +272,7 @@ bool needsParentRole(std::uint32_t atspiRole)
 
 bool needsChildren(std::uint32_t atspiRole)
 {
-    return atspiRole == role::ComboBox;
+    return atspiRole == role::ComboBox || atspiRole == role::MenuBar;
 }
 
 bool needsExtents(std::uint32_t atspiRole)

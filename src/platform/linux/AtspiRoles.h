@@ -97,6 +97,9 @@ struct RoleContext
     StateSet states;
     std::optional<std::uint32_t> parentRole;
     bool hasEntryChild = false;
+    // A menu or menu item among the children: Chromium wraps a context menu in a "menu bar" of
+    // the menu's own window, which is no menu bar.
+    bool hasMenuChild = false;
     // The "xml-roles" attribute of web content, for landmarks.
     std::string xmlRoles;
     // Whether the object has a place on the screen of its own: a page tab without one (GTK 3's
