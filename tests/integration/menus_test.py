@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Open menus hold the whole keyboard. The resident tarnvik over a GTK 3 context menu, a GTK 3
-combo box's pop-up, a Qt menu-bar menu and Chromium's context menu, driven as a person would:
-every assertion is on what the applications report through AT-SPI or on what the screen
-shows."""
+combo box's pop-up, a Qt menu-bar menu and Chromium's context menu, driven as a person would,
+and LibreOffice's menu bar: every assertion is on what the applications report through AT-SPI
+or on what the screen shows."""
 
 import os
 import pathlib
@@ -231,6 +231,42 @@ class ChromiumContextMenu(unittest.TestCase):
              lambda: text.getNSelections() == 1 and text.getSelection(0) == (0, 5), 10)
         poll("the menu closed", lambda: self.item("Select all") is None, 10)
         poll("the overlay gone", lambda: not labels_mapped(), 10)
+
+
+class LibreOfficeMenuBar(unittest.TestCase):
+    """LibreOffice's GTK 3 plugin keeps a second menu bar above the one it draws: showing, with
+    the same items, and 0 pixels high."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.writer = Application(lambda home: [
+            "env", "SAL_USE_VCLPLUGIN=gtk3", "lowriter", "--norestore",
+            f"-env:UserInstallation=file://{home}"])
+        cls.window = poll("Writer's window", lambda: accessible_window("LibreOffice Writer"))
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.writer.stop()
+
+    def drawn_menu_bar(self):
+        bar = find(self.window, lambda a: a.getRole() == pyatspi.ROLE_MENU_BAR and showing(a)
+                   and rect(a)[3] > 0)
+        return bar if bar is not None and bar.childCount > 0 else None
+
+    def test_the_menu_bar_it_draws_is_labelled(self):
+        def labelled():
+            # The first start shows a tip of the day in front.
+            if accessible_window("Tip of the Day") is not None:
+                key("Escape")
+                return False
+            self.writer.bring_to_front()
+            frames = [t["frame"] for t in targets()["targets"] if t["role"] == "AXMenuBarItem"]
+            return all(list(rect(item)) in frames for item in expected)
+
+        bar = poll("the menu bar", self.drawn_menu_bar)
+        expected = [item for item in bar if item is not None and item.name in ("File", "Edit")]
+        self.assertEqual(len(expected), 2)
+        poll("File and Edit labelled where they are drawn", labelled, 60)
 
 
 if __name__ == "__main__":

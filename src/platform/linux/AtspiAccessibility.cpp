@@ -406,6 +406,12 @@ std::vector<ObjectRef> AtspiAccessibility::panelFrames(const ObjectRef &app,
 std::optional<ObjectRef> AtspiAccessibility::menuBarUnder(const ObjectRef &window)
 {
     auto &s = *_reader;
+    // LibreOffice keeps a second menu bar, showing and 0 high, above the one it draws.
+    const auto hasSize = [&s](const ObjectRef &o) {
+        s.ensure({o}, NExtents);
+        const auto e = s.node(o).extents;
+        return e && e->width > 0 && e->height > 0;
+    };
     std::vector<ObjectRef> level {window};
     for (int depth = 0; depth < 6 && !level.empty(); ++depth) {
         s.ensure(level, NChildren);
@@ -418,7 +424,7 @@ std::optional<ObjectRef> AtspiAccessibility::menuBarUnder(const ObjectRef &windo
         s.ensure(next, NRole | NStates);
         for (const auto &o : next) {
             const Node n = s.node(o);
-            if (n.states && n.states->has(state::Showing) && s.isMenuBar(o))
+            if (n.states && n.states->has(state::Showing) && s.isMenuBar(o) && hasSize(o))
                 return o;
         }
         // A menu bar shows, and is never part of a page: what is hidden, and the pages with
