@@ -180,14 +180,18 @@ int runResident(double qtScaleFactor)
     // The desktop's appearance and its scale are read at each session. Labels are as large as
     // the desktop's other text: Xft.dpi is the scale X applications follow, and Qt reads it for
     // the screen's logical resolution.
+    const auto firstScreenHeight = [&x] {
+        return x.screens().front().frame.size.height;
+    };
+    const auto desktopScale = [qtScaleFactor] {
+        return qtScaleFactor * QGuiApplication::primaryScreen()->logicalDotsPerInch() / 96.0;
+    };
     QtModeViews views(
         preferences,
-        {[&x] { return x.screens().front().frame.size.height; },
+        {firstScreenHeight,
          {x.hasCompositor(), [&x] { return x.appearance().reduceMotion; }, labelsPainted},
          [&x] { return x.appearance().highContrast; },
-         [qtScaleFactor] {
-             return qtScaleFactor * QGuiApplication::primaryScreen()->logicalDotsPerInch() / 96.0;
-         }});
+         desktopScale});
     Mode mode({.platform = {desktop->accessibility(), x, x},
                .screens = x,
                .preferences = preferences,
@@ -213,8 +217,10 @@ int runResident(double qtScaleFactor)
     };
     linux::TimerFrameClock frameClock(refreshPeriod);
     BufferAndRateScroller scroller(frameClock, *scrollPosting);
-    QtScrollViews scrollViews(
-        preferences, [&x] { return x.screens().front().frame.size.height; }, x.hasCompositor());
+    QtScrollViews scrollViews(preferences,
+                              {.firstScreenHeight = firstScreenHeight,
+                               .hasCompositor = x.hasCompositor(),
+                               .zoom = desktopScale});
     SerialWorkQueue scrollTreeQueue;
     ScrollMode scrollMode({.platform = {desktop->accessibility(), x, x},
                            .screens = x,

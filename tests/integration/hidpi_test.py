@@ -8,6 +8,7 @@ application reports inside it, at the scale it was started with; the clicks are 
 through AT-SPI and the labels from the screen."""
 
 import os
+import subprocess
 import unittest
 
 import pyatspi
@@ -60,7 +61,7 @@ class ScaledApplication:
         _, _, reported_width, reported_height = rect(cls.window)
         assert abs(width / reported_width - cls.scale) < 0.02, (width, reported_width)
         assert abs(height / reported_height - cls.scale) < 0.02, (height, reported_height)
-        cls.tarnvik.start(**cls.tarnvik_variables)
+        cls.tarnvik.start("search-shortcut=\u21e7\u2318F\n", **cls.tarnvik_variables)
 
     @classmethod
     def find_window(cls):
@@ -105,6 +106,16 @@ class ScaledApplication:
         key(*[c.lower() for c in label])
         poll("the check box toggled",
              lambda: box.getState().contains(pyatspi.STATE_CHECKED) != checked, 10)
+
+    def test_the_search_bar_grows_with_the_desktop(self):
+        key("shift+super+f")
+        poll("the search bar", lambda: window_mapped("Search Bar"), 10)
+        bar = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "Search Bar"],
+                             capture_output=True, text=True).stdout.split()[0]
+        width = int(subprocess.run(["xdotool", "getwindowgeometry", bar], capture_output=True,
+                                   text=True).stdout.split("Geometry:")[1].split("x")[0])
+        key("Escape")
+        self.assertEqual(width, round(250 * self.scale))
 
 
 class Gtk3AtTwice(ScaledApplication, OverlaySession):

@@ -46,7 +46,8 @@ void QtModeViews::prepare(const Screen &screen)
 
 std::unique_ptr<SearchBarWindow> QtModeViews::createSearchBar()
 {
-    return std::make_unique<QtSearchBar>(_environment.firstScreenHeight);
+    return std::make_unique<QtSearchBar>(_environment.firstScreenHeight,
+                                         _environment.labelZoom ? _environment.labelZoom() : 1.0);
 }
 
 } // namespace tarnvik

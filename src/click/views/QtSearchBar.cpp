@@ -10,6 +10,7 @@
 #include <QVariantAnimation>
 
 #include <array>
+#include <cmath>
 
 namespace tarnvik {
 
@@ -39,8 +40,9 @@ Qt::Key editingKey(std::uint16_t keyCode)
 
 } // namespace
 
-SearchBarWidget::SearchBarWidget()
+SearchBarWidget::SearchBarWidget(double zoom)
     : _field(new QLineEdit(this))
+    , _zoom(zoom)
 {
     setWindowFlags(Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint
                    | Qt::X11BypassWindowManagerHint | Qt::WindowDoesNotAcceptFocus | Qt::Tool);
@@ -48,16 +50,19 @@ SearchBarWidget::SearchBarWidget()
     setAttribute(Qt::WA_X11DoNotAcceptFocus);
     setWindowTitle(QApplication::applicationDisplayName() + " Search Bar");
     QFont font = _field->font();
-    font.setPixelSize(16);
+    font.setPixelSize(static_cast<int>(std::lround(16 * zoom)));
     _field->setFont(font);
     _field->setFrame(false);
     _field->setPlaceholderText("Search and Press Return");
     _field->setAttribute(Qt::WA_MacShowFocusRect, false);
     // Shows the cursor and selection although the window never has the focus.
     _field->setFocusPolicy(Qt::NoFocus);
+    const auto px = [zoom](int points) {
+        return static_cast<int>(std::lround(points * zoom));
+    };
     const int fieldHeight = _field->sizeHint().height();
-    setFixedSize(barWidth, fieldHeight + 20);
-    _field->setGeometry(15, 10, barWidth - 30, fieldHeight);
+    setFixedSize(px(barWidth), fieldHeight + px(20));
+    _field->setGeometry(px(15), px(10), px(barWidth - 30), fieldHeight);
     QPalette p = palette();
     p.setColor(QPalette::Window, QColor(246, 246, 246));
     setPalette(p);
@@ -98,11 +103,11 @@ void SearchBarWidget::stopProgress()
 void SearchBarWidget::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    painter.fillRect(QRectF(0, height() - 2, width() * _progress, 2), systemBlue());
+    painter.fillRect(QRectF(0, height() - 2 * _zoom, width() * _progress, 2 * _zoom), systemBlue());
 }
 
-QtSearchBar::QtSearchBar(std::function<double()> firstScreenHeight)
-    : _widget(new SearchBarWidget)
+QtSearchBar::QtSearchBar(std::function<double()> firstScreenHeight, double zoom)
+    : _widget(new SearchBarWidget(zoom))
     , _firstScreenHeight(std::move(firstScreenHeight))
 {
     QObject::connect(_widget->field(), &QLineEdit::textEdited, _widget, [this] {

@@ -18,7 +18,8 @@ namespace tarnvik {
 class SearchBarWidget final : public QWidget
 {
 public:
-    SearchBarWidget();
+    // `zoom`: screen pixels per point, the desktop's scale.
+    explicit SearchBarWidget(double zoom);
     QLineEdit *field() const { return _field; }
     void stopProgress();
 
@@ -27,6 +28,7 @@ protected:
 
 private:
     QLineEdit *_field;
+    const double _zoom;
     double _progress = 0;
     bool _stopped = false;
     QPointer<QVariantAnimation> _sweep;
@@ -36,7 +38,7 @@ private:
 class QtSearchBar final : public SearchBarWindow
 {
 public:
-    explicit QtSearchBar(std::function<double()> firstScreenHeight);
+    QtSearchBar(std::function<double()> firstScreenHeight, double zoom);
     ~QtSearchBar() override;
 
     void orderFront() override;

@@ -40,7 +40,7 @@ ScrollModeView::ScrollModeView(QRect geometry, Style style, bool hasCompositor)
 {
     makeOverlayWindow(*this, "Tarnvik Scrolling", geometry, hasCompositor);
     _font.setBold(true);
-    _font.setPixelSize(static_cast<int>(std::lround(_style.fontSize)));
+    _font.setPixelSize(static_cast<int>(std::lround(px(_style.fontSize))));
 }
 
 void ScrollModeView::orderFront()
@@ -78,8 +78,9 @@ void ScrollModeView::show(const ScrollState &state)
 QRectF ScrollModeView::labelFrame(const Area &area) const
 {
     const QFontMetricsF metrics(_font);
-    const QSizeF size(metrics.horizontalAdvance(numberText(area)) + 10, metrics.height() + 2);
-    return {area.frame.topLeft() + QPointF(labelInset, labelInset), size};
+    const QSizeF size(metrics.horizontalAdvance(numberText(area)) + px(10),
+                      metrics.height() + px(2));
+    return {area.frame.topLeft() + QPointF(px(labelInset), px(labelInset)), size};
 }
 
 void ScrollModeView::updateMask()
@@ -91,12 +92,12 @@ void ScrollModeView::updateMask()
     QRegion region;
     for (const auto &area : _areas) {
         if (area.chosen) {
-            const QRectF inner =
-                area.frame.adjusted(borderWidth, borderWidth, -borderWidth, -borderWidth);
-            region += regionOf(rounded(area.frame, borderRadius)
-                               - rounded(inner, borderRadius - borderWidth));
+            const double border = px(borderWidth);
+            const QRectF inner = area.frame.adjusted(border, border, -border, -border);
+            region += regionOf(rounded(area.frame, px(borderRadius))
+                               - rounded(inner, px(borderRadius - borderWidth)));
         } else {
-            region += regionOf(rounded(labelFrame(area), labelRadius));
+            region += regionOf(rounded(labelFrame(area), px(labelRadius)));
         }
     }
     // An empty shape is no shape at all, but a window over the whole screen.
@@ -116,14 +117,14 @@ void ScrollModeView::paintEvent(QPaintEvent *)
             QLinearGradient paint(area.frame.topLeft(), area.frame.bottomLeft());
             paint.setColorAt(0, borderTop);
             paint.setColorAt(1, systemBlue());
-            QPen pen(QBrush(paint), borderWidth);
+            QPen pen(QBrush(paint), px(borderWidth));
             pen.setJoinStyle(Qt::MiterJoin);
             pen.setMiterLimit(10);
             painter.setPen(pen);
             painter.setBrush(Qt::NoBrush);
-            const double half = borderWidth / 2;
-            painter.drawRoundedRect(area.frame.adjusted(half, half, -half, -half), borderRadius,
-                                    borderRadius);
+            const double half = px(borderWidth) / 2;
+            painter.drawRoundedRect(area.frame.adjusted(half, half, -half, -half), px(borderRadius),
+                                    px(borderRadius));
             continue;
         }
         const QRectF frame = labelFrame(area);
@@ -133,10 +134,12 @@ void ScrollModeView::paintEvent(QPaintEvent *)
         background.setColorAt(1, _style.theme.bgColor3);
         painter.setPen(Qt::NoPen);
         painter.setBrush(background);
-        painter.drawRoundedRect(frame, labelRadius, labelRadius);
-        painter.setPen(QPen(systemDarkGrey(), 1.0));
+        painter.drawRoundedRect(frame, px(labelRadius), px(labelRadius));
+        painter.setPen(QPen(systemDarkGrey(), px(1)));
         painter.setBrush(Qt::NoBrush);
-        painter.drawRoundedRect(frame.adjusted(0.5, 0.5, -0.5, -0.5), labelRadius, labelRadius);
+        const double half = px(1) / 2;
+        painter.drawRoundedRect(frame.adjusted(half, half, -half, -half), px(labelRadius),
+                                px(labelRadius));
         painter.setPen(_style.theme.textColor);
         painter.drawText(frame, Qt::AlignCenter, numberText(area));
     }
@@ -144,14 +147,15 @@ void ScrollModeView::paintEvent(QPaintEvent *)
 
 std::unique_ptr<ScrollWindow> QtScrollViews::createScrollWindow(const Screen &screen)
 {
-    const CGRect frame = flippedRect(screen.frame, _firstScreenHeight());
+    const CGRect frame = flippedRect(screen.frame, _environment.firstScreenHeight());
     ScrollModeView::Style style {
         LabelTheme::withId(_preferences.themeId()).value_or(LabelTheme::defaultTheme()),
         _preferences.doubleForKey(Preferences::Keys::labelFontSize) + 4.0,
-        _preferences.boolForKey(Preferences::Keys::scrollShowNumbers)};
+        _preferences.boolForKey(Preferences::Keys::scrollShowNumbers),
+        _environment.zoom ? _environment.zoom() : 1.0};
     const QRect geometry(static_cast<int>(frame.origin.x), static_cast<int>(frame.origin.y),
                          static_cast<int>(frame.size.width), static_cast<int>(frame.size.height));
-    return std::make_unique<ScrollModeView>(geometry, std::move(style), _hasCompositor);
+    return std::make_unique<ScrollModeView>(geometry, std::move(style), _environment.hasCompositor);
 }
 
 } // namespace tarnvik

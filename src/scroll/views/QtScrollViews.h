@@ -22,6 +22,8 @@ public:
         LabelTheme theme;
         double fontSize = 14;
         bool showNumbers = true;
+        // Screen pixels per point: the desktop's scale, as the labels have it.
+        double zoom = 1;
     };
 
     // `geometry` in the accessibility space. Without a compositor the window is shaped to what
@@ -44,6 +46,7 @@ private:
     };
 
     QRectF labelFrame(const Area &area) const;
+    double px(double points) const { return points * _style.zoom; }
     QString numberText(const Area &area) const { return QString::number(area.number); }
     void updateMask();
 
@@ -57,19 +60,25 @@ private:
 class QtScrollViews final : public ScrollViews
 {
 public:
-    QtScrollViews(const Preferences &preferences, std::function<double()> firstScreenHeight,
-                  bool hasCompositor)
+    struct Environment
+    {
+        // Height of the first screen: converts the screen space to Qt's, whose y runs down.
+        std::function<double()> firstScreenHeight;
+        bool hasCompositor = false;
+        // Screen pixels per point, read at each session. One when absent.
+        std::function<double()> zoom;
+    };
+
+    QtScrollViews(const Preferences &preferences, Environment environment)
         : _preferences(preferences)
-        , _firstScreenHeight(std::move(firstScreenHeight))
-        , _hasCompositor(hasCompositor)
+        , _environment(std::move(environment))
     { }
 
     std::unique_ptr<ScrollWindow> createScrollWindow(const Screen &screen) override;
 
 private:
     const Preferences &_preferences;
-    std::function<double()> _firstScreenHeight;
-    const bool _hasCompositor;
+    const Environment _environment;
 };
 
 } // namespace tarnvik
