@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """tarnvik targets against Firefox ESR and Chromium on a page of about 1,000 links and buttons
 and on one of 10,000, checked against what the browsers report through AT-SPI, on the fast route
-(the search predicate) and the exhaustive one (the walk)."""
+(the search predicate) and the exhaustive one (the walk); and the first shortcut over Firefox
+right after Tarnvik switched its accessibility on."""
 
 import os
 import pathlib
@@ -13,8 +14,8 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (Application, accessible_window, chromium, firefox, intersect, poll, rect,
-                          targets)
+from desktop_apps import (Application, ResidentTarnvik, accessible_window, chromium, firefox,
+                          intersect, key, label_drawn_below, poll, rect, targets)
 
 PAGES = pathlib.Path(__file__).parent.parent / "pages"
 
@@ -128,6 +129,39 @@ class Chromium(Browser, unittest.TestCase):
 class ChromiumOn10000Links(Browser, unittest.TestCase):
     command = staticmethod(chromium)
     links = 10000
+
+
+def set_accessibility(on):
+    subprocess.run(["dbus-send", "--session", "--print-reply", "--dest=org.a11y.Bus",
+                    "/org/a11y/bus", "org.freedesktop.DBus.Properties.Set",
+                    "string:org.a11y.Status", "string:IsEnabled",
+                    f"variant:boolean:{str(on).lower()}"], check=True, capture_output=True)
+
+
+class FirefoxSwitchedOn(unittest.TestCase):
+    """Firefox joins the accessibility bus when IsEnabled says so, and places its page some
+    100 ms later: until then the page's extents are -1. The first shortcut, right after Tarnvik
+    switched the accessibility on, must label the page, not the browser's buttons alone."""
+
+    def test_the_first_shortcut_labels_the_page(self):
+        set_accessibility(False)
+        self.addCleanup(set_accessibility, True)
+        browser = Application(lambda home: firefox(home) + [(PAGES / "controls.html").as_uri()])
+        self.addCleanup(browser.stop)
+        browser.bring_to_front()
+        poll("the page loaded", lambda: "Tarnvik Controls" in subprocess.run(
+            ["xdotool", "getactivewindow", "getwindowname"], capture_output=True,
+            text=True).stdout)
+        tarnvik = ResidentTarnvik()
+        self.addCleanup(tarnvik.remove)
+        tarnvik.start()  # switches Firefox's accessibility on, the browser being in front
+        key("shift+super+space")
+        window = poll("the browser on the bus", lambda: accessible_window("Tarnvik Controls"))
+        submit = poll("the page's button", lambda: pyatspi.findDescendant(
+            window, lambda a: a is not None and a.getRole() == pyatspi.ROLE_PUSH_BUTTON
+            and a.name == "Submit" and rect(a)[2] > 0))
+        poll("a label at the page's button", lambda: label_drawn_below(rect(submit)), 10)
+        key("Escape")
 
 
 if __name__ == "__main__":

@@ -1,5 +1,7 @@
 #include "platform/linux/AtspiReader.h"
 
+#include <chrono>
+#include <thread>
 #include <unordered_set>
 
 namespace tarnvik::linux {
@@ -214,6 +216,11 @@ std::optional<Extents> AtspiReader::extentsOf(const ObjectRef &ref, const Node &
     if ((own.extents && hasPlace(*own.extents))
         || (!own.extents && own.implements(componentInterface)))
         return own.extents;
+    if (own.role == std::optional<std::uint32_t>(role::DocumentWeb) && own.states
+        && own.states->has(state::Showing)) {
+        if (auto placed = placedPage(ref))
+            return placed;
+    }
     ensure({ref}, NChildren);
     const auto children = node(ref).children.value_or(std::vector<ObjectRef> {});
     ensure(children, NExtents | NStates);
@@ -235,6 +242,28 @@ std::optional<Extents> AtspiReader::extentsOf(const ObjectRef &ref, const Node &
     if (auto united = unionOf(showing.empty() ? sized : showing))
         return united;
     return first ? first : own.extents;
+}
+
+// Firefox answers -1 by -1 for a page it shows until its layout is known to its accessibility:
+// 70-150 ms after its accessibility is switched on, measured. A read then would label the
+// browser without the page, so the page's place is asked for again until it has one.
+std::optional<Extents> AtspiReader::placedPage(const ObjectRef &page)
+{
+    constexpr auto pause = std::chrono::milliseconds(20);
+    constexpr int tries = 25;
+    for (int i = 0; i < tries; ++i) {
+        std::this_thread::sleep_for(pause);
+        {
+            std::lock_guard lock(_mutex);
+            _nodes[page.key()].fetched &= ~NExtents;
+        }
+        ensure({page}, NExtents);
+        if (failure(page))
+            return std::nullopt;
+        if (const auto e = node(page).extents; e && hasPlace(*e))
+            return e;
+    }
+    return std::nullopt;
 }
 
 CoordinateSpace AtspiReader::spaceOf(const std::string &service)

@@ -173,6 +173,8 @@ private:
     // showing children that have a size (of all of them where none is showing: GTK 4 marks
     // only its windows), or where the first one stands.
     std::optional<Extents> extentsOf(const ObjectRef &ref, const Node &own);
+    // The extents of a showing page once its browser has placed it, or nothing after a while.
+    std::optional<Extents> placedPage(const ObjectRef &page);
 
     // What of `needs` is not known of `o` yet, including what the answers so far make necessary.
     void addMissing(const ObjectRef &o, unsigned needs, RoleFilter actionNamesOf,
