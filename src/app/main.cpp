@@ -95,7 +95,10 @@ int runTargets(const QStringList &arguments, bool tree)
     Preferences preferences(store);
     QtScheduler scheduler;
     auto &x = desktop->desktop();
-    TargetsCommand command({{desktop->accessibility(), x, x}, x, preferences, scheduler});
+    TargetsCommand command({.platform = {desktop->accessibility(), x, x},
+                            .screens = x,
+                            .preferences = preferences,
+                            .scheduler = scheduler});
     return command.run(options);
 }
 
@@ -186,12 +189,13 @@ int runResident(double qtScaleFactor)
     const auto desktopScale = [qtScaleFactor] {
         return qtScaleFactor * QGuiApplication::primaryScreen()->logicalDotsPerInch() / 96.0;
     };
-    QtModeViews views(
-        preferences,
-        {firstScreenHeight,
-         {x.hasCompositor(), [&x] { return x.appearance().reduceMotion; }, labelsPainted},
-         [&x] { return x.appearance().highContrast; },
-         desktopScale});
+    QtModeViews views(preferences,
+                      {.firstScreenHeight = firstScreenHeight,
+                       .overlay = {.hasCompositor = x.hasCompositor(),
+                                   .reduceMotion = [&x] { return x.appearance().reduceMotion; },
+                                   .labelsPainted = labelsPainted},
+                       .highContrast = [&x] { return x.appearance().highContrast; },
+                       .labelZoom = desktopScale});
     Mode mode({.platform = {desktop->accessibility(), x, x},
                .screens = x,
                .preferences = preferences,
@@ -240,7 +244,10 @@ int runResident(double qtScaleFactor)
                               }});
     enabler.start();
     views.prepare(x.screens().front());
-    FirstReads firstReads({.reading = {{desktop->accessibility(), x, x}, x, preferences, scheduler},
+    FirstReads firstReads({.reading = {.platform = {desktop->accessibility(), x, x},
+                                       .screens = x,
+                                       .preferences = preferences,
+                                       .scheduler = scheduler},
                            .queue = treeQueue});
     firstReads.start();
     printLine("Tarnvik: running; the click shortcut is "

@@ -293,7 +293,7 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
         const Node child = s.node(c);
         // A menu bar is the application's, reached through its menu-bar attribute, not a part
         // of the window that holds it on Linux: read twice, it would be labelled twice.
-        if (s.isMenuBar(c))
+        if (s.isMenuBar(c, child))
             continue;
         if ((gtk4 || visibleOnly) && !AtspiReader::mayShow(child, gtk4))
             continue;
@@ -424,7 +424,7 @@ std::optional<ObjectRef> AtspiAccessibility::menuBarUnder(const ObjectRef &windo
         s.ensure(next, NRole | NStates);
         for (const auto &o : next) {
             const Node n = s.node(o);
-            if (n.states && n.states->has(state::Showing) && s.isMenuBar(o) && hasSize(o))
+            if (n.states && n.states->has(state::Showing) && s.isMenuBar(o, n) && hasSize(o))
                 return o;
         }
         // A menu bar shows, and is never part of a page: what is hidden, and the pages with

@@ -131,9 +131,9 @@ std::optional<AXError> AtspiReader::failure(const ObjectRef &o)
     return std::nullopt;
 }
 
-bool AtspiReader::isMenuBar(const ObjectRef &o)
+bool AtspiReader::isMenuBar(const ObjectRef &o, const Node &n)
 {
-    if (node(o).role != std::optional<std::uint32_t>(role::MenuBar))
+    if (n.role != std::optional<std::uint32_t>(role::MenuBar))
         return false;
     ensure({o}, NRole | NContext);
     return axRole(node(o)).role == "AXMenuBar";

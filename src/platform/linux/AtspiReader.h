@@ -103,8 +103,9 @@ public:
     Node node(const ObjectRef &o);
     std::optional<AXError> failure(const ObjectRef &o);
     AxRole axRole(const Node &n);
-    // A menu bar in the role it plays, its children's roles read first.
-    bool isMenuBar(const ObjectRef &o);
+    // Whether the object, known as `n`, plays a menu bar: its children's roles are read first
+    // where its own role says it may.
+    bool isMenuBar(const ObjectRef &o, const Node &n);
     int timeoutFor(const ObjectRef &o);
     void setTimeout(const ObjectRef &o, int timeoutMs);
     std::optional<std::string> serviceOf(pid_t pid);

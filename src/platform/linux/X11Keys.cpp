@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdlib>
+#include <utility>
 #include <xcb/xcb.h>
 #include <xcb/xinput.h>
 
@@ -24,6 +25,16 @@ constexpr std::array<KeyPosition, 95> positions {{
     {103, 87},  {111, 88},  {105, 183}, {107, 184}, {113, 185}, {106, 186}, {64, 187},  {79, 188},
     {80, 189},  {90, 190},  {114, 110}, {115, 102}, {116, 104}, {117, 111}, {119, 107}, {121, 109},
     {123, 105}, {124, 106}, {125, 108}, {126, 103}, {10, 86},
+}};
+
+// Caps Lock is read from X's state but never asked for: hot keys are grabbed with and without
+// it, and a posted click holds no lock.
+constexpr std::array<std::pair<std::uint64_t, std::uint16_t>, 5> modifierMasks {{
+    {ModifierFlag::shift, XMod::shift},
+    {ModifierFlag::capsLock, XMod::lock},
+    {ModifierFlag::control, XMod::control},
+    {ModifierFlag::option, XMod::alt},
+    {ModifierFlag::command, XMod::super},
 }};
 
 } // namespace
@@ -52,30 +63,18 @@ std::optional<std::uint16_t> virtualKeyCode(std::uint8_t xKey)
 std::uint16_t xModifiers(std::uint64_t flags)
 {
     std::uint16_t m = 0;
-    if (flags & ModifierFlag::shift)
-        m |= XMod::shift;
-    if (flags & ModifierFlag::control)
-        m |= XMod::control;
-    if (flags & ModifierFlag::option)
-        m |= XMod::alt;
-    if (flags & ModifierFlag::command)
-        m |= XMod::super;
+    for (const auto &[flag, mask] : modifierMasks)
+        if (flag != ModifierFlag::capsLock && (flags & flag))
+            m |= mask;
     return m;
 }
 
 std::uint64_t modifierFlags(std::uint16_t state)
 {
     std::uint64_t flags = 0;
-    if (state & XMod::shift)
-        flags |= ModifierFlag::shift;
-    if (state & XMod::lock)
-        flags |= ModifierFlag::capsLock;
-    if (state & XMod::control)
-        flags |= ModifierFlag::control;
-    if (state & XMod::alt)
-        flags |= ModifierFlag::option;
-    if (state & XMod::super)
-        flags |= ModifierFlag::command;
+    for (const auto &[flag, mask] : modifierMasks)
+        if (state & mask)
+            flags |= flag;
     return flags;
 }
 
