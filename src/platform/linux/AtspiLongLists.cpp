@@ -7,12 +7,11 @@ namespace {
 // The roles the search keys ask for, as a bit set of role numbers.
 std::vector<std::int32_t> searchKeyRoles()
 {
-    const std::uint32_t roles[] = {role::PushButton,   62 /* toggle button */, role::CheckBox,
-                                   role::RadioButton,  role::PageTab,          role::Link,
-                                   role::Entry,        role::PasswordText,     role::ComboBox,
-                                   role::ListBox,      role::Slider,           role::SpinButton,
-                                   role::Image,        role::MenuItem,         role::CheckMenuItem,
-                                   role::RadioMenuItem};
+    const std::uint32_t roles[] = {
+        role::PushButton, role::ToggleButton, role::CheckBox,      role::RadioButton,
+        role::PageTab,    role::Link,         role::Entry,         role::PasswordText,
+        role::ComboBox,   role::ListBox,      role::Slider,        role::SpinButton,
+        role::Image,      role::MenuItem,     role::CheckMenuItem, role::RadioMenuItem};
     std::vector<std::int32_t> words(4, 0);
     for (auto r : roles)
         words[r / 32] |= static_cast<std::int32_t>(1u << (r % 32));
