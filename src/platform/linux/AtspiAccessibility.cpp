@@ -317,7 +317,7 @@ std::optional<ObjectRef> AtspiAccessibility::focusedWindow(const ObjectRef &app,
         std::optional<ObjectRef> active;
         std::unordered_set<std::string> listed;
         for (const auto &client : s.windowsOf(*pid)) {
-            auto frame = frameOf(app, client, windows);
+            auto frame = frameOf(client, windows);
             if (!frame)
                 continue;
             listed.insert(frame->key());
@@ -348,32 +348,17 @@ std::optional<ObjectRef> AtspiAccessibility::focusedWindow(const ObjectRef &app,
     return windows.front();
 }
 
-std::optional<ObjectRef> AtspiAccessibility::frameOf(const ObjectRef &app,
-                                                     const ClientWindow &client,
+std::optional<ObjectRef> AtspiAccessibility::frameOf(const ClientWindow &client,
                                                      const std::vector<ObjectRef> &windows)
 {
-    // Several windows may share a title, so the one whose frame fits the window best is taken.
-    auto &s = *_reader;
-    s.ensure(windows, NExtents);
-    const bool relative = s.isGtk4(app.service);
-    std::optional<ObjectRef> best;
-    double bestDistance = 0;
-    for (const auto &w : windows) {
-        const Node n = s.node(w);
-        if (!n.name || *n.name != client.title || !n.extents || !n.states
-            || !n.states->has(state::Showing))
-            continue;
-        const CGRect &f = client.frame;
-        const auto &e = *n.extents;
-        double distance = std::abs(e.width - f.size.width) + std::abs(e.height - f.size.height);
-        if (!relative)
-            distance += std::abs(e.x - f.origin.x) + std::abs(e.y - f.origin.y);
-        if (!best || distance < bestDistance) {
-            best = w;
-            bestDistance = distance;
-        }
-    }
-    return best;
+    const auto shown = _reader->reportedWindows(windows);
+    std::vector<ReportedWindow> reported;
+    for (const auto &[frame, report] : shown)
+        reported.push_back(report);
+    const ReportedWindow *paired = frameOfWindow(client, reported);
+    if (!paired)
+        return std::nullopt;
+    return shown[static_cast<std::size_t>(paired - reported.data())].first;
 }
 
 bool AtspiAccessibility::hasPanel(const ObjectRef &app, Panel panel)
@@ -397,7 +382,7 @@ std::vector<ObjectRef> AtspiAccessibility::panelFrames(const ObjectRef &app,
     for (const auto &client : _reader->windowsOf(*pid)) {
         if (client.panel != panel)
             continue;
-        if (auto frame = frameOf(app, client, windows))
+        if (auto frame = frameOf(client, windows))
             frames.push_back(*frame);
     }
     return frames;

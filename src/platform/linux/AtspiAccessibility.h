@@ -69,8 +69,8 @@ public:
 private:
     std::optional<ObjectRef> focusedWindow(const ObjectRef &application,
                                            const std::vector<ObjectRef> &windows);
-    // Of the application's windows, the one the X server's window is: by title, then frame.
-    std::optional<ObjectRef> frameOf(const ObjectRef &application, const ClientWindow &client,
+    // Of the application's windows, the one the X server's window is (`frameOfWindow`).
+    std::optional<ObjectRef> frameOf(const ClientWindow &client,
                                      const std::vector<ObjectRef> &windows);
     // Whether the X server shows a window of the application's process as that panel.
     bool hasPanel(const ObjectRef &application, Panel panel);

@@ -277,21 +277,30 @@ CoordinateSpace AtspiReader::spaceOf(const std::string &service)
     if (const auto pid = _bus.processOf(service, defaultTimeoutMs)) {
         const ObjectRef root {service, rootPath};
         ensure({root}, NChildren);
-        const auto frames = node(root).children.value_or(std::vector<ObjectRef> {});
-        ensure(frames, NRole | NStates | NName | NExtents);
+        const auto shown = reportedWindows(node(root).children.value_or(std::vector<ObjectRef> {}));
         std::vector<ReportedWindow> reported;
-        for (const auto &f : frames) {
-            const Node n = node(f);
-            if (n.role && isWindowRole(*n.role) && n.states && n.states->has(state::Showing)
-                && n.extents)
-                reported.push_back(
-                    ReportedWindow {n.name.value_or(""), *n.extents, n.states->has(state::Active)});
-        }
+        for (const auto &[frame, report] : shown)
+            reported.push_back(report);
         space = CoordinateSpace::of(toolkitOf(service), _windowsOf(*pid), reported);
     }
     std::lock_guard lock(_mutex);
     _spaces[service] = space;
     return space;
+}
+
+std::vector<std::pair<ObjectRef, ReportedWindow>>
+AtspiReader::reportedWindows(const std::vector<ObjectRef> &frames)
+{
+    ensure(frames, NRole | NStates | NName | NExtents);
+    std::vector<std::pair<ObjectRef, ReportedWindow>> shown;
+    for (const auto &f : frames) {
+        const Node n = node(f);
+        if (n.role && isWindowRole(*n.role) && n.states && n.states->has(state::Showing)
+            && n.extents)
+            shown.emplace_back(
+                f, ReportedWindow {n.name.value_or(""), *n.extents, n.states->has(state::Active)});
+    }
+    return shown;
 }
 
 std::optional<CGRect> AtspiReader::rootFrameOf(const ObjectRef &ref, const Node &own)

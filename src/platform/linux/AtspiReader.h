@@ -116,6 +116,9 @@ public:
     // How the application's coordinates map onto the root window, worked out once a read:
     // one X request for its windows, whose frames the read asks for anyway.
     CoordinateSpace spaceOf(const std::string &service);
+    // Of the frames, the showing windows, each with what its application reports of it.
+    std::vector<std::pair<ObjectRef, ReportedWindow>>
+    reportedWindows(const std::vector<ObjectRef> &frames);
     // Where the object stands in root pixels.
     std::optional<CGRect> rootFrameOf(const ObjectRef &ref, const Node &own);
     // Whether the object lies in a web page: its own role, or its parents', read where the

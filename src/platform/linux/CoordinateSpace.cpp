@@ -31,43 +31,6 @@ bool sameShape(const ClientWindow &client, const Extents &e)
     return std::abs(across - down) <= 0.05 * std::max(across, down);
 }
 
-// The frame the application reports for an X window: by title, the closest in shape where
-// several share it (the scale keeps the shape); else the active frame of that shape for the
-// active window, or the only frame of that shape.
-const ReportedWindow *frameOf(const ClientWindow &client,
-                              const std::vector<ReportedWindow> &reported)
-{
-    const double shape = client.frame.size.width / std::max(client.frame.size.height, 1.0);
-    const ReportedWindow *best = nullptr;
-    double bestDistance = 0;
-    for (const auto &r : reported) {
-        if (r.title.empty() || r.title != client.title || !sameShape(client, r.extents))
-            continue;
-        const double distance =
-            std::abs(double(r.extents.width) / double(r.extents.height) - shape);
-        if (!best || distance < bestDistance) {
-            best = &r;
-            bestDistance = distance;
-        }
-    }
-    if (best)
-        return best;
-    for (const auto &r : reported) {
-        if (client.isActive && r.active && sameShape(client, r.extents))
-            return &r;
-    }
-    // Else the one frame of the window's shape, where only one has it.
-    const ReportedWindow *only = nullptr;
-    for (const auto &r : reported) {
-        if (!sameShape(client, r.extents))
-            continue;
-        if (only)
-            return nullptr;
-        only = &r;
-    }
-    return only;
-}
-
 // Root pixels per reported pixel. A ratio near 1 is 1: GTK 4's window holds a few pixels of
 // shadow around its frame. Anything outside a plausible range means the pair is not one
 // window, and nothing is scaled.
@@ -107,6 +70,40 @@ ToolkitGeometry toolkitGeometry(const std::string &toolkitName, const std::strin
     return {gtk && version.starts_with('4'), gtk, toolkitName == "Chromium"};
 }
 
+const ReportedWindow *frameOfWindow(const ClientWindow &client,
+                                    const std::vector<ReportedWindow> &reported)
+{
+    const double shape = client.frame.size.width / std::max(client.frame.size.height, 1.0);
+    const ReportedWindow *best = nullptr;
+    double bestDistance = 0;
+    for (const auto &r : reported) {
+        if (r.title.empty() || r.title != client.title || !sameShape(client, r.extents))
+            continue;
+        const double distance =
+            std::abs(double(r.extents.width) / double(r.extents.height) - shape);
+        if (!best || distance < bestDistance) {
+            best = &r;
+            bestDistance = distance;
+        }
+    }
+    if (best)
+        return best;
+    for (const auto &r : reported) {
+        if (client.isActive && r.active && sameShape(client, r.extents))
+            return &r;
+    }
+    // Else the one frame of the window's shape, where only one has it.
+    const ReportedWindow *only = nullptr;
+    for (const auto &r : reported) {
+        if (!sameShape(client, r.extents))
+            continue;
+        if (only)
+            return nullptr;
+        only = &r;
+    }
+    return only;
+}
+
 CoordinateSpace CoordinateSpace::of(const ToolkitGeometry &toolkit,
                                     const std::vector<ClientWindow> &clients,
                                     const std::vector<ReportedWindow> &reported)
@@ -116,7 +113,7 @@ CoordinateSpace CoordinateSpace::of(const ToolkitGeometry &toolkit,
     const ClientWindow *client = anchorWindow(clients);
     if (!client)
         return space;
-    const ReportedWindow *frame = frameOf(*client, reported);
+    const ReportedWindow *frame = frameOfWindow(*client, reported);
     if (frame)
         space._scale = scaleOf(toolkit, *client, *frame);
     if (!toolkit.relativeToWindow && space._scale == 1)

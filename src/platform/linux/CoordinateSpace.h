@@ -32,6 +32,12 @@ struct ReportedWindow
     bool active = false;
 };
 
+// The frame the application reports for an X window: by title, the closest in shape where
+// several share it (a scale keeps the shape); else the active frame of that shape for the
+// active window, or the only frame of that shape. Nothing where none fits.
+const ReportedWindow *frameOfWindow(const ClientWindow &client,
+                                    const std::vector<ReportedWindow> &reported);
+
 // How one application's AT-SPI coordinates map onto the X server's root window. A toolkit that
 // scales itself (GTK at GDK_SCALE=2, Qt by Xft.dpi or QT_SCALE_FACTOR, Chromium's own widgets
 // at a device scale factor) reports its own logical pixels; the scale is what one of its
