@@ -244,9 +244,10 @@ std::optional<Extents> AtspiReader::extentsOf(const ObjectRef &ref, const Node &
     return first ? first : own.extents;
 }
 
-// Firefox answers -1 by -1 for a page it shows until its layout is known to its accessibility:
-// 70-150 ms after its accessibility is switched on, measured. A read then would label the
-// browser without the page, so the page's place is asked for again until it has one.
+// Firefox answers -1 by -1 for a page it shows until its layout is known to its accessibility,
+// for some 100 ms after its accessibility is switched on (measured once: still -1 at 80 ms,
+// placed at 150). A read then would label the browser without the page, so the page's place is
+// asked for again until it has one.
 std::optional<Extents> AtspiReader::placedPage(const ObjectRef &page)
 {
     constexpr auto pause = std::chrono::milliseconds(20);
