@@ -12,9 +12,9 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (Application, OverlaySession, ResidentTarnvik, key, label_drawn_below,
-                          labels_mapped, pointer_drawn, poll, process_frame, rect, screen_pixels,
-                          targets)
+from desktop_apps import (Application, OverlaySession, ResidentTarnvik, assert_typing_reaches,
+                          key, label_at, label_drawn_below, labels_mapped, menu_window,
+                          pointer_drawn, poll, process_frame, rect, screen_pixels, targets)
 
 
 def pixels_in(box, pixels):
@@ -52,21 +52,14 @@ class ClickMode(OverlaySession):
                 and c.getState().contains(pyatspi.STATE_SENSITIVE)]
 
     def assert_typing_reaches_an_entry(self, letters):
-        entry = next(e for e in self.controls(pyatspi.ROLE_TEXT, "")
-                     if e.getState().contains(pyatspi.STATE_EDITABLE))
-        entry.queryComponent().grabFocus()
-        poll("the entry focused", lambda: entry.getState().contains(pyatspi.STATE_FOCUSED), 10)
-        key("End", *letters)
-        poll("typed text in the entry",
-             lambda: entry.queryText().getText(0, -1).endswith(letters), 10)
+        assert_typing_reaches(next(e for e in self.controls(pyatspi.ROLE_TEXT, "")
+                                   if e.getState().contains(pyatspi.STATE_EDITABLE)), letters)
 
-    def label_of(self, accessible, search=None):
-        frame = list(rect(accessible))
-        listing = targets(*(["--search", search] if search is not None else []))["targets"]
-        for target in listing:
-            if target["frame"] == frame:
-                return target["label"]
-        self.fail(f"{accessible.name} has no label among {len(listing)}")
+    def label_of(self, accessible):
+        listing = targets()["targets"]
+        label = label_at(rect(accessible), listing)
+        self.assertIsNotNone(label, f"{accessible.name} has no label among {len(listing)}")
+        return label
 
     def show_labels(self, frame, keys=("shift+super+space",)):
         key(*keys)
@@ -245,18 +238,9 @@ class ClickMode(OverlaySession):
         self.show_labels(rect(entry))
         letters = [c.lower() for c in label]
         key(*letters[:-1], "shift+" + letters[-1])
-        poll("the entry's context menu", lambda: self.showing_menu() is not None, 10)
+        poll("the entry's context menu", lambda: menu_window(self.window.getApplication()), 10)
         key("Escape")
-        poll("the menu closed", lambda: self.showing_menu() is None, 10)
-
-    def showing_menu(self):
-        """A popup window of the application holding a menu: GTK's context menu."""
-        for window in self.window.getApplication():
-            if (window is not None and window.getRole() == pyatspi.ROLE_WINDOW
-                    and window.getState().contains(pyatspi.STATE_SHOWING)
-                    and any(c is not None and c.getRole() == pyatspi.ROLE_MENU for c in window)):
-                return window
-        return None
+        poll("the menu closed", lambda: menu_window(self.window.getApplication()) is None, 10)
 
     def test_killed_mid_session_leaves_keyboard_and_pointer_working(self):
         self.tarnvik.start()

@@ -10,8 +10,8 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window, key,
-                          poll, rect, targets, window_mapped)
+from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window,
+                          assert_typing_reaches, key, label_at, poll, rect, targets, window_mapped)
 
 PRESS_LOG = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "press_log.py")
 
@@ -33,8 +33,7 @@ class Clicks(OverlaySession):
     def show_labels(self):
         """The button, and its label once the labels show."""
         button = self.find(pyatspi.ROLE_PUSH_BUTTON)
-        frame = list(rect(button))
-        label = next(t["label"] for t in targets()["targets"] if t["frame"] == frame).lower()
+        label = label_at(rect(button), targets()["targets"]).lower()
         key("shift+super+space")
         poll("the overlay", lambda: window_mapped(self.overlay), 10)
         return button, label
@@ -56,11 +55,7 @@ class Clicks(OverlaySession):
         # The click's release, and a Command-click's Control with it, come 0.1 s after its press,
         # which is what the caller saw: a person turns to the entry after that.
         time.sleep(0.3)
-        entry = self.find(pyatspi.ROLE_TEXT)
-        entry.queryComponent().grabFocus()
-        poll("the entry focused", lambda: entry.getState().contains(pyatspi.STATE_FOCUSED), 10)
-        key("End", "q", "v")
-        poll("plain letters typed", lambda: entry.queryText().getText(0, -1).endswith("qv"), 10)
+        assert_typing_reaches(self.find(pyatspi.ROLE_TEXT), "qv")
 
     def test_shift_right_clicks_with_no_modifier_even_when_held_after_the_letter(self):
         self.assertEqual(self.last_letter_with("shift", 0.4), "button 3 with nothing")

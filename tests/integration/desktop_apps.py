@@ -231,6 +231,39 @@ def label_colour_in(pixels, box):
     return False
 
 
+def label_at(frame, listing):
+    """The label of the target that stands at the frame, to the pixel as rounding leaves it."""
+    return next((t["label"] for t in listing if near(t["frame"], frame)), None)
+
+
+def in_root_pixels(x_frame, window, accessible, scale):
+    """Where an element that the application reports in pixels of its own scale stands in root
+    pixels: the X server's window with the offset the application reports inside its frame."""
+    x, y, _, _ = x_frame
+    fx, fy, _, _ = rect(window)
+    ex, ey, ew, eh = rect(accessible)
+    return tuple(round(v) for v in (x + (ex - fx) * scale, y + (ey - fy) * scale, ew * scale,
+                                    eh * scale))
+
+
+def menu_window(application):
+    """The showing popup window of the application that holds a menu: GTK's context menu."""
+    return next((w for w in application if w is not None and w.getRole() == pyatspi.ROLE_WINDOW
+                 and showing(w) and any(c is not None and c.getRole() == pyatspi.ROLE_MENU
+                                        for c in w)), None)
+
+
+def assert_typing_reaches(entry, letters):
+    """Plain letters arrive in the entry as typed, no modifier left held and no grab left behind;
+    they are taken out again."""
+    entry.queryComponent().grabFocus()
+    poll("the entry focused", lambda: entry.getState().contains(pyatspi.STATE_FOCUSED), 10)
+    key("End", *letters)
+    poll(f"{letters} typed into the entry",
+         lambda: entry.queryText().getText(0, -1).endswith(letters), 10)
+    key(*["BackSpace"] * len(letters))
+
+
 def pointer():
     location = subprocess.run(["xdotool", "getmouselocation", "--shell"], capture_output=True,
                               text=True, check=True).stdout

@@ -11,8 +11,8 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (TARNVIK, Application, activate, intersect, poll, rect as frame_of,
-                          targets)
+from desktop_apps import (TARNVIK, Application, activate, intersect, poll, process_frame,
+                          rect as frame_of, targets)
 
 CONTROLS = {
     pyatspi.ROLE_PUSH_BUTTON, pyatspi.ROLE_TOGGLE_BUTTON, pyatspi.ROLE_CHECK_BOX,
@@ -21,7 +21,6 @@ CONTROLS = {
 }
 # Containers whose frame cuts what lies inside it.
 CLIPPING = {pyatspi.ROLE_SCROLL_PANE, pyatspi.ROLE_VIEWPORT, pyatspi.ROLE_FRAME}
-
 
 
 def is_control(accessible, states):
@@ -75,17 +74,8 @@ class Gtk3WidgetFactory(unittest.TestCase):
         self.addCleanup(self.app.stop)
         self.pid = self.app.process.pid
         poll("its window in front", lambda: activate({self.pid}))
-
-        def application():
-            for candidate in pyatspi.Registry.getDesktop(0):
-                if candidate is not None and candidate.get_process_id() == self.pid:
-                    return candidate
-            return None
-
-        self.application = poll("the application on the accessibility bus", application)
-        self.window = poll("its window", lambda: next(
-            (w for w in self.application
-             if w is not None and w.getState().contains(pyatspi.STATE_ACTIVE)), None))
+        self.window = poll("its window on the accessibility bus",
+                           lambda: process_frame(self.pid, pyatspi.STATE_ACTIVE))
         self.addCleanup(os.kill, self.pid, signal.SIGCONT)
 
     def test_every_visible_control_is_a_target_and_no_hidden_one_is(self):
@@ -163,14 +153,10 @@ class Gtk3InGerman(unittest.TestCase):
         poll("its window in front", lambda: activate({self.app.process.pid}))
 
     def test_translated_action_names_are_read_untranslated(self):
-        def a_button():
-            for application in pyatspi.Registry.getDesktop(0):
-                if application is not None and application.get_process_id() == \
-                        self.app.process.pid:
-                    return pyatspi.findDescendant(
-                        application, lambda a: a.getRole() == pyatspi.ROLE_PUSH_BUTTON)
-            return None
-        action = poll("a button on the accessibility bus", a_button).queryAction()
+        window = poll("the window on the accessibility bus",
+                      lambda: process_frame(self.app.process.pid))
+        action = poll("a button on the accessibility bus", lambda: pyatspi.findDescendant(
+            window, lambda a: a.getRole() == pyatspi.ROLE_PUSH_BUTTON)).queryAction()
         self.assertEqual(action.getName(0), "click")
         self.assertEqual(action.getLocalizedName(0), "Klicken", "the application speaks German")
 

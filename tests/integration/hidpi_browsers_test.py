@@ -11,18 +11,14 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window, key,
-                          label_colour_in, near, poll, rect, screen_pixels, showing, targets,
-                          window_mapped, x_window_frame)
+from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window,
+                          chromium, in_root_pixels, key, label_at, label_drawn_below, poll, rect,
+                          showing, targets, window_mapped, x_window_frame)
 
 PAGE = (pathlib.Path(__file__).parent.parent / "pages" / "controls.html").as_uri()
 TITLE = "Tarnvik Controls"
 PAGE_CONTROLS = {pyatspi.ROLE_PUSH_BUTTON, pyatspi.ROLE_CHECK_BOX, pyatspi.ROLE_RADIO_BUTTON,
                  pyatspi.ROLE_ENTRY, pyatspi.ROLE_LINK}
-
-
-
-
 
 
 class ScaledBrowser:
@@ -57,26 +53,15 @@ class ScaledBrowser:
         cls.tarnvik.start(QT_SCALE_FACTOR="2")
 
     def own(self, accessible):
-        """Where one of the browser's own controls stands in root pixels: the X server's window
-        with the offset the browser reports inside its frame."""
-        x, y, _, _ = self.x_frame
-        fx, fy, _, _ = rect(self.window)
-        ex, ey, ew, eh = rect(accessible)
-        s = self.own_scale
-        return (x + (ex - fx) * s, y + (ey - fy) * s, ew * s, eh * s)
-
-    def label_of(self, frame, listing=None):
-        listing = listing if listing is not None else targets()["targets"]
-        return next((t["label"] for t in listing if near(t["frame"], frame)), None)
+        """Where one of the browser's own controls stands in root pixels."""
+        return in_root_pixels(self.x_frame, self.window, accessible, self.own_scale)
 
     def click_label_of(self, frame):
-        label = self.label_of(frame)
+        label = label_at(frame, targets()["targets"])
         self.assertIsNotNone(label, frame)
         key("shift+super+space")
         poll("the overlay", lambda: window_mapped(self.overlay), 10)
-        below = (frame[0] + frame[2] // 2 - 6, frame[1] + frame[3] - 8, 13, 17)
-        poll("the label drawn at the control", lambda: label_colour_in(screen_pixels(), below),
-             10)
+        poll("the label drawn at the control", lambda: label_drawn_below(frame), 10)
         key(*[c.lower() for c in label])
 
     def test_targets_stand_where_the_page_and_the_browser_controls_are(self):
@@ -85,8 +70,8 @@ class ScaledBrowser:
             self.document, lambda a: a.getRole() in PAGE_CONTROLS and showing(a)
             and a.getState().contains(pyatspi.STATE_SENSITIVE) and rect(a)[2] > 0)]
         self.assertGreaterEqual(len(page), 8)
-        self.assertEqual([f for f in page if self.label_of(f, listing) is None], [])
-        self.assertIsNotNone(self.label_of(self.own(self.address), listing))
+        self.assertEqual([f for f in page if label_at(f, listing) is None], [])
+        self.assertIsNotNone(label_at(self.own(self.address), listing))
 
     def test_typed_labels_click_the_page_and_the_browser(self):
         checked = self.check_box.getState().contains(pyatspi.STATE_CHECKED)
@@ -104,11 +89,8 @@ class ChromiumAtTwice(ScaledBrowser, OverlaySession):
 
     @staticmethod
     def command(home):
-        return ["chromium", "--no-sandbox", "--disable-gpu", "--no-first-run",
-                "--disable-background-networking", "--disable-component-update",
-                "--disable-sync", "--force-renderer-accessibility", "--password-store=basic",
-                "--force-device-scale-factor=2", "--window-position=40,20",
-                "--window-size=900,500", f"--user-data-dir={home}", PAGE]
+        return chromium(home) + ["--password-store=basic", "--force-device-scale-factor=2",
+                                 "--window-position=40,20", "--window-size=900,500", PAGE]
 
 
 if __name__ == "__main__":

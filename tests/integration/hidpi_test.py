@@ -13,9 +13,9 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window, key,
-                          label_colour_in, near, poll, process_frame, rect, screen_pixels,
-                          set_x_resources, targets, window_mapped, x_window_frame)
+from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window,
+                          in_root_pixels, key, label_at, label_drawn_below, poll, process_frame,
+                          rect, set_x_resources, targets, window_mapped, x_window_frame)
 
 QT_CONTROLS = os.environ["QT_CONTROLS"]
 SCREEN = (0, 0, 1920, 1080)
@@ -27,8 +27,6 @@ def inside(frame, area):
     return (frame[0] >= area[0] and frame[1] >= area[1]
             and frame[0] + frame[2] <= area[0] + area[2]
             and frame[1] + frame[3] <= area[1] + area[3])
-
-
 
 
 def showing_controls(window):
@@ -67,27 +65,17 @@ class ScaledApplication:
     def find_window(cls):
         return accessible_window(cls.title)
 
-    def truth(self, accessible):
-        """Where the element stands in root pixels."""
-        x, y, _, _ = self.x_frame
-        fx, fy, _, _ = rect(self.window)
-        ex, ey, ew, eh = rect(accessible)
-        s = self.scale
-        return tuple(round(v) for v in (x + (ex - fx) * s, y + (ey - fy) * s, ew * s, eh * s))
-
     def on_screen_controls(self):
-        return [(c, self.truth(c)) for c in showing_controls(self.window)
-                if inside(self.truth(c), SCREEN)]
-
-    def label_of(self, frame, listing):
-        return next((t["label"] for t in listing if near(t["frame"], frame)), None)
+        frames = ((c, in_root_pixels(self.x_frame, self.window, c, self.scale))
+                  for c in showing_controls(self.window))
+        return [(c, frame) for c, frame in frames if inside(frame, SCREEN)]
 
     def test_targets_stand_where_the_controls_are(self):
         listing = targets()["targets"]
         controls = self.on_screen_controls()
         self.assertGreaterEqual(len(controls), 4)
         missing = [(c.getRoleName(), c.name, frame) for c, frame in controls
-                   if self.label_of(frame, listing) is None]
+                   if label_at(frame, listing) is None]
         self.assertEqual(missing, [], [t["frame"] for t in listing])
 
     def test_a_typed_label_toggles_a_check_box(self):
@@ -95,14 +83,11 @@ class ScaledApplication:
                           if c.getRole() == pyatspi.ROLE_CHECK_BOX
                           and c.getState().contains(pyatspi.STATE_SENSITIVE))
         checked = box.getState().contains(pyatspi.STATE_CHECKED)
-        label = self.label_of(frame, targets()["targets"])
+        label = label_at(frame, targets()["targets"])
         self.assertIsNotNone(label, frame)
         key("shift+super+space")
         poll("the overlay", lambda: window_mapped(self.overlay), 10)
-        # The label stands centred on the element's lower edge.
-        below = (frame[0] + frame[2] // 2 - 6, frame[1] + frame[3] - 8, 13, 17)
-        poll("the label drawn at the check box",
-             lambda: label_colour_in(screen_pixels(), below), 10)
+        poll("the label drawn at the check box", lambda: label_drawn_below(frame), 10)
         key(*[c.lower() for c in label])
         poll("the check box toggled",
              lambda: box.getState().contains(pyatspi.STATE_CHECKED) != checked, 10)

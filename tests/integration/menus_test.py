@@ -12,9 +12,9 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (Application, ResidentTarnvik, accessible_window, chromium, key,
-                          label_drawn_below, labels_mapped, poll, process_frame, rect, showing,
-                          targets, window_mapped)
+from desktop_apps import (Application, ResidentTarnvik, accessible_window, assert_typing_reaches,
+                          chromium, key, label_at, label_drawn_below, labels_mapped, menu_window,
+                          poll, process_frame, rect, showing, targets, window_mapped)
 
 QT_PROGRAM = os.environ["QT_CONTROLS"]
 CONTROLS_PAGE = (pathlib.Path(__file__).parent.parent / "pages" / "controls.html").as_uri()
@@ -25,9 +25,7 @@ def find(root, predicate):
 
 
 def label_of(accessible):
-    frame = list(rect(accessible))
-    listing = targets("--search", "")["targets"]
-    return next(t["label"] for t in listing if t["frame"] == frame)
+    return label_at(rect(accessible), targets("--search", "")["targets"])
 
 
 def click_at(accessible, button):
@@ -62,12 +60,7 @@ class OpenMenus(unittest.TestCase):
             time.sleep(0.3)
 
     def gtk_menu(self):
-        """The showing popup window of the GTK program that holds a menu."""
-        for window in self.gtk_window.getApplication():
-            if (window is not None and window.getRole() == pyatspi.ROLE_WINDOW and showing(window)
-                    and any(c is not None and c.getRole() == pyatspi.ROLE_MENU for c in window)):
-                return window
-        return None
+        return menu_window(self.gtk_window.getApplication())
 
     def entry(self):
         return find(self.gtk_window, lambda a: a.getRole() == pyatspi.ROLE_TEXT and showing(a)
@@ -80,15 +73,6 @@ class OpenMenus(unittest.TestCase):
         entry.queryComponent().grabFocus()
         click_at(entry, 3)
         return poll("the entry's context menu", self.gtk_menu, 10)
-
-    def assert_typing_reaches(self, entry, letters):
-        """Plain letters arrive as typed: no modifier is left held, no grab left behind."""
-        entry.queryComponent().grabFocus()
-        poll("the entry focused", lambda: entry.getState().contains(pyatspi.STATE_FOCUSED), 10)
-        key("End", *letters)
-        poll(f"{letters} typed into the entry",
-             lambda: entry.queryText().getText(0, -1).endswith(letters), 10)
-        key(*["BackSpace"] * len(letters))
 
     def labels_over_context_menu_item(self, entry, name):
         """Opens the entry's context menu and the labels over it; answers the named item."""
@@ -111,7 +95,7 @@ class OpenMenus(unittest.TestCase):
         poll("the menu closed", lambda: self.gtk_menu() is None, 10)
         poll("the overlay gone", lambda: not labels_mapped(), 10)
         self.assertEqual(text.getText(0, -1), "entry")
-        self.assert_typing_reaches(entry, "qv")
+        assert_typing_reaches(entry, "qv")
 
     def test_escape_leaves_the_menu_open_for_the_keyboard_and_scroll_mode_does_not_start(self):
         entry = self.entry()
@@ -130,7 +114,7 @@ class OpenMenus(unittest.TestCase):
         # The menu has the keyboard again: Escape closes it.
         key("Escape")
         poll("the menu closed by its own key", lambda: self.gtk_menu() is None, 10)
-        self.assert_typing_reaches(entry, "xy")
+        assert_typing_reaches(entry, "xy")
 
     def test_a_label_typed_over_a_combo_box_pop_up_chooses_that_item(self):
         self.gtk.bring_to_front()

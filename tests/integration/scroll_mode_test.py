@@ -30,8 +30,6 @@ def centre(frame):
     return frame[0] + frame[2] // 2, frame[1] + frame[3] // 2
 
 
-
-
 class ScrollMode(OverlaySession):
     overlay = "Tarnvik Scrolling"
 
@@ -47,7 +45,6 @@ class ScrollMode(OverlaySession):
         assert len(panes) == 2, panes
         cls.left, cls.right = panes
         cls.tarnvik.start()
-
 
     @staticmethod
     def scroll_bar(pane):

@@ -94,7 +94,7 @@ LabelColors themeColors(const std::string &id)
     return labelColors(id, false);
 }
 
-TEST(LabelLayer, EmptyLabelKeepsTheMinimumBody)
+TEST(LabelLayer, AnEmptyLabelKeepsTheMinimumBodyAndWideTextWidensItCentred)
 {
     LabelLayer layer("", themeColors("original"), 10.0, 1.0);
     EXPECT_EQ(layer.size(), QSizeF(0, 0)) << "nothing before layout";
@@ -104,17 +104,14 @@ TEST(LabelLayer, EmptyLabelKeepsTheMinimumBody)
     EXPECT_LT(th, 16.0);
     EXPECT_EQ(layer.size(), QSizeF(15.0, 1.0 + th + 2.0 + 4.0));
     EXPECT_EQ(layer.bodyRect(), QRectF(0.5, 4.5, 14.0, th + 2.0));
-}
 
-TEST(LabelLayer, WideTextSetsTheWidthAndCentresOnTheBody)
-{
-    LabelLayer layer("WWWWWW", themeColors("original"), 10.0, 1.0);
-    layer.layoutLabel();
-    const QRectF text = layer.textRect();
+    LabelLayer wide("WWWWWW", themeColors("original"), 10.0, 1.0);
+    wide.layoutLabel();
+    const QRectF text = wide.textRect();
     EXPECT_GT(text.width(), 9.0);
-    EXPECT_EQ(layer.size().width(), 1.0 + 2 * 3.0 + text.width());
-    expectNear(text.center(), layer.bodyRect().center());
-    EXPECT_GT(layer.bodyRect().center().y(), layer.size().height() / 2) << "nub left out";
+    EXPECT_EQ(wide.size().width(), 1.0 + 2 * 3.0 + text.width());
+    expectNear(text.center(), wide.bodyRect().center());
+    EXPECT_GT(wide.bodyRect().center().y(), wide.size().height() / 2) << "nub left out";
 }
 
 TEST(LabelLayer, SpacingFollowsEveryCharacterButTheLast)
@@ -201,7 +198,7 @@ Halves sampleText(LabelLayer &layer)
     return h;
 }
 
-TEST(LabelLayer, TypedCharactersFadeToDarkInADarkTheme)
+TEST(LabelLayer, TypedCharactersFadeToDarkInADarkThemeAndToGreyInALightOne)
 {
     LabelLayer layer("MM", themeColors("dark"), 10.0, 1.0);
     layer.layoutLabel();
@@ -214,21 +211,16 @@ TEST(LabelLayer, TypedCharactersFadeToDarkInADarkTheme)
     EXPECT_LT(one.leftMax, 100) << "black at 0.4 even on a dark label";
     EXPECT_GT(one.rightMax, 200);
 
-    layer.setMatchedPrefix(2);
+    layer.setMatchedPrefix(7);
+    EXPECT_EQ(layer.matchedPrefix(), 2) << "no more than the label has";
     Halves all = sampleText(layer);
     EXPECT_LT(all.leftMax, 100);
     EXPECT_LT(all.rightMax, 100);
 
-    layer.setMatchedPrefix(7);
-    EXPECT_EQ(layer.matchedPrefix(), 2) << "no more than the label has";
-}
-
-TEST(LabelLayer, TypedCharactersTurnGreyInALightTheme)
-{
-    LabelLayer layer("MM", themeColors("original"), 10.0, 1.0);
-    layer.setMatchedPrefix(1);
-    layer.layoutLabel();
-    Halves h = sampleText(layer);
+    LabelLayer light("MM", themeColors("original"), 10.0, 1.0);
+    light.setMatchedPrefix(1);
+    light.layoutLabel();
+    Halves h = sampleText(light);
     EXPECT_GT(h.leftMin, 100);
     EXPECT_LT(h.rightMin, 60);
 }

@@ -106,18 +106,6 @@ protected:
     std::string error;
 };
 
-TEST_F(QtSounds, TakesTheDurationFromTheFile)
-{
-    for (const char *name : SoundEffectManager::soundNames) {
-        ASSERT_TRUE(player.load(name, soundFile(soundsDirectory, name).string(), error)) << error;
-        EXPECT_DOUBLE_EQ(player.duration(name),
-                         Wav(contents(soundFile(soundsDirectory, name))).seconds());
-    }
-    player.unload("click1");
-    EXPECT_EQ(player.duration("click1"), 0.0);
-    EXPECT_EQ(player.duration("never-loaded"), 0.0);
-}
-
 TEST_F(QtSounds, RejectsWhatIsNotAPlayableWav)
 {
     EXPECT_FALSE(player.load("text", write("text.wav", "not a sound"), error));

@@ -190,8 +190,6 @@ TEST_F(BuildUITreesTest, OnlyBrowsersUseThePredicateAndOnlyWhenFast)
         return RunningApplication {.bundleIdentifier = id};
     };
     EXPECT_TRUE(trees.shouldUseSearchPredicate(app("com.google.Chrome")));
-    EXPECT_TRUE(trees.shouldUseSearchPredicate(app("org.mozilla.firefox")));
-    EXPECT_TRUE(trees.shouldUseSearchPredicate(app("com.apple.Safari")));
     EXPECT_FALSE(trees.shouldUseSearchPredicate(app("notion.id")));
     EXPECT_FALSE(trees.shouldUseSearchPredicate(RunningApplication {}));
     preferences.setBool(Preferences::Keys::useSearchPredicate, false);

@@ -77,24 +77,6 @@ TEST(DBusMessages, CacheItemsReadFieldByField)
     EXPECT_EQ(i.states, (std::vector<std::uint32_t> {low, high}));
 }
 
-TEST(DBusMessages, ActionNamesAreTheFirstOfEachTriple)
-{
-    ReplyBuilder b;
-    DBusMessageIter actions;
-    dbus_message_iter_open_container(&b.top, DBUS_TYPE_ARRAY, "(sss)", &actions);
-    for (const char *name : {"click", "activate"}) {
-        DBusMessageIter action;
-        dbus_message_iter_open_container(&actions, DBUS_TYPE_STRUCT, nullptr, &action);
-        const char *description = "Clicks", *binding = "<Alt>c";
-        dbus_message_iter_append_basic(&action, DBUS_TYPE_STRING, &name);
-        dbus_message_iter_append_basic(&action, DBUS_TYPE_STRING, &description);
-        dbus_message_iter_append_basic(&action, DBUS_TYPE_STRING, &binding);
-        dbus_message_iter_close_container(&actions, &action);
-    }
-    dbus_message_iter_close_container(&b.top, &actions);
-    EXPECT_EQ(readActionNames(b.reply.get()), (std::vector<std::string> {"click", "activate"}));
-}
-
 TEST(DBusMessages, ReadersRefuseOtherShapesAndErrors)
 {
     ReplyBuilder b;

@@ -1,24 +1,11 @@
 #include "app/FirstReads.h"
 
-#include "platform/fake/FakeInput.h"
 #include "support/FrontWindow.h"
 
 #include <gtest/gtest.h>
 
 namespace tarnvik {
 namespace {
-
-// Work that waits until the test lets it run, as a busy queue would.
-struct HeldQueue : WorkQueue
-{
-    void async(std::function<void()> work) override { held.push_back(std::move(work)); }
-    void runAll()
-    {
-        for (auto &work : std::exchange(held, {}))
-            work();
-    }
-    std::vector<std::function<void()>> held;
-};
 
 class FirstReadsTest : public ::testing::Test, protected test::FrontWindow
 {
@@ -43,7 +30,7 @@ protected:
     fake::FakeApplication &other = desktop.addApplication(
         {.processIdentifier = 2, .bundlePath = "/usr/bin/other", .localizedName = "Other"});
     fake::FakeElement otherWindow = other.addWindow(makeRect(0, 0, 800, 600), "Other");
-    HeldQueue queue;
+    test::HeldQueue queue;
     FirstReads reads {{.reading = {{desktop, desktop, desktop}, screens, preferences, scheduler},
                        .queue = queue}};
 };

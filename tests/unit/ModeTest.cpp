@@ -128,21 +128,6 @@ public:
     Windows w;
 };
 
-// Holds the tree build until the test lets it run.
-class HeldQueue : public WorkQueue
-{
-public:
-    void async(std::function<void()> work) override
-    {
-        if (hold)
-            held.push_back(std::move(work));
-        else
-            work();
-    }
-    bool hold = false;
-    std::vector<std::function<void()>> held;
-};
-
 // A folder with the four sound files, empty: the player here only counts.
 std::string soundFiles()
 {
@@ -167,6 +152,7 @@ protected:
         desktop.setFrontmost(1);
         desktop.setMenuBarOwner(1);
         desktop.setCurrentProcess(99);
+        treeQueue.hold = false;
     }
 
     Mode::Services services()
@@ -187,15 +173,6 @@ protected:
                 searchQueue};
     }
 
-    // A key press and its release, as the user types them; then the posted actions run.
-    bool press(std::uint16_t keyCode, std::uint64_t flags = 0)
-    {
-        const bool reached = input.type(keyCode, flags, EventType::keyDown);
-        input.type(keyCode, flags, EventType::keyUp);
-        scheduler.runPending();
-        return reached;
-    }
-
     std::vector<FakeInput::MouseEvent> presses() const
     {
         std::vector<FakeInput::MouseEvent> result;
@@ -205,14 +182,13 @@ protected:
         return result;
     }
 
-    FakeInput input;
     CursorManager cursor {input};
     CountingSoundPlayer player;
     SoundEffectManager sounds {player, preferences, soundFiles()};
     RecordingViews views;
     SRGlobalShortcutMonitor shortcuts {input};
     DoubleClickManager doubleClick {scheduler, shortcuts};
-    HeldQueue treeQueue;
+    test::HeldQueue treeQueue;
     fake::InlineWorkQueue searchQueue;
     Mode mode {services()};
 };
@@ -249,24 +225,6 @@ TEST_F(ModeTest, TypedLabelClicksTheElementAndTheSameKeyAgainDoubleClicks)
     EXPECT_EQ(presses().size(), 2u);
 }
 
-TEST_F(ModeTest, ModifiersOfTheLastLetterChooseTheClick)
-{
-    mode.activate(true);
-    scheduler.runPending();
-    press(keyS, ModifierFlag::shift);
-    ASSERT_EQ(presses().size(), 1u);
-    EXPECT_EQ(presses()[0].button, 1) << "Shift right-clicks";
-
-    scheduler.advance(Seconds(1));
-    mode.activate(true);
-    scheduler.runPending();
-    EXPECT_TRUE(press(keyS, ModifierFlag::control)) << "Control and a letter pass on";
-    EXPECT_TRUE(mode.active());
-    press(keyS, ModifierFlag::command);
-    ASSERT_EQ(presses().size(), 2u);
-    EXPECT_EQ(presses()[1].flags, ModifierFlag::command);
-}
-
 TEST_F(ModeTest, AWrongLetterWarnsAndAPartialLabelIsForgottenAfterASecond)
 {
     // Sixteen targets: S stops being a label of its own and starts SS, SA and SD.
@@ -295,7 +253,7 @@ TEST_F(ModeTest, AWrongLetterWarnsAndAPartialLabelIsForgottenAfterASecond)
     EXPECT_EQ(presses().size(), 1u);
 }
 
-TEST_F(ModeTest, LabelModeKeyTable)
+TEST_F(ModeTest, LabelModeKeyTableAndAClickElsewhereThatLeavesItOn)
 {
     mode.activate(true);
     scheduler.runPending();
@@ -303,7 +261,11 @@ TEST_F(ModeTest, LabelModeKeyTable)
     EXPECT_FALSE(press(KeyCode::tab));
     EXPECT_FALSE(mode.targetsView()->focusedElement()) << "Tab has nothing to move";
     EXPECT_FALSE(press(KeyCode::space)) << "Space rotates the clusters";
-    EXPECT_TRUE(mode.active());
+    EXPECT_TRUE(press(keyS, ModifierFlag::control)) << "Control and a letter pass on";
+    input.pressButton();
+    scheduler.runPending();
+    EXPECT_TRUE(mode.active()) << "only search mode ends at a click";
+    EXPECT_TRUE(presses().empty());
     EXPECT_TRUE(press(KeyCode::escape)) << "Escape ends the session and passes on";
     EXPECT_FALSE(mode.active());
     EXPECT_EQ(views.w.open, 0);
@@ -329,43 +291,6 @@ TEST_F(ModeTest, WithoutAutoClickTheFirstElementIsFocusedAndSpaceClicks)
     EXPECT_EQ(presses()[0].position, (CGPoint {150, 52}));
 }
 
-TEST_F(ModeTest, SearchModeNarrowsByTextAndReturnClicksTheFirst)
-{
-    mode.activate(false);
-    scheduler.runPending();
-    ASSERT_NE(mode.searchBar(), nullptr);
-    // A plain letter is search text, and the role is searchable: "f" finds the text field.
-    input.type(keyF, 0, EventType::keyDown, "f");
-    scheduler.runPending();
-    EXPECT_EQ(views.w.searchText, "f");
-    ASSERT_EQ(mode.targetsView()->elements().size(), 1u);
-    EXPECT_EQ(mode.targetsView()->elements()[0]->role, "AXTextField");
-    views.w.searchText = "button 2";
-    views.w.textChanged();
-    scheduler.runPending();
-    ASSERT_EQ(mode.targetsView()->elements().size(), 1u);
-    EXPECT_EQ(mode.targetsView()->elements()[0]->title, "Button 2");
-    EXPECT_FALSE(press(KeyCode::returnKey));
-    ASSERT_EQ(presses().size(), 1u);
-    EXPECT_EQ(presses()[0].position, (CGPoint {250, 52}));
-}
-
-TEST_F(ModeTest, AClickAnywhereEndsSearchModeButNotLabelMode)
-{
-    mode.activate(false);
-    scheduler.runPending();
-    input.pressButton();
-    scheduler.runPending();
-    EXPECT_FALSE(mode.active()) << "the search bar gives the keyboard back";
-    EXPECT_FALSE(input.captured());
-
-    mode.activate(true);
-    scheduler.runPending();
-    input.pressButton();
-    scheduler.runPending();
-    EXPECT_TRUE(mode.active());
-}
-
 TEST_F(ModeTest, TheSearchFieldGetsWhatTheSessionLeaves)
 {
     mode.activate(false);
@@ -387,8 +312,7 @@ TEST_F(ModeTest, EscapeBeforeTheTreesArriveDropsTheLateResult)
     mode.activate(true);
     press(KeyCode::escape);
     EXPECT_FALSE(mode.active());
-    for (auto &work : treeQueue.held)
-        work();
+    treeQueue.runAll();
     scheduler.runPending();
     EXPECT_EQ(views.w.shows, 0);
 }
@@ -463,8 +387,6 @@ protected:
         return std::make_shared<ClickUtils>(ClickUtils::Services {desktop, input, scheduler},
                                             element, trees);
     }
-
-    fake::FakeInput input;
 };
 
 TEST_F(ClickUtilsTest, LinksAreClickedNearTheirEndWhenTheCentreMissesThem)

@@ -12,25 +12,6 @@ namespace {
 
 using Keys = Preferences::Keys;
 
-TEST(Preferences, AFreshStoreReadsTheRegisteredDefaultsAndDocumentedFallbacks)
-{
-    fake::FakePreferenceStore store;
-    Preferences p(store);
-    EXPECT_EQ(p.stringForKey(Keys::nonSearchShortcut), "⇧⌘Space");
-    EXPECT_EQ(p.stringForKey(Keys::scrollShortcut), "⇧⌘J");
-    EXPECT_FALSE(p.stringForKey(Keys::searchShortcut));
-    EXPECT_TRUE(p.boolForKey(Keys::useSearchPredicate));
-    EXPECT_TRUE(p.boolForKey(Keys::isAutoClickEnabled));
-    EXPECT_FALSE(p.boolForKey(Keys::mapArrowKeysToScroll));
-    EXPECT_FALSE(p.boolForKey(Keys::enableHyperKey));
-    EXPECT_FLOAT_EQ(p.floatForKey(Keys::labelFontSize), 10.0f);
-    EXPECT_DOUBLE_EQ(p.doubleForKey(Keys::soundEffectVolume), 0.6);
-    EXPECT_EQ(p.themeId(), "original");
-    EXPECT_TRUE(p.disabledBundlePaths().empty());
-    EXPECT_FALSE(p.scrollKeys());
-    EXPECT_EQ(Preferences::registeredDefaults().size(), 21u);
-}
-
 TEST(Preferences, StoredValuesWinAndWronglyTypedOnesCountAsAbsent)
 {
     fake::FakePreferenceStore store;
