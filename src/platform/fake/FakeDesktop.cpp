@@ -372,12 +372,6 @@ std::set<std::thread::id> FakeDesktop::callingThreads() const
     return _callingThreads;
 }
 
-std::optional<Value> FakeDesktop::lastPredicateParameter() const
-{
-    std::lock_guard lock(_mutex);
-    return _lastPredicateParameter;
-}
-
 std::vector<std::string> FakeDesktop::performed() const
 {
     std::lock_guard lock(_mutex);
@@ -476,7 +470,7 @@ AXResult<Value> FakeDesktop::copyParameterizedAttributeValue(const AXUIElement &
     Call call(*this, element);
     if (call.error() != AXError::Success)
         return call.error();
-    _lastPredicateParameter = parameter;
+    (void)parameter;
     if (auto failure = call.node->failures.find(name); failure != call.node->failures.end())
         return failure->second;
     if (name != AXUIElementsForSearchPredicateAttribute || !call.node->predicateResults)

@@ -138,8 +138,6 @@ public:
     int totalCalls() const;
     // The threads that made platform calls so far.
     std::set<std::thread::id> callingThreads() const;
-    // The last parameter the search-predicate query was asked with.
-    std::optional<Value> lastPredicateParameter() const;
 
     // Accessibility
     AXUIElement createApplication(pid_t pid) override;
@@ -208,7 +206,6 @@ private:
     ValueArray _windowInfo;
     int _totalCalls = 0;
     std::set<std::thread::id> _callingThreads;
-    std::optional<Value> _lastPredicateParameter;
     std::vector<std::string> _performed;
     std::vector<std::function<void(const RunningApplication &)>> _activationObservers;
 };
