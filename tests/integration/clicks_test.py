@@ -10,8 +10,8 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window,
-                          assert_typing_reaches, key, label_at, poll, rect, targets, window_mapped)
+from desktop_apps import (OverlaySession, assert_typing_reaches, key, label_at, poll, rect,
+                          targets, window_mapped)
 
 PRESS_LOG = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "press_log.py")
 
@@ -21,11 +21,8 @@ class Clicks(OverlaySession):
 
     @classmethod
     def setUpClass(cls):
-        cls.tarnvik = ResidentTarnvik()
+        cls.open_application(lambda home: ["/usr/bin/python3", PRESS_LOG], "Tarnvik Press Log")
         cls.tarnvik.start()
-        cls.app = Application(lambda home: ["/usr/bin/python3", PRESS_LOG])
-        cls.app.bring_to_front()
-        cls.window = poll("the window on the bus", lambda: accessible_window("Tarnvik Press Log"))
 
     def find(self, role):
         return pyatspi.findDescendant(self.window, lambda a: a is not None and a.getRole() == role)

@@ -301,6 +301,15 @@ class OverlaySession(unittest.TestCase):
     overlay = None
 
     @classmethod
+    def open_application(cls, command, title):
+        """Makes `tarnvik` (not started) and starts `app` from `command` (a function of its home
+        folder), in front, with `window` its frame on the bus holding `title`."""
+        cls.tarnvik = ResidentTarnvik()
+        cls.app = Application(command)
+        cls.app.bring_to_front()
+        cls.window = poll("the window on the bus", lambda: accessible_window(title))
+
+    @classmethod
     def tearDownClass(cls):
         cls.tarnvik.remove()
         cls.app.stop()

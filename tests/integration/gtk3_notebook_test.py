@@ -10,8 +10,7 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window, key,
-                          poll, rect, targets, window_mapped)
+from desktop_apps import (OverlaySession, key, poll, rect, targets, window_mapped)
 
 EDITOR = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps",
                       "tabless_editor.py")
@@ -28,10 +27,7 @@ class TablessNotebook(OverlaySession):
 
     @classmethod
     def setUpClass(cls):
-        cls.tarnvik = ResidentTarnvik()
-        cls.app = Application(lambda home: [sys.executable, EDITOR])
-        cls.app.bring_to_front()
-        cls.window = poll("the window on the bus", lambda: accessible_window("Tabless Editor"))
+        cls.open_application(lambda home: [sys.executable, EDITOR], "Tabless Editor")
         views = text_views(cls.window)
         shown = [v for v in views if v.getState().contains(pyatspi.STATE_SHOWING)]
         assert len(views) == 2 and len(shown) == 1, views

@@ -11,9 +11,9 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window,
-                          chromium, in_root_pixels, key, label_at, label_drawn_below, poll, rect,
-                          showing, targets, window_mapped, x_window_frame)
+from desktop_apps import (OverlaySession, chromium, in_root_pixels, key, label_at,
+                          label_drawn_below, poll, rect, showing, targets, window_mapped,
+                          x_window_frame)
 
 PAGE = (pathlib.Path(__file__).parent.parent / "pages" / "controls.html").as_uri()
 TITLE = "Tarnvik Controls"
@@ -31,10 +31,7 @@ class ScaledBrowser:
 
     @classmethod
     def setUpClass(cls):
-        cls.tarnvik = ResidentTarnvik()
-        cls.app = Application(cls.command)
-        cls.app.bring_to_front()
-        cls.window = poll("the window on the bus", lambda: accessible_window(TITLE))
+        cls.open_application(cls.command, TITLE)
         cls.document = poll("the page", lambda: pyatspi.findDescendant(
             cls.window, lambda a: a.getRole() == pyatspi.ROLE_DOCUMENT_WEB
             and TITLE in (a.name or "") and showing(a) and rect(a)[2] > 0))

@@ -11,9 +11,8 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window, key,
-                          label_colour_in, pointer, pointer_drawn, poll, rect, screen_pixels,
-                          showing, window_mapped)
+from desktop_apps import (OverlaySession, key, label_colour_in, pointer, pointer_drawn, poll, rect,
+                          screen_pixels, showing, window_mapped)
 
 LISTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "scroll_lists.py")
 
@@ -35,10 +34,7 @@ class ScrollMode(OverlaySession):
 
     @classmethod
     def setUpClass(cls):
-        cls.tarnvik = ResidentTarnvik()
-        cls.app = Application(lambda home: [sys.executable, LISTS])
-        cls.app.bring_to_front()
-        cls.window = poll("the window on the bus", lambda: accessible_window("Scroll Lists"))
+        cls.open_application(lambda home: [sys.executable, LISTS], "Scroll Lists")
         panes = sorted((pane for pane in pyatspi.utils.findAllDescendants(
             cls.window, lambda a: a.getRole() == pyatspi.ROLE_SCROLL_PANE) if showing(pane)),
             key=lambda pane: rect(pane)[0])
