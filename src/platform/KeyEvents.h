@@ -55,8 +55,9 @@ public:
     virtual bool start(Handler handler) = 0;
     // Gives the keyboard back at once; harmless when not started.
     virtual void stop() = 0;
-    // Whether another program holds the whole keyboard now, as an open menu does. A capture
-    // started then still takes every key, but can pass none on.
+    // Whether another program holds the whole keyboard now, as an open menu does, or shows a
+    // menu that taking the keyboard would close. A capture started then still takes every key,
+    // but can pass none on.
     virtual bool heldElsewhere() = 0;
 };
 

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <map>
 #include <unordered_map>
 #include <unordered_set>
@@ -287,6 +288,11 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
     // saying what shows; AppKit leaves the views of hidden tabs out, and so does this.
     const bool gtk4 = s.isGtk4(ref->service);
     s.ensure(*n.children, NRole | (gtk4 ? NStates | NExtents : 0u));
+    // Firefox keeps a closed menu in its window's tree, with its items still saying they show.
+    std::vector<ObjectRef> menus;
+    std::copy_if(n.children->begin(), n.children->end(), std::back_inserter(menus),
+                 [&s](const ObjectRef &c) { return s.node(c).role == role::Menu; });
+    s.ensure(menus, NStates);
     const bool visibleOnly = name != NSAccessibilityChildrenAttribute;
     std::vector<ObjectRef> children;
     for (const auto &c : *n.children) {
@@ -295,7 +301,8 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
         // of the window that holds it on Linux: read twice, it would be labelled twice.
         if (s.isMenuBar(c, child))
             continue;
-        if ((gtk4 || visibleOnly) && !AtspiReader::mayShow(child, gtk4))
+        const bool closedMenu = child.role == role::Menu && !AtspiReader::mayShow(child, gtk4);
+        if (closedMenu || ((gtk4 || visibleOnly) && !AtspiReader::mayShow(child, gtk4)))
             continue;
         children.push_back(c);
     }

@@ -203,6 +203,10 @@ AxRole axRoleOf(const RoleContext &c)
             return {"AXTextArea", {}};
         return {c.states.has(state::Editable) ? "AXTextField" : "AXStaticText", {}};
     case role::ComboBox:
+        // Firefox holds an open `<select>`'s list in a combo box of its own with no place: it
+        // stands where the list is, and only the list's items are pressed.
+        if (!c.placed)
+            return {"AXGroup", {}};
         return {c.hasEntryChild ? "AXComboBox" : "AXPopUpButton", {}};
     case role::List:
     case role::ListBox:
@@ -277,7 +281,7 @@ bool needsChildren(std::uint32_t atspiRole)
 
 bool needsExtents(std::uint32_t atspiRole)
 {
-    return atspiRole == role::PageTab;
+    return atspiRole == role::PageTab || atspiRole == role::ComboBox;
 }
 
 bool isWindowRole(std::uint32_t atspiRole)

@@ -102,8 +102,9 @@ struct RoleContext
     bool hasMenuChild = false;
     // The "xml-roles" attribute of web content, for landmarks.
     std::string xmlRoles;
-    // Whether the object has a place on the screen of its own: a page tab without one (GTK 3's
-    // notebook with its tabs hidden) is no tab a person sees, only its page.
+    // Whether the object has a place on the screen of its own: a page tab or a combo box
+    // without one (GTK 3's notebook with its tabs hidden, Firefox's open `<select>` list) is no
+    // control a person sees, only what it holds.
     bool placed = true;
 };
 

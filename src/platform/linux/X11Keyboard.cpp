@@ -2,10 +2,12 @@
 
 #include "platform/KeyCodes.h"
 #include "platform/linux/X11Keys.h"
+#include "platform/linux/X11PopupMenus.h"
 
 #include <QSocketNotifier>
 #include <QTimer>
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <cstdlib>
@@ -42,8 +44,9 @@ public:
     xcb_connection_t *c = nullptr;
     xcb_window_t root = 0;
     std::int32_t keyboardDevice = -1;
-    // The XInput extension's major opcode; 0 without XInput 2.2.
+    // The XInput extension's major opcode.
     std::uint8_t xinput = 0;
+    std::optional<X11PopupMenus> popupMenus;
     xkb_context *context = nullptr;
     xkb_keymap *keymap = nullptr;
     // Set from each key event's own modifiers and group, so reading a key's text costs no trip
@@ -117,6 +120,35 @@ public:
         xcb_grab_key(c, 1, root, modifiers, key, XCB_GRAB_MODE_ASYNC, keyboardMode);
     }
 
+    std::vector<std::uint16_t> slaveKeyboards()
+    {
+        std::vector<std::uint16_t> keyboards;
+        auto *devices = xcb_input_xi_query_device_reply(
+            c, xcb_input_xi_query_device(c, XCB_INPUT_DEVICE_ALL), nullptr);
+        for (auto it = xcb_input_xi_query_device_infos_iterator(devices); devices && it.rem;
+             xcb_input_xi_device_info_next(&it))
+            if (it.data->type == XCB_INPUT_DEVICE_TYPE_SLAVE_KEYBOARD)
+                keyboards.push_back(it.data->deviceid);
+        std::free(devices);
+        return keyboards;
+    }
+
+    // Raw key events of every master, and the comings and goings of keyboards.
+    void selectEvents()
+    {
+        struct Mask
+        {
+            xcb_input_event_mask_t head;
+            std::uint32_t mask;
+        };
+        const std::array<Mask, 2> masks {
+            Mask {{XCB_INPUT_DEVICE_ALL_MASTER, 1},
+                  XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE},
+            Mask {{XCB_INPUT_DEVICE_ALL, 1}, XCB_INPUT_XI_EVENT_MASK_HIERARCHY}};
+        xcb_input_xi_select_events(c, root, 1, &masks[0].head);
+        xcb_input_xi_select_events(c, root, 1, &masks[1].head);
+    }
+
     // The window with the keyboard focus; nothing when the focus is on the root or none.
     xcb_window_t focusWindow()
     {
@@ -153,12 +185,11 @@ std::unique_ptr<X11Keyboard> X11Keyboard::connect()
                                  XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT,
                                  XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT, 0, 0, 0),
         nullptr));
-    // Without XInput 2.2 a menu keeps the keyboard to itself, as it would without this program.
     x->xinput = xinput22(x->c);
-    if (x->xinput)
-        selectRawEvents(x->c, x->root,
-                        XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS
-                            | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE);
+    if (!x->xinput)
+        return nullptr;
+    x->selectEvents();
+    x->popupMenus.emplace(x->c, x->root);
     return std::unique_ptr<X11Keyboard>(new X11Keyboard(std::move(x)));
 }
 
@@ -179,9 +210,10 @@ X11Keyboard::~X11Keyboard()
 
 bool X11Keyboard::heldElsewhere()
 {
-    // X has no question for who holds the keyboard; taking it answers. A grab of our own (the
-    // press of a hot key holds one until its release) gives way, which costs nothing: the
-    // release then goes where it would have gone anyway.
+    // Taking the core keyboard would close a menu that holds nothing.
+    if (_x->popupMenus->shown())
+        return true;
+    // X has no question for who holds the keyboard; taking it answers.
     auto *reply =
         xcb_grab_keyboard_reply(_x->c,
                                 xcb_grab_keyboard(_x->c, 0, _x->root, XCB_CURRENT_TIME,
@@ -203,7 +235,7 @@ bool X11Keyboard::start(KeyboardCapture::Handler handler)
     if (!starting)
         return true;
     _x->loadKeymap();
-    if (_x->xinput && heldElsewhere())
+    if (heldElsewhere())
         startExclusive();
     else
         startPassive();
@@ -247,23 +279,14 @@ void X11Keyboard::startExclusive()
 
 void X11Keyboard::grabKeyboards()
 {
-    auto *devices = xcb_input_xi_query_device_reply(
-        _x->c, xcb_input_xi_query_device(_x->c, XCB_INPUT_DEVICE_ALL), nullptr);
-    if (!devices)
-        return;
     std::vector<std::pair<std::uint16_t, xcb_input_xi_grab_device_cookie_t>> grabs;
     std::uint32_t mask = XCB_INPUT_XI_EVENT_MASK_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_KEY_RELEASE;
-    for (auto it = xcb_input_xi_query_device_infos_iterator(devices); it.rem;
-         xcb_input_xi_device_info_next(&it)) {
-        if (it.data->type != XCB_INPUT_DEVICE_TYPE_SLAVE_KEYBOARD)
-            continue;
-        // A slave keyboard we hold leaves its master, and so the menu's grab, until we let go.
-        grabs.emplace_back(it.data->deviceid,
+    // A slave keyboard we hold leaves its master, and so the menu's grab, until we let go.
+    for (auto device : _x->slaveKeyboards())
+        grabs.emplace_back(device,
                            xcb_input_xi_grab_device(_x->c, _x->root, XCB_CURRENT_TIME, XCB_NONE,
-                                                    it.data->deviceid, XCB_INPUT_GRAB_MODE_22_ASYNC,
+                                                    device, XCB_INPUT_GRAB_MODE_22_ASYNC,
                                                     XCB_INPUT_GRAB_MODE_22_ASYNC, 0, 1, &mask));
-    }
-    std::free(devices);
     for (const auto &[device, cookie] : grabs) {
         auto *reply = xcb_input_xi_grab_device_reply(_x->c, cookie, nullptr);
         if (reply && reply->status == XCB_GRAB_STATUS_SUCCESS)
@@ -313,7 +336,6 @@ void X11Keyboard::stop()
         return;
     }
     _anyKeyGrabs.clear();
-    // Ending the capture's grabs ends the hot keys' too: they are taken again.
     xcb_ungrab_key(_x->c, XCB_GRAB_ANY, _x->root, XCB_MOD_MASK_ANY);
     if (_focusWindow)
         xcb_ungrab_key(_x->c, XCB_GRAB_ANY, _focusWindow, XCB_MOD_MASK_ANY);
@@ -322,8 +344,6 @@ void X11Keyboard::stop()
     // A kept press holds the keyboard until its key is released; the click that often follows
     // at once may open a menu, which needs the keyboard for itself.
     xcb_ungrab_keyboard(_x->c, XCB_CURRENT_TIME);
-    for (const auto &[id, key] : _hotKeys)
-        grabHotKey(key.first, key.second);
     xcb_flush(_x->c);
 }
 
@@ -338,21 +358,56 @@ void X11Keyboard::setHandler(HotKeys::Handler handler)
     _hotKeyHandler = std::move(handler);
 }
 
-bool X11Keyboard::grabHotKey(std::uint8_t keycode, std::uint16_t modifiers)
+bool X11Keyboard::heldByOthers(std::uint8_t keycode, std::uint16_t modifiers)
 {
+    // Another client's grab of the combination on the core keyboard (the window manager's)
+    // would lose to ours on the slave keyboards; taking it for a moment tells whether it is
+    // held.
     std::vector<xcb_void_cookie_t> cookies;
     for (auto lock : lockVariants)
         cookies.push_back(xcb_grab_key_checked(_x->c, 1, _x->root,
                                                static_cast<std::uint16_t>(modifiers | lock),
                                                keycode, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
-    bool ok = true;
+    bool held = false;
     for (auto cookie : cookies)
         if (auto *error = xcb_request_check(_x->c, cookie)) {
             std::free(error);
-            ok = false;
+            held = true;
         }
+    for (auto lock : lockVariants)
+        xcb_ungrab_key(_x->c, keycode, _x->root, static_cast<std::uint16_t>(modifiers | lock));
     readQueuedEvents();
-    return ok;
+    return held;
+}
+
+void X11Keyboard::grabHotKey(std::uint8_t keycode, std::uint16_t modifiers, bool grab)
+{
+    std::array<std::uint32_t, lockVariants.size()> variants {};
+    std::transform(lockVariants.begin(), lockVariants.end(), variants.begin(),
+                   [modifiers](std::uint16_t lock) { return modifiers | lock; });
+    const std::uint32_t mask =
+        XCB_INPUT_XI_EVENT_MASK_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_KEY_RELEASE;
+    for (auto device : _x->slaveKeyboards()) {
+        if (!grab) {
+            xcb_input_xi_passive_ungrab_device(_x->c, _x->root, keycode, device, variants.size(),
+                                               XCB_INPUT_GRAB_TYPE_KEYCODE, variants.data());
+            continue;
+        }
+        // The keyboard freezes at the press until the grab is let go, so that no event of it
+        // can come to us instead of its master meanwhile.
+        const auto cookie = xcb_input_xi_passive_grab_device(
+            _x->c, XCB_CURRENT_TIME, _x->root, XCB_NONE, keycode, device, variants.size(), 1,
+            XCB_INPUT_GRAB_TYPE_KEYCODE, XCB_INPUT_GRAB_MODE_22_SYNC, XCB_INPUT_GRAB_MODE_22_ASYNC,
+            0, &mask, variants.data());
+        xcb_discard_reply(_x->c, cookie.sequence);
+    }
+    xcb_flush(_x->c);
+}
+
+void X11Keyboard::grabHotKeys()
+{
+    for (const auto &[id, key] : _hotKeys)
+        grabHotKey(key.first, key.second, true);
 }
 
 bool X11Keyboard::registerHotKey(HotKeyId id, std::uint16_t keyCode, std::uint64_t modifierFlags)
@@ -361,12 +416,11 @@ bool X11Keyboard::registerHotKey(HotKeyId id, std::uint16_t keyCode, std::uint64
     if (!key)
         return false;
     const auto modifiers = xModifiers(modifierFlags);
-    // During a capture the key is matched there; the grab is taken when the capture ends.
-    if ((!_capture || _exclusive) && !grabHotKey(*key, modifiers)) {
-        ungrabHotKey(*key, modifiers);
+    // A capture's own grabs of every key would answer for the window manager's.
+    if (!(_capture && !_exclusive) && heldByOthers(*key, modifiers))
         return false;
-    }
     _hotKeys[id] = {*key, modifiers};
+    grabHotKey(*key, modifiers, true);
     return true;
 }
 
@@ -377,16 +431,8 @@ bool X11Keyboard::unregisterHotKey(HotKeyId id)
         return false;
     const auto [key, modifiers] = it->second;
     _hotKeys.erase(it);
-    if (!_capture || _exclusive)
-        ungrabHotKey(key, modifiers);
+    grabHotKey(key, modifiers, false);
     return true;
-}
-
-void X11Keyboard::ungrabHotKey(std::uint8_t keycode, std::uint16_t modifiers)
-{
-    for (auto lock : lockVariants)
-        xcb_ungrab_key(_x->c, keycode, _x->root, static_cast<std::uint16_t>(modifiers | lock));
-    xcb_flush(_x->c);
 }
 
 std::optional<HotKeys::HotKeyId> X11Keyboard::hotKeyFor(std::uint8_t keycode,
@@ -420,51 +466,54 @@ void X11Keyboard::readEvents()
             }
         } else if (type == XCB_KEY_PRESS || type == XCB_KEY_RELEASE) {
             const auto *key = reinterpret_cast<xcb_key_press_event_t *>(event);
-            keyEvent(type == XCB_KEY_PRESS, key->detail, key->state, key->time);
+            keyEvent(type == XCB_KEY_PRESS, key->detail, key->state);
         } else if (type == XCB_GE_GENERIC) {
             genericEvent(event);
         }
         std::free(event);
     }
-    // A raw press is decided once everything read with it is handled: the grabbed press that
-    // may come with it makes it no hot key of its own.
-    rawHotKeys();
 }
 
 void X11Keyboard::genericEvent(const void *event)
 {
     const auto *ge = static_cast<const xcb_ge_generic_event_t *>(event);
-    if (!_x->xinput || ge->extension != _x->xinput)
+    if (ge->extension != _x->xinput)
         return;
     switch (ge->event_type) {
     case XCB_INPUT_KEY_PRESS:
     case XCB_INPUT_KEY_RELEASE: {
-        // From the keyboards this capture holds.
         const auto *key = static_cast<const xcb_input_key_press_event_t *>(event);
+        const auto keycode = static_cast<std::uint8_t>(key->detail);
         const auto state = static_cast<std::uint16_t>((key->mods.effective & 0xff)
                                                       | ((key->group.effective & 3) << 13));
-        keyEvent(ge->event_type == XCB_INPUT_KEY_PRESS, static_cast<std::uint8_t>(key->detail),
-                 state, key->time);
-        break;
-    }
-    case XCB_INPUT_RAW_KEY_PRESS: {
-        const auto *raw = static_cast<const xcb_input_raw_key_press_event_t *>(event);
-        const auto key = static_cast<std::uint8_t>(raw->detail);
-        if (raw->flags & XCB_INPUT_KEY_EVENT_FLAGS_KEY_REPEAT)
-            break;
-        for (const auto &[id, hotKey] : _hotKeys)
-            if (hotKey.first == key) {
-                _rawPresses.emplace_back(key, raw->time);
-                break;
-            }
+        const bool press = ge->event_type == XCB_INPUT_KEY_PRESS;
+        // From the keyboards this capture holds, or else from a hot key's grab.
+        if (std::find(_grabbedKeyboards.begin(), _grabbedKeyboards.end(), key->deviceid)
+            != _grabbedKeyboards.end())
+            keyEvent(press, keycode, state);
+        else if (press)
+            hotKeyPressed(key->deviceid, keycode, state);
         break;
     }
     case XCB_INPUT_RAW_KEY_RELEASE: {
         const auto *raw = static_cast<const xcb_input_raw_key_release_event_t *>(event);
-        if (_exclusive && _grabbedKeyboards.empty()
-            && _awaitingRelease.erase(static_cast<std::uint8_t>(raw->detail))
+        const auto keycode = static_cast<std::uint8_t>(raw->detail);
+        if (_heldHotKey && _heldHotKey->second == keycode) {
+            const auto id = _heldHotKey->first;
+            _heldHotKey.reset();
+            if (_hotKeyHandler)
+                _hotKeyHandler(id, EventType::keyUp);
+        }
+        if (_exclusive && _grabbedKeyboards.empty() && _awaitingRelease.erase(keycode)
             && _awaitingRelease.empty())
             grabKeyboards();
+        break;
+    }
+    case XCB_INPUT_HIERARCHY: {
+        const auto *change = static_cast<const xcb_input_hierarchy_event_t *>(event);
+        if (change->flags
+            & (XCB_INPUT_HIERARCHY_MASK_SLAVE_ADDED | XCB_INPUT_HIERARCHY_MASK_DEVICE_ENABLED))
+            grabHotKeys(); // a keyboard plugged in
         break;
     }
     default:
@@ -472,42 +521,29 @@ void X11Keyboard::genericEvent(const void *event)
     }
 }
 
-void X11Keyboard::rawHotKeys()
+void X11Keyboard::hotKeyPressed(std::uint16_t device, std::uint8_t keycode, std::uint16_t state)
 {
-    if (_rawPresses.empty())
+    // Letting go of the grab thaws the keyboard and gives it back to its master, which then
+    // sees the shortcut's modifiers and key released as usual.
+    xcb_input_xi_ungrab_device(_x->c, XCB_CURRENT_TIME, device);
+    xcb_flush(_x->c);
+    const auto hotKey = hotKeyFor(keycode, state);
+    if (!hotKey)
         return;
-    const auto presses = std::move(_rawPresses);
-    _rawPresses.clear();
-    for (const auto &[key, time] : presses) {
-        if (time == _lastGrabbedHotKey)
-            continue;
-        // Raw events carry no modifiers: the keyboard's state is asked for, while the
-        // shortcut's modifiers are still held.
-        auto *state = xcb_xkb_get_state_reply(
-            _x->c, xcb_xkb_get_state(_x->c, XCB_XKB_ID_USE_CORE_KBD), nullptr);
-        const std::uint16_t mods = state ? state->mods : 0;
-        std::free(state);
-        readQueuedEvents();
-        const auto hotKey = hotKeyFor(key, mods);
-        if (!hotKey)
-            continue;
-        _lastRawHotKey = time;
-        if (_hotKeyHandler)
-            _hotKeyHandler(*hotKey, EventType::keyDown);
-    }
+    _heldHotKey = {*hotKey, keycode};
+    if (_hotKeyHandler)
+        _hotKeyHandler(*hotKey, EventType::keyDown);
 }
 
-void X11Keyboard::keyEvent(bool press, std::uint8_t keycode, std::uint16_t state,
-                           std::uint32_t time)
+void X11Keyboard::keyEvent(bool press, std::uint8_t keycode, std::uint16_t state)
 {
     const int eventType = press ? EventType::keyDown : EventType::keyUp;
+    // A capture's grabs come before the hot keys' own, which have to be matched here.
     if (auto hotKey = hotKeyFor(keycode, state)) {
         if (_capture && !_exclusive)
             xcb_allow_events(_x->c, XCB_ALLOW_ASYNC_KEYBOARD, XCB_CURRENT_TIME);
         xcb_flush(_x->c);
-        if (press)
-            _lastGrabbedHotKey = time;
-        if (_hotKeyHandler && !(press && time == _lastRawHotKey))
+        if (_hotKeyHandler)
             _hotKeyHandler(*hotKey, eventType);
         return;
     }

@@ -6,16 +6,24 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <vector>
 
 class QSocketNotifier;
-class QTimer;
 
 namespace tarnvik::linux {
 
 // Keys and hot keys on X11, over a connection of its own whose events are read on the main
 // thread.
+//
+// Hot keys are passive grabs of the physical keyboards (XInput 2's slave devices), not of the
+// core keyboard: a grab of the core keyboard, even a passive one while it fires, takes the focus
+// from the focused window, and Firefox closes its open menus when that happens. A grab of a slave
+// keyboard detaches it from its master while it lasts, so the master would never see the
+// shortcut's modifiers released; the grab is let go as soon as its press has come, and the rest
+// of the keyboard's events take their usual way. It also fires while a menu holds the core
+// keyboard.
 //
 // The capture is a set of passive grabs of every key on the root window in synchronous mode:
 // each press freezes the keyboard until the handler has decided, and is then replayed to the
@@ -24,16 +32,14 @@ namespace tarnvik::linux {
 // client's keys stay its own. Releases of kept keys come to the handler too, but can no longer
 // reach the application.
 //
-// An open menu holds the whole keyboard with an active grab, and no passive grab fires while
-// it does. Hot keys are then seen in XInput 2's raw key events, which reach the root whatever
-// holds the keyboard, and a capture takes the keyboards themselves (their slave devices, which
-// leave the menu's grab while we hold them): every key comes to the handler, none can be
-// passed on, and the menu has the keyboard again when the capture ends. All grabs end with the
-// connection, so a killed program leaves the keyboard working.
+// While a menu is open, whether it holds the keyboard or only closes when its window loses the
+// focus, the capture takes the slave keyboards themselves instead: every key comes to the
+// handler, none can be passed on, and the menu has the keyboard again when the capture ends.
+// All grabs end with the connection, so a killed program leaves the keyboard working.
 class X11Keyboard final : public KeyboardCapture, public KeyboardLayout, public HotKeys
 {
 public:
-    // Nothing when the display or its XKB extension is missing.
+    // Nothing when the display, its XKB extension or XInput 2.2 is missing.
     static std::unique_ptr<X11Keyboard> connect();
     ~X11Keyboard() override;
 
@@ -57,11 +63,12 @@ private:
     void readEvents();
     void readQueuedEvents();
     void genericEvent(const void *event);
-    void keyEvent(bool press, std::uint8_t keycode, std::uint16_t state, std::uint32_t time);
-    void rawHotKeys();
+    void keyEvent(bool press, std::uint8_t keycode, std::uint16_t state);
+    void hotKeyPressed(std::uint16_t device, std::uint8_t keycode, std::uint16_t state);
     std::optional<HotKeyId> hotKeyFor(std::uint8_t keycode, std::uint16_t state) const;
-    bool grabHotKey(std::uint8_t keycode, std::uint16_t modifiers);
-    void ungrabHotKey(std::uint8_t keycode, std::uint16_t modifiers);
+    bool heldByOthers(std::uint8_t keycode, std::uint16_t modifiers);
+    void grabHotKey(std::uint8_t keycode, std::uint16_t modifiers, bool grab);
+    void grabHotKeys();
     void grabAnyKey(std::uint32_t window, std::uint16_t modifiers);
     void grabAroundOthers(std::uint32_t refused, std::uint16_t modifiers);
 
@@ -87,12 +94,8 @@ private:
     std::set<std::uint8_t> _awaitingRelease;
     bool _exclusive = false;
 
-    // Raw presses of hot keys' keys in the events just read, with their times, and the times of
-    // the last hot key presses that came through a grab and through a raw event: one press
-    // arrives both ways when nothing else holds the keyboard.
-    std::vector<std::pair<std::uint8_t, std::uint32_t>> _rawPresses;
-    std::uint32_t _lastGrabbedHotKey = 0;
-    std::uint32_t _lastRawHotKey = 0;
+    // The hot key whose key is down, with that key: its release is seen in the raw events.
+    std::optional<std::pair<HotKeyId, std::uint8_t>> _heldHotKey;
 };
 
 } // namespace tarnvik::linux
