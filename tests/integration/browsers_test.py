@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """tarnvik targets against Firefox ESR and Chromium on a page of about 1,000 links and buttons
 and on one of 10,000, checked against what the browsers report through AT-SPI, on the fast route
-(the search predicate) and the exhaustive one (the walk); and the first shortcut over Firefox
-right after Tarnvik switched its accessibility on."""
+(the search predicate) and the exhaustive one (the walk); the first shortcut over Firefox right
+after Tarnvik switched its accessibility on; and a Firefox window with two tabs."""
 
 import os
 import pathlib
@@ -14,8 +14,8 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (Application, ResidentTarnvik, accessible_window, chromium, firefox,
-                          intersect, key, label_drawn_below, poll, rect, targets)
+from desktop_apps import (TARNVIK, Application, ResidentTarnvik, accessible_window, chromium,
+                          firefox, intersect, key, label_drawn_below, poll, rect, targets)
 
 PAGES = pathlib.Path(__file__).parent.parent / "pages"
 
@@ -162,6 +162,34 @@ class FirefoxSwitchedOn(unittest.TestCase):
             and a.name == "Submit" and rect(a)[2] > 0))
         poll("a label at the page's button", lambda: label_drawn_below(rect(submit)), 10)
         key("Escape")
+
+
+class FirefoxTabs(unittest.TestCase):
+    """Firefox keeps every tab's page in its window's tree, in a scroll pane of its own, the
+    hidden ones not showing. Read as part of the window, each hidden page was one more area in
+    scroll mode, whose number scrolled nothing."""
+
+    def test_only_the_shown_tab_is_part_of_the_window(self):
+        browser = Application(lambda home: firefox(home) + [
+            (PAGES / "controls.html").as_uri(), (PAGES / "scroll.html").as_uri()])
+        self.addCleanup(browser.stop)
+        browser.bring_to_front()
+        application = poll("the window", lambda: accessible_window("Tarnvik Controls")
+                           or accessible_window("Tarnvik Scroll")).getApplication()
+
+        def documents():
+            return [a for a in pyatspi.utils.findAllDescendants(
+                application, lambda a: a is not None and a.getRole() == pyatspi.ROLE_DOCUMENT_WEB)
+                if a.name in ("Tarnvik Controls", "Tarnvik Scroll")]
+        poll("both tabs' pages", lambda: len(documents()) == 2)
+
+        def tree():
+            browser.bring_to_front()
+            run = subprocess.run([TARNVIK, "tree"], capture_output=True, text=True, timeout=60)
+            return run.stdout if "role=AXWebArea" in run.stdout else None
+        lines = poll("the window's tree with its page", tree).splitlines()
+        self.assertEqual(sum("role=AXWebArea" in line for line in lines), 1)
+        self.assertEqual(sum("role=AXScrollArea" in line for line in lines), 1)
 
 
 if __name__ == "__main__":

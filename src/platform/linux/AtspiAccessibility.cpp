@@ -284,15 +284,17 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
     }
     if (!n.children)
         return AXError::CannotComplete;
-    // GTK 4 keeps the widgets of the pages a stack hides in its tree, sized 0 by 0 and never
-    // saying what shows; AppKit leaves the views of hidden tabs out, and so does this.
+    // What doesn't show is left out, as AppKit leaves out the views of hidden tabs: Firefox
+    // keeps every tab's page and its closed menus in the window's tree (a closed menu's items
+    // still say they show), GTK 4 the pages a stack hides, sized 0 by 0. An object with no place
+    // of its own stays, for what it holds may show: GTK 3's notebook with its tabs hidden holds
+    // its page in a page tab at -1, -1.
     const bool gtk4 = s.isGtk4(ref->service);
-    s.ensure(*n.children, NRole | (gtk4 ? NStates | NExtents : 0u));
-    // Firefox keeps a closed menu in its window's tree, with its items still saying they show.
-    std::vector<ObjectRef> menus;
-    std::copy_if(n.children->begin(), n.children->end(), std::back_inserter(menus),
-                 [&s](const ObjectRef &c) { return s.node(c).role == role::Menu; });
-    s.ensure(menus, NStates);
+    s.ensure(*n.children, NRole | NStates | (gtk4 ? NExtents : 0u));
+    std::vector<ObjectRef> hidden;
+    std::copy_if(n.children->begin(), n.children->end(), std::back_inserter(hidden),
+                 [&s, gtk4](const ObjectRef &c) { return !AtspiReader::mayShow(s.node(c), gtk4); });
+    s.ensure(hidden, NExtents);
     const bool visibleOnly = name != NSAccessibilityChildrenAttribute;
     std::vector<ObjectRef> children;
     for (const auto &c : *n.children) {
@@ -301,8 +303,8 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
         // of the window that holds it on Linux: read twice, it would be labelled twice.
         if (s.isMenuBar(c, child))
             continue;
-        const bool closedMenu = child.role == role::Menu && !AtspiReader::mayShow(child, gtk4);
-        if (closedMenu || ((gtk4 || visibleOnly) && !AtspiReader::mayShow(child, gtk4)))
+        if (!AtspiReader::mayShow(child, gtk4)
+            && (gtk4 || visibleOnly || AtspiReader::placed(child)))
             continue;
         children.push_back(c);
     }

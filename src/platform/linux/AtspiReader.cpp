@@ -159,7 +159,7 @@ AxRole AtspiReader::axRole(const Node &n)
                         || *r == role::RadioMenuItem));
         }
     }
-    context.placed = !n.extents || hasPlace(*n.extents);
+    context.placed = placed(n);
     if (n.attributes) {
         if (auto it = n.attributes->find("xml-roles"); it != n.attributes->end())
             context.xmlRoles = it->second;
@@ -357,6 +357,11 @@ void AtspiReader::invalidate()
     _nodes.clear();
     _applications.clear();
     _spaces.clear();
+}
+
+bool AtspiReader::placed(const Node &n)
+{
+    return !n.extents || hasPlace(*n.extents);
 }
 
 bool AtspiReader::mayShow(const Node &n, bool gtk4)

@@ -135,6 +135,9 @@ public:
     // has a size, or has no place of its own: a stack page stands where its children are. The
     // pages a stack hides are visible and sized 0 by 0.
     static bool mayShow(const Node &n, bool gtk4);
+    // Whether the object has a place on the screen of its own; GTK 3 gives one it has not
+    // placed extents of -1 by -1. Unknown extents count as a place.
+    static bool placed(const Node &n);
     // Reads `needs` of the objects and, level by level in one burst each, of everything showing
     // below them: what the walk will ask for next.
     void ensureShowingSubtrees(const std::vector<ObjectRef> &objects, unsigned needs,
