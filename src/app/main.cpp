@@ -4,6 +4,7 @@
 #include "accessibility/AttributeReaders.h"
 #include "app/AppDelegate.h"
 #include "app/FirstReads.h"
+#include "app/QuitOnSignals.h"
 #include "app/TargetsCommand.h"
 #include "click/CursorManager.h"
 #include "click/DoubleClickManager.h"
@@ -34,6 +35,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <csignal>
 #include <cstdio>
 
 namespace {
@@ -256,6 +258,7 @@ int runResident(double qtScaleFactor)
               + preferences.stringForKey(Preferences::Keys::scrollShortcut).value_or("unset")
               + "; scrolling by " + scrolling + ", "
               + std::to_string(std::lround(1 / refreshPeriod())) + " frames a second");
+    QuitOnSignals quitOnSignals({SIGTERM, SIGINT, SIGHUP});
     const int status = QApplication::exec();
     mode.deactivate(true);
     scrollMode.deactivate();

@@ -250,6 +250,15 @@ class ClickMode(OverlaySession):
         poll("the overlay gone with the process", lambda: not labels_mapped(), 10)
         self.assert_typing_reaches_an_entry("qv")
 
+    def test_a_termination_signal_mid_session_ends_it_and_exits_with_0(self):
+        box = self.controls(pyatspi.ROLE_CHECK_BOX, "checkbutton")[0]
+        for sig in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
+            self.tarnvik.start()
+            self.show_labels(rect(box))
+            self.assertEqual(self.tarnvik.stop(sig), 0, sig)
+            self.assertFalse(labels_mapped())
+            self.assert_typing_reaches_an_entry("qv")
+
 
 if __name__ == "__main__":
     unittest.main()

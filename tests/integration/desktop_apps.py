@@ -179,10 +179,13 @@ class ResidentTarnvik:
         poll("tarnvik to run", lambda: "Tarnvik: running" in self.process.stdout.readline())
 
     def stop(self, sig=signal.SIGTERM):
-        if self.process:
-            self.process.send_signal(sig)
-            self.process.wait(30)
-            self.process = None
+        """Answers the process's exit status."""
+        if not self.process:
+            return None
+        self.process.send_signal(sig)
+        status = self.process.wait(30)
+        self.process = None
+        return status
 
     def remove(self):
         self.stop()

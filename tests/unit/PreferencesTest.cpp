@@ -3,6 +3,7 @@
 #include "platform/fake/FakePreferenceStore.h"
 #include "platform/qt/QSettingsPreferenceStore.h"
 
+#include <QFile>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -50,7 +51,11 @@ TEST(QSettingsPreferenceStore, ValuesSurviveTheFileWithTheirTypes)
         store.setStringList("one", {"/only.app"});
         store.setStringList("two", {"/a.app", "/b.app"});
     }
-    QSettingsPreferenceStore store(path);
+    // QSettings keeps what one process wrote in memory: a file it never opened reads as a new
+    // process reads the written one.
+    const std::string copy = dir.filePath("copy.ini").toStdString();
+    ASSERT_TRUE(QFile::copy(QString::fromStdString(path), QString::fromStdString(copy)));
+    QSettingsPreferenceStore store(copy);
     EXPECT_EQ(store.boolValue("b"), true);
     EXPECT_EQ(store.doubleValue("d"), 1.25);
     EXPECT_EQ(store.stringValue("s"), "⇧⌘Space");

@@ -65,7 +65,8 @@ std::optional<std::vector<std::string>>
 QSettingsPreferenceStore::stringListValue(const std::string &k) const
 {
     const QVariant v = value(k);
-    if (v.typeId() != QMetaType::QStringList)
+    // The file keeps a list of one as that one text, which is also how a person writes it.
+    if (v.typeId() != QMetaType::QStringList && v.typeId() != QMetaType::QString)
         return std::nullopt;
     std::vector<std::string> list;
     for (const auto &s : v.toStringList())
@@ -94,7 +95,6 @@ void QSettingsPreferenceStore::setStringList(const std::string &k,
     QStringList list;
     for (const auto &s : value)
         list << QString::fromStdString(s);
-    // Marks the value as a list in the file, so that one path reads back as a list too.
     set(k, QVariant::fromValue(list));
 }
 
