@@ -15,8 +15,22 @@ std::optional<SRShortcut> AppDelegate::shortcut(const char *key) const
     return text ? SRShortcut::shortcutWithKeyEquivalent(*text) : std::nullopt;
 }
 
+AppDelegate::WiredTexts AppDelegate::wiredTexts() const
+{
+    return {_preferences.stringForKey(Preferences::Keys::searchShortcut),
+            _preferences.stringForKey(Preferences::Keys::nonSearchShortcut),
+            _preferences.stringForKey(Preferences::Keys::scrollShortcut)};
+}
+
+void AppDelegate::preferencesChanged()
+{
+    if (wiredTexts() != _wiredWith)
+        wireShortcuts();
+}
+
 void AppDelegate::wireShortcuts()
 {
+    _wiredWith = wiredTexts();
     _shortcuts.removeAllActions();
     const auto search = shortcut(Preferences::Keys::searchShortcut);
     const auto nonSearch = shortcut(Preferences::Keys::nonSearchShortcut);

@@ -18,6 +18,7 @@
 #include "platform/linux/WheelScrolling.h"
 #include "platform/linux/X11Keyboard.h"
 #include "platform/linux/X11Pointer.h"
+#include "platform/qt/PreferenceFileWatcher.h"
 #include "platform/qt/QSettingsPreferenceStore.h"
 #include "platform/qt/QtScheduler.h"
 #include "platform/qt/QtSoundPlayer.h"
@@ -240,6 +241,7 @@ int runResident(double qtScaleFactor)
                            .treeQueue = scrollTreeQueue});
     AppDelegate delegate(preferences, shortcuts, mode, scrollMode);
     delegate.wireShortcuts();
+    PreferenceFileWatcher preferenceFile(store, [&delegate] { delegate.preferencesChanged(); });
     AXEnablerService enabler({desktop->accessibility(), x, scheduler, preferences, [&] {
                                   mode.deactivate(true);
                                   scrollMode.deactivate();

@@ -250,6 +250,30 @@ class ClickMode(OverlaySession):
         poll("the overlay gone with the process", lambda: not labels_mapped(), 10)
         self.assert_typing_reaches_an_entry("qv")
 
+    def test_a_shortcut_changed_in_the_file_by_hand_works_at_once(self):
+        self.tarnvik.start()
+        box = self.controls(pyatspi.ROLE_CHECK_BOX, "checkbutton")[0]
+        settings = os.path.join(self.tarnvik.config, "tarnvik", "tarnvik.conf")
+        # As an editor saves: a new file renamed over the old one.
+        with open(settings + ".new", "w", encoding="utf-8") as f:
+            f.write("[General]\nnon-search-shortcut=⇧⌘K\n")
+        os.replace(settings + ".new", settings)
+
+        def new_shortcut_works():
+            key("shift+super+k")
+            try:
+                poll("the overlay", labels_mapped, 1)
+                return True
+            except AssertionError:
+                return False
+        poll("the new shortcut", new_shortcut_works, 10)
+        poll("labels drawn on the screen", lambda: label_drawn_below(rect(box)), 10)
+        key("Escape")
+        poll("the overlay gone", lambda: not labels_mapped(), 10)
+        key("shift+super+space")
+        time.sleep(1)
+        self.assertFalse(labels_mapped(), "the old shortcut does nothing")
+
     def test_a_termination_signal_mid_session_ends_it_and_exits_with_0(self):
         box = self.controls(pyatspi.ROLE_CHECK_BOX, "checkbutton")[0]
         for sig in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):

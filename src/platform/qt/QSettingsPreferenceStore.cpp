@@ -3,6 +3,8 @@
 #include <QSettings>
 #include <QStringList>
 
+#include <cstdio>
+
 namespace tarnvik {
 
 namespace {
@@ -102,6 +104,21 @@ void QSettingsPreferenceStore::remove(const std::string &k)
 {
     std::lock_guard lock(_mutex);
     _settings->remove(key(k));
+}
+
+std::string QSettingsPreferenceStore::path() const
+{
+    std::lock_guard lock(_mutex);
+    return _settings->fileName().toStdString();
+}
+
+void QSettingsPreferenceStore::reload()
+{
+    std::lock_guard lock(_mutex);
+    _settings->sync();
+    if (_settings->status() == QSettings::FormatError)
+        std::fprintf(stderr, "tarnvik: %s can't be read as settings; the defaults stand\n",
+                     qPrintable(_settings->fileName()));
 }
 
 QVariant QSettingsPreferenceStore::value(const std::string &k) const

@@ -33,6 +33,11 @@ public:
     void setStringList(const std::string &key, const std::vector<std::string> &value) override;
     void remove(const std::string &key) override;
 
+    // The file behind the store.
+    std::string path() const;
+    // Reads again what changed in the file since it was last read or written.
+    void reload();
+
 private:
     QVariant value(const std::string &key) const;
     void set(const std::string &key, const QVariant &value);
