@@ -133,22 +133,6 @@ public:
         return keyboards;
     }
 
-    // Raw key events of every master, and the comings and goings of keyboards.
-    void selectEvents()
-    {
-        struct Mask
-        {
-            xcb_input_event_mask_t head;
-            std::uint32_t mask;
-        };
-        const std::array<Mask, 2> masks {
-            Mask {{XCB_INPUT_DEVICE_ALL_MASTER, 1},
-                  XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE},
-            Mask {{XCB_INPUT_DEVICE_ALL, 1}, XCB_INPUT_XI_EVENT_MASK_HIERARCHY}};
-        xcb_input_xi_select_events(c, root, 1, &masks[0].head);
-        xcb_input_xi_select_events(c, root, 1, &masks[1].head);
-    }
-
     // The window with the keyboard focus; nothing when the focus is on the root or none.
     xcb_window_t focusWindow()
     {
@@ -188,7 +172,8 @@ std::unique_ptr<X11Keyboard> X11Keyboard::connect()
     x->xinput = xinput22(x->c);
     if (!x->xinput)
         return nullptr;
-    x->selectEvents();
+    // A keyboard plugged in later needs the hot keys' grabs too.
+    selectXInputEvents(x->c, x->root, XCB_INPUT_DEVICE_ALL, XCB_INPUT_XI_EVENT_MASK_HIERARCHY);
     x->popupMenus.emplace(x->c, x->root);
     return std::unique_ptr<X11Keyboard>(new X11Keyboard(std::move(x)));
 }
@@ -203,9 +188,8 @@ X11Keyboard::X11Keyboard(std::unique_ptr<Connection> connection)
 
 X11Keyboard::~X11Keyboard()
 {
+    // The hot keys' grabs end with the connection.
     stop();
-    xcb_ungrab_key(_x->c, XCB_GRAB_ANY, _x->root, XCB_MOD_MASK_ANY);
-    xcb_flush(_x->c);
 }
 
 bool X11Keyboard::heldElsewhere()
@@ -264,6 +248,8 @@ void X11Keyboard::startPassive()
 void X11Keyboard::startExclusive()
 {
     _exclusive = true;
+    // Asked for before the held keys are, so that no release falls between.
+    watchReleases();
     // The menu saw the presses of the keys held now. Taking the keyboards before their releases
     // would keep those from it, and it would see them held until pressed again.
     auto *keymap = xcb_query_keymap_reply(_x->c, xcb_query_keymap(_x->c), nullptr);
@@ -293,6 +279,7 @@ void X11Keyboard::grabKeyboards()
             _grabbedKeyboards.push_back(device);
         std::free(reply);
     }
+    watchReleases();
     readQueuedEvents();
 }
 
@@ -332,6 +319,7 @@ void X11Keyboard::stop()
         for (auto device : _grabbedKeyboards)
             xcb_input_xi_ungrab_device(_x->c, XCB_CURRENT_TIME, device);
         _grabbedKeyboards.clear();
+        watchReleases();
         xcb_flush(_x->c);
         return;
     }
@@ -498,15 +486,16 @@ void X11Keyboard::genericEvent(const void *event)
     case XCB_INPUT_RAW_KEY_RELEASE: {
         const auto *raw = static_cast<const xcb_input_raw_key_release_event_t *>(event);
         const auto keycode = static_cast<std::uint8_t>(raw->detail);
+        if (_exclusive && _grabbedKeyboards.empty() && _awaitingRelease.erase(keycode)
+            && _awaitingRelease.empty())
+            grabKeyboards();
         if (_heldHotKey && _heldHotKey->second == keycode) {
             const auto id = _heldHotKey->first;
             _heldHotKey.reset();
             if (_hotKeyHandler)
                 _hotKeyHandler(id, EventType::keyUp);
         }
-        if (_exclusive && _grabbedKeyboards.empty() && _awaitingRelease.erase(keycode)
-            && _awaitingRelease.empty())
-            grabKeyboards();
+        watchReleases();
         break;
     }
     case XCB_INPUT_HIERARCHY: {
@@ -523,22 +512,37 @@ void X11Keyboard::genericEvent(const void *event)
 
 void X11Keyboard::hotKeyPressed(std::uint16_t device, std::uint8_t keycode, std::uint16_t state)
 {
+    const auto hotKey = hotKeyFor(keycode, state);
+    if (hotKey)
+        _heldHotKey = {*hotKey, keycode};
+    // Asked for before the keyboard thaws, so that the key's release can't come first.
+    watchReleases();
     // Letting go of the grab thaws the keyboard and gives it back to its master, which then
     // sees the shortcut's modifiers and key released as usual.
     xcb_input_xi_ungrab_device(_x->c, XCB_CURRENT_TIME, device);
     xcb_flush(_x->c);
-    const auto hotKey = hotKeyFor(keycode, state);
     if (!hotKey)
         return;
-    _heldHotKey = {*hotKey, keycode};
     if (_hotKeyHandler)
         _hotKeyHandler(*hotKey, EventType::keyDown);
+}
+
+void X11Keyboard::watchReleases()
+{
+    // Asked for only while awaited: otherwise every key released on the desktop would wake us.
+    const bool wanted = _heldHotKey || (_exclusive && _grabbedKeyboards.empty());
+    if (wanted == _watchingReleases)
+        return;
+    _watchingReleases = wanted;
+    selectXInputEvents(_x->c, _x->root, XCB_INPUT_DEVICE_ALL_MASTER,
+                       wanted ? XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE : 0);
+    xcb_flush(_x->c);
 }
 
 void X11Keyboard::keyEvent(bool press, std::uint8_t keycode, std::uint16_t state)
 {
     const int eventType = press ? EventType::keyDown : EventType::keyUp;
-    // A capture's grabs come before the hot keys' own, which have to be matched here.
+    // While a capture holds the keyboards themselves, the hot keys' own grabs can't fire.
     if (auto hotKey = hotKeyFor(keycode, state)) {
         if (_capture && !_exclusive)
             xcb_allow_events(_x->c, XCB_ALLOW_ASYNC_KEYBOARD, XCB_CURRENT_TIME);

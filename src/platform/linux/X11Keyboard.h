@@ -65,6 +65,7 @@ private:
     void genericEvent(const void *event);
     void keyEvent(bool press, std::uint8_t keycode, std::uint16_t state);
     void hotKeyPressed(std::uint16_t device, std::uint8_t keycode, std::uint16_t state);
+    void watchReleases();
     std::optional<HotKeyId> hotKeyFor(std::uint8_t keycode, std::uint16_t state) const;
     bool heldByOthers(std::uint8_t keycode, std::uint16_t modifiers);
     void grabHotKey(std::uint8_t keycode, std::uint16_t modifiers, bool grab);
@@ -96,6 +97,9 @@ private:
 
     // The hot key whose key is down, with that key: its release is seen in the raw events.
     std::optional<std::pair<HotKeyId, std::uint8_t>> _heldHotKey;
+    // Whether XInput 2's raw key releases are asked for: while a hot key is held, and while a
+    // capture waits for the held keys' releases to take the keyboards.
+    bool _watchingReleases = false;
 };
 
 } // namespace tarnvik::linux

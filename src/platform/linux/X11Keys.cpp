@@ -92,13 +92,14 @@ std::uint8_t xinput22(xcb_connection_t *c)
     return speaks ? extension->major_opcode : 0;
 }
 
-void selectRawEvents(xcb_connection_t *c, std::uint32_t root, std::uint32_t mask)
+void selectXInputEvents(xcb_connection_t *c, std::uint32_t root, std::uint16_t devices,
+                        std::uint32_t mask)
 {
     struct
     {
         xcb_input_event_mask_t head;
         std::uint32_t mask;
-    } events {{XCB_INPUT_DEVICE_ALL_MASTER, 1}, mask};
+    } events {{devices, 1}, mask};
     xcb_input_xi_select_events(c, root, 1, &events.head);
 }
 

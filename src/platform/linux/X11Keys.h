@@ -41,8 +41,9 @@ std::uint64_t modifierFlags(std::uint16_t state);
 // The XInput extension's major opcode where the server speaks XInput 2.2, whose raw events reach
 // the root whatever holds the keyboard or the pointer; 0 where it doesn't.
 std::uint8_t xinput22(xcb_connection_t *c);
-// Asks for the raw events of `mask` (XInput's event mask bits) of every master device on the
-// root; 0 stops them.
-void selectRawEvents(xcb_connection_t *c, std::uint32_t root, std::uint32_t mask);
+// Asks for the XInput events of `mask` (its event mask bits) of `devices` (a device id, or all
+// devices, or all masters) on the root; 0 stops them.
+void selectXInputEvents(xcb_connection_t *c, std::uint32_t root, std::uint16_t devices,
+                        std::uint32_t mask);
 
 } // namespace tarnvik::linux

@@ -227,7 +227,8 @@ void X11Pointer::observePresses(std::function<void()> observer)
     if (!_x->xinput || was == static_cast<bool>(_presses))
         return;
     // Asked for only while someone listens: otherwise every click on the desktop would wake us.
-    selectRawEvents(_x->c, _x->root, _presses ? XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS : 0);
+    selectXInputEvents(_x->c, _x->root, XCB_INPUT_DEVICE_ALL_MASTER,
+                       _presses ? XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS : 0);
     xcb_flush(_x->c);
 }
 

@@ -52,24 +52,24 @@ bool X11PopupMenus::shown() const
     for (int i = 0; i < xcb_query_tree_children_length(tree); ++i)
         asked.emplace_back(children[i], xcb_get_window_attributes(_c, children[i]));
     std::free(tree);
-    std::vector<std::pair<xcb_window_t, xcb_get_property_cookie_t>> types;
+    std::vector<xcb_get_property_cookie_t> types;
     for (const auto &[window, cookie] : asked) {
         auto *attributes = xcb_get_window_attributes_reply(_c, cookie, nullptr);
         if (attributes && attributes->override_redirect
             && attributes->map_state == XCB_MAP_STATE_VIEWABLE)
-            types.emplace_back(window,
-                               xcb_get_property(_c, 0, window, _windowType, XCB_ATOM_ATOM, 0, 8));
+            types.push_back(xcb_get_property(_c, 0, window, _windowType, XCB_ATOM_ATOM, 0, 8));
         std::free(attributes);
     }
     bool menu = false;
-    for (const auto &[window, cookie] : types) {
+    for (const auto cookie : types) {
         auto *type = xcb_get_property_reply(_c, cookie, nullptr);
         const int n = type ? xcb_get_property_value_length(type) / 4 : 0;
         const auto *atoms =
             type ? static_cast<const xcb_atom_t *>(xcb_get_property_value(type)) : nullptr;
-        for (int i = 0; i < n; ++i)
-            menu = menu
-                || std::find(_menuTypes.begin(), _menuTypes.end(), atoms[i]) != _menuTypes.end();
+        menu = menu || std::any_of(atoms, atoms + n, [this](xcb_atom_t a) {
+                   return std::find(_menuTypes.begin(), _menuTypes.end(), a) != _menuTypes.end();
+               });
+        // Every reply is read, even once the answer is known.
         std::free(type);
     }
     return menu;
