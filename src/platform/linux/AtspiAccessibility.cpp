@@ -10,6 +10,7 @@
 #include <cmath>
 #include <iterator>
 #include <map>
+#include <thread>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -97,16 +98,32 @@ void AtspiAccessibility::invalidateCache()
 
 AXUIElement AtspiAccessibility::createApplication(pid_t pid)
 {
+    // Toolkits join the bus within a second or so of accessibility being switched on (Firefox:
+    // 170-320 ms measured, idle): a read in that time waits for its application rather than
+    // finding nothing to label.
+    constexpr auto joining = std::chrono::seconds(3);
+    constexpr auto pause = std::chrono::milliseconds(40);
+    const auto until = _switchedOn.load() + joining;
+    auto service = serviceOf(pid);
+    while (!service && std::chrono::steady_clock::now() < until) {
+        std::this_thread::sleep_for(pause);
+        service = serviceOf(pid);
+    }
+    // Without an accessible application, calls on this element fail.
+    return handleOf(ObjectRef {service.value_or(std::string()), rootPath});
+}
+
+std::optional<std::string> AtspiAccessibility::serviceOf(pid_t pid)
+{
     if (auto service = _reader->serviceOf(pid))
-        return handleOf(ObjectRef {*service, rootPath});
+        return service;
     for (const auto &app : _reader->bus().applications(defaultTimeoutMs)) {
         if (_reader->bus().processOf(app.service, defaultTimeoutMs) == pid) {
             _reader->setServiceOf(pid, app.service);
-            return handleOf(ObjectRef {app.service, rootPath});
+            return app.service;
         }
     }
-    // No accessible application: calls on this element fail.
-    return handleOf(ObjectRef {std::string(), rootPath});
+    return std::nullopt;
 }
 
 namespace {
@@ -530,8 +547,13 @@ AXError AtspiAccessibility::setAttributeValue(const AXUIElement &element, const 
     if ((name != AXManualAccessibilityAttribute && name != AXEnhancedUserInterfaceAttribute) || !on
         || !*on)
         return AXError::AttributeUnsupported;
-    return _reader->bus().enableAccessibility(defaultTimeoutMs) ? AXError::Success
-                                                                : AXError::Failure;
+    auto &bus = _reader->bus();
+    const bool wasOn = bus.accessibilityEnabled(defaultTimeoutMs).value_or(false);
+    if (!bus.enableAccessibility(defaultTimeoutMs))
+        return AXError::Failure;
+    if (!wasOn)
+        _switchedOn = std::chrono::steady_clock::now();
+    return AXError::Success;
 }
 
 AXError AtspiAccessibility::setMessagingTimeout(const AXUIElement &element, float seconds)

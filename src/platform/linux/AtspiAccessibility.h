@@ -2,6 +2,8 @@
 
 #include "platform/Accessibility.h"
 
+#include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -67,6 +69,9 @@ public:
     void invalidateCache() override;
 
 private:
+    // The bus name of the process's application, once it is on the bus.
+    std::optional<std::string> serviceOf(pid_t pid);
+
     std::optional<ObjectRef> focusedWindow(const ObjectRef &application,
                                            const std::vector<ObjectRef> &windows);
     // Of the application's windows, the one the X server's window is (`frameOfWindow`).
@@ -79,6 +84,8 @@ private:
     std::optional<ObjectRef> menuBarUnder(const ObjectRef &window);
 
     std::unique_ptr<AtspiReader> _reader;
+    // When this program last switched the toolkits' accessibility on.
+    std::atomic<std::chrono::steady_clock::time_point> _switchedOn {};
 };
 
 } // namespace tarnvik::linux

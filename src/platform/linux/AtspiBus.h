@@ -65,6 +65,9 @@ public:
     // Makes the toolkits that keep their cache interface to themselves until someone listens
     // publish it.
     void listenForChildrenChanges(int timeoutMs) const;
+    // Whether the toolkits are asked to switch their accessibility on (org.a11y.Status
+    // IsEnabled); nothing when the bus launcher doesn't answer.
+    std::optional<bool> accessibilityEnabled(int timeoutMs) const;
     // Asks the toolkits that follow it to switch their accessibility on.
     bool enableAccessibility(int timeoutMs) const;
 

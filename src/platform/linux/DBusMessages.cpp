@@ -188,6 +188,15 @@ std::optional<bool> readBool(DBusMessage *m)
     return v ? std::optional(*v != 0) : std::nullopt;
 }
 
+std::optional<bool> readBoolVariant(DBusMessage *m)
+{
+    DBusMessageIter i;
+    if (!variant(m, i))
+        return std::nullopt;
+    auto v = basic<dbus_bool_t>(i, DBUS_TYPE_BOOLEAN);
+    return v ? std::optional(*v != 0) : std::nullopt;
+}
+
 std::optional<ObjectRef> readObject(DBusMessage *m)
 {
     DBusMessageIter i;

@@ -75,6 +75,7 @@ std::optional<std::int32_t> readIntVariant(DBusMessage *m);
 std::optional<std::string> readString(DBusMessage *m);
 std::optional<std::string> readStringVariant(DBusMessage *m);
 std::optional<bool> readBool(DBusMessage *m);
+std::optional<bool> readBoolVariant(DBusMessage *m);
 std::optional<ObjectRef> readObject(DBusMessage *m);
 std::optional<ObjectRef> readObjectVariant(DBusMessage *m);
 std::optional<std::vector<ObjectRef>> readObjects(DBusMessage *m);
