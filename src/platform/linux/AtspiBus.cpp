@@ -253,11 +253,11 @@ void AtspiBus::listenForChildrenChanges(int timeoutMs) const
 
 std::optional<bool> AtspiBus::accessibilityEnabled(int timeoutMs) const
 {
-    auto reply = callAndWait(_session,
-                             methodCall("org.a11y.Bus", "/org/a11y/bus", DBUS_INTERFACE_PROPERTIES,
-                                        "Get",
-                                        {std::string("org.a11y.Status"), std::string("IsEnabled")}),
-                             timeoutMs);
+    auto reply =
+        callAndWait(_session,
+                    methodCall("org.a11y.Bus", "/org/a11y/bus", DBUS_INTERFACE_PROPERTIES, "Get",
+                               {std::string("org.a11y.Status"), std::string("IsEnabled")}),
+                    timeoutMs);
     return reply ? readBoolVariant(reply.get()) : std::nullopt;
 }
 
