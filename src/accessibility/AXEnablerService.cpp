@@ -72,8 +72,10 @@ bool AXEnablerService::isIgnored(const RunningApplication &app, const Preference
 
 bool AXEnablerService::tryEnable(const RunningApplication &app)
 {
-    // An ignored application is left alone, and that counts as done.
-    if (isIgnored(app, _services.preferences))
+    // An ignored application is left alone, and that counts as done; so is this program, whose
+    // own windows are never read.
+    if (isIgnored(app, _services.preferences)
+        || app.processIdentifier == _services.workspace.currentProcessIdentifier())
         return true;
     auto &ax = _services.ax;
     const AXUIElement element = ax.createApplication(app.processIdentifier);

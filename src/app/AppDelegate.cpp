@@ -1,84 +1,89 @@
 #include "app/AppDelegate.h"
 
-#include "click/Mode.h"
-#include "platform/KeyEvents.h"
+#include "platform/Accessibility.h"
+#include "platform/Diagnostics.h"
+#include "platform/Scheduler.h"
 #include "preferences/Preferences.h"
-#include "scroll/ScrollMode.h"
-
-#include <functional>
 
 namespace tarnvik {
 
-std::optional<SRShortcut> AppDelegate::shortcut(const char *key) const
+AppDelegate::AppDelegate(Services services)
+    : _services(std::move(services))
 {
-    const auto text = _preferences.stringForKey(key);
-    return text ? SRShortcut::shortcutWithKeyEquivalent(*text) : std::nullopt;
+    _services.menuActions.openSettings = [this] {
+        openSettings();
+    };
 }
 
-AppDelegate::WiredTexts AppDelegate::wiredTexts() const
+AppDelegate::~AppDelegate()
 {
-    return {_preferences.stringForKey(Preferences::Keys::searchShortcut),
-            _preferences.stringForKey(Preferences::Keys::nonSearchShortcut),
-            _preferences.stringForKey(Preferences::Keys::scrollShortcut)};
+    if (_pollTimer)
+        _services.scheduler.cancel(*_pollTimer);
+}
+
+void AppDelegate::applicationDidFinishLaunching(bool startedAtLogin)
+{
+    auto &preferences = _services.preferences;
+    _services.loginItem.setEnabled(preferences.boolForKey(Preferences::Keys::launchAtLogin));
+    _analytics.emplace(preferences, _services.analyticsSink);
+    _analytics->applyIdentity(std::nullopt);
+    if (_services.ax.isProcessTrusted()) {
+        setUp();
+        if (!startedAtLogin)
+            openSettings();
+        return;
+    }
+    printLine("AppDelegate: accessibility is off; asking for it");
+    _services.views.showPermissionPrompt();
+    pollPermission();
+}
+
+void AppDelegate::pollPermission()
+{
+    _pollTimer = _services.scheduler.scheduleOnMain(Seconds(permissionPollSeconds), [this] {
+        _pollTimer.reset();
+        if (!_services.ax.isProcessTrusted()) {
+            pollPermission();
+            return;
+        }
+        _services.views.closePermissionPrompt();
+        setUp();
+        openSettings();
+    });
+}
+
+void AppDelegate::setUp()
+{
+    _menuBarExtra.emplace(MenuBarExtra::Services {.workspace = _services.workspace,
+                                                  .preferences = _services.preferences,
+                                                  .enable =
+                                                      [this](const RunningApplication &app) {
+                                                          if (_axEnablerService)
+                                                              _axEnablerService->enable(app);
+                                                      },
+                                                  .actions = _services.menuActions},
+                          _services.views);
+    _services.wireShortcuts();
+    _axEnablerService.emplace(
+        AXEnablerService::Services {.ax = _services.ax,
+                                    .workspace = _services.workspace,
+                                    .scheduler = _services.scheduler,
+                                    .preferences = _services.preferences,
+                                    .deactivateModes = _services.deactivateModes});
+    _axEnablerService->start();
+    _services.readAhead();
+}
+
+void AppDelegate::openSettings()
+{
+    // Never from inside the caller: a menu's action or a D-Bus call finishes first.
+    _services.scheduler.postToMain([this] { _services.views.openSettings(); });
 }
 
 void AppDelegate::preferencesChanged()
 {
-    if (wiredTexts() != _wiredWith)
-        wireShortcuts();
-}
-
-void AppDelegate::wireShortcuts()
-{
-    _wiredWith = wiredTexts();
-    _shortcuts.removeAllActions();
-    const auto search = shortcut(Preferences::Keys::searchShortcut);
-    const auto nonSearch = shortcut(Preferences::Keys::nonSearchShortcut);
-    const auto scroll = shortcut(Preferences::Keys::scrollShortcut);
-    const std::pair<std::optional<SRShortcut>, std::function<void()>> toggles[] = {
-        {search,
-         [this] {
-             clickToggle(false);
-         }},
-        {nonSearch,
-         [this] {
-             clickToggle(true);
-         }},
-        {scroll, [this] {
-             scrollToggle();
-         }}};
-    for (const auto &[s, toggle] : toggles) {
-        // Modifier-only shortcuts need the Hyperkey's key watch, which this program lacks yet.
-        if (!s || s->isModifierOnly())
-            continue;
-        _shortcuts.addAction(
-            SRShortcutAction::shortcutActionWithShortcut(*s,
-                                                         [toggle](SRShortcutAction &) {
-                                                             toggle();
-                                                             return true;
-                                                         }),
-            EventType::keyDown);
-    }
-}
-
-void AppDelegate::clickToggle(bool isSearchDisabled)
-{
-    if (_mode.active()) {
-        _mode.deactivate(true);
-        return;
-    }
-    _scrollMode.deactivate();
-    _mode.activate(isSearchDisabled);
-}
-
-void AppDelegate::scrollToggle()
-{
-    if (_scrollMode.active()) {
-        _scrollMode.deactivate();
-        return;
-    }
-    _mode.deactivate(true);
-    _scrollMode.activate();
+    if (_menuBarExtra)
+        _menuBarExtra->preferencesChanged();
 }
 
 } // namespace tarnvik

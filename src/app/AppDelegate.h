@@ -1,51 +1,73 @@
 #pragma once
 
-#include "keyboard/SRGlobalShortcutMonitor.h"
+#include "accessibility/AXEnablerService.h"
+#include "app/Analytics.h"
+#include "app/MenuBarExtra.h"
+#include "app/ShellViews.h"
+#include "platform/LoginItem.h"
 
-#include <array>
+#include <functional>
 #include <optional>
 #include <string>
 
 namespace tarnvik {
 
-class Mode;
+class Accessibility;
 class Preferences;
-class ScrollMode;
+class Scheduler;
+class Workspace;
 
-// The root of the resident program's behaviour: turns the shortcut preferences into hot keys
-// that start and end the modes.
+// The root of the resident program: runs the launch sequence and owns the parts that live as
+// long as the program, in this order.
 class AppDelegate
 {
 public:
-    AppDelegate(const Preferences &preferences, SRGlobalShortcutMonitor &shortcuts, Mode &mode,
-                ScrollMode &scrollMode)
-        : _preferences(preferences)
-        , _shortcuts(shortcuts)
-        , _mode(mode)
-        , _scrollMode(scrollMode)
-    { }
+    struct Services
+    {
+        Preferences &preferences;
+        Accessibility &ax;
+        Workspace &workspace;
+        Scheduler &scheduler;
+        ShellViews &views;
+        LoginItem &loginItem;
+        // Starts reading each application ahead of its first shortcut, at set-up.
+        std::function<void()> readAhead;
+        // Turns the shortcut preferences into hot keys, at set-up.
+        std::function<void()> wireShortcuts;
+        // Ends whichever mode runs.
+        std::function<void()> deactivateModes;
+        // The status item's commands; its "Settings…" opens the settings here.
+        MenuBarExtra::Actions menuActions;
+        AnalyticsSink *analyticsSink = nullptr;
+    };
 
-    // Runs at start and again after each change of a shortcut: every action is made anew.
-    void wireShortcuts();
-    // After the settings were read again: wires the shortcuts anew if one of them changed.
+    static constexpr double permissionPollSeconds = 0.3;
+
+    explicit AppDelegate(Services services);
+    ~AppDelegate();
+
+    // Writes the login item out, and sets the program up once accessibility is on: at once, or
+    // after the permission prompt. A start at login stays silent; a start by hand opens the
+    // settings.
+    void applicationDidFinishLaunching(bool startedAtLogin);
+    // The program started again while it runs.
+    void applicationShouldHandleReopen() { openSettings(); }
+    void openSettings();
+
+    // After the settings were read again.
     void preferencesChanged();
-    // Ends a running session or starts one; label mode when `isSearchDisabled`. A session of
-    // the other mode ends first: the two never run together.
-    void clickToggle(bool isSearchDisabled);
-    void scrollToggle();
+
+    bool isSetUp() const { return _axEnablerService.has_value(); }
 
 private:
-    using WiredTexts = std::array<std::optional<std::string>, 3>;
+    void pollPermission();
+    void setUp();
 
-    std::optional<SRShortcut> shortcut(const char *key) const;
-    WiredTexts wiredTexts() const;
-
-    const Preferences &_preferences;
-    SRGlobalShortcutMonitor &_shortcuts;
-    Mode &_mode;
-    ScrollMode &_scrollMode;
-    // The shortcuts' texts as the last wiring read them.
-    WiredTexts _wiredWith;
+    Services _services;
+    std::optional<MenuBarExtra> _menuBarExtra;
+    std::optional<AXEnablerService> _axEnablerService;
+    std::optional<Analytics> _analytics;
+    std::optional<std::uint64_t> _pollTimer;
 };
 
 } // namespace tarnvik

@@ -16,7 +16,8 @@ import unittest
 import pyatspi
 
 from desktop_apps import (TARNVIK, Application, ResidentTarnvik, accessible_window, chromium,
-                          firefox, intersect, key, label_drawn_below, poll, rect, targets)
+                          firefox, intersect, key, label_drawn_below, poll, rect, targets,
+                          window_mapped)
 
 PAGES = pathlib.Path(__file__).parent.parent / "pages"
 
@@ -139,11 +140,15 @@ def set_accessibility(on):
                     f"variant:boolean:{str(on).lower()}"], check=True, capture_output=True)
 
 
+PROMPT = "Tarnvik requires Accessibility permission"
+
+
 class FirefoxSwitchedOn(unittest.TestCase):
-    """Firefox joins the accessibility bus only when IsEnabled says so, 0.2 s to a second later,
-    and places its page some 100 ms after that: until then the page's extents are -1. The first
-    shortcut, right after Tarnvik switched the accessibility on, must label the page, not the
-    browser's buttons alone or nothing."""
+    """With accessibility off, Tarnvik asks for it first. Firefox joins the accessibility bus
+    only when IsEnabled says so, 0.2 s to a second later, and places its page some 100 ms after
+    that: until then the page's extents are -1. The first shortcut, right after the prompt's
+    button switched accessibility on, must label the page, not the browser's buttons alone or
+    nothing."""
 
     def test_the_first_shortcut_labels_the_page(self):
         set_accessibility(False)
@@ -162,7 +167,14 @@ class FirefoxSwitchedOn(unittest.TestCase):
         self.addCleanup(os.kill, window_owner, signal.SIGCONT)
         tarnvik = ResidentTarnvik()
         self.addCleanup(tarnvik.remove)
-        tarnvik.start()  # switches Firefox's accessibility on, the browser being in front
+        tarnvik.start(running=False)
+        poll("the prompt", lambda: window_mapped(PROMPT))
+        key("Return")  # its first button switches accessibility on
+        tarnvik.wait_until_running()
+        poll("the poll to close the prompt", lambda: not window_mapped(PROMPT))
+        # Then the settings open, as they do after the prompt; the user goes back to the page.
+        poll("the settings", lambda: window_mapped("Tarnvik Settings"))
+        browser.bring_to_front()
         key("shift+super+space")
         os.kill(window_owner, signal.SIGCONT)
         window = poll("the browser on the bus", lambda: accessible_window("Tarnvik Controls"))

@@ -62,6 +62,12 @@ TEST_F(AXEnablerServiceTest, EachKindOfApplicationGetsItsOwnSwitchAndIgnoredOnes
     service.enable(ignored.info());
     desktop.scheduler().advance(Seconds(10));
     EXPECT_EQ(desktop.performed().size(), 3u) << "an ignored application is left alone";
+
+    auto &itself = app(99, "tarnvik");
+    desktop.setCurrentProcess(99);
+    service.enable(itself.info());
+    desktop.scheduler().advance(Seconds(10));
+    EXPECT_EQ(desktop.performed().size(), 3u) << "this program's own windows are never read";
 }
 
 TEST_F(AXEnablerServiceTest, RetriesHalfASecondApartUntilTheApplicationAnswers)

@@ -159,7 +159,8 @@ public:
     AXError setMessagingTimeout(const AXUIElement &element, float seconds) override;
     AXError performAction(const AXUIElement &element, const std::string &action) override;
     AXResult<pid_t> getPid(const AXUIElement &element) override;
-    bool isProcessTrusted() override { return true; }
+    bool isProcessTrusted() override { return _trusted; }
+    void setTrusted(bool trusted) { _trusted = trusted; }
 
     // Workspace
     std::optional<RunningApplication> frontmostApplication() override;
@@ -200,6 +201,7 @@ private:
     std::map<pid_t, std::unique_ptr<App>> _apps;
     std::vector<pid_t> _appOrder;
     std::optional<pid_t> _frontmost;
+    bool _trusted = true;
     std::optional<pid_t> _menuBarOwner;
     // This program, unless a test makes it one of the fake applications.
     pid_t _currentProcess = 424242;

@@ -92,22 +92,29 @@ AtspiAccessibility::~AtspiAccessibility() = default;
 
 void AtspiAccessibility::invalidateCache()
 {
-
     _reader->invalidate();
+    _readingAfresh = true;
 }
 
 AXUIElement AtspiAccessibility::createApplication(pid_t pid)
 {
     // Toolkits join the bus within a second or so of accessibility being switched on (Firefox:
-    // 170-320 ms measured, idle): a read in that time waits for its application rather than
-    // finding nothing to label.
+    // 170-320 ms measured, idle), and fill their windows' trees some 100 ms after joining. The
+    // first application a fresh read asks for in that time is waited for, rather than finding
+    // nothing or an empty window to label; the switch itself (AXEnablerService) never waits.
     constexpr auto joining = std::chrono::seconds(3);
+    constexpr auto filling = std::chrono::milliseconds(300);
     constexpr auto pause = std::chrono::milliseconds(40);
-    const auto until = _switchedOn.load() + joining;
+    const auto until = _readingAfresh.exchange(false) ? _reader->bus().switchedOnAt() + joining
+                                                      : std::chrono::steady_clock::time_point {};
     auto service = serviceOf(pid);
-    while (!service && std::chrono::steady_clock::now() < until) {
-        std::this_thread::sleep_for(pause);
-        service = serviceOf(pid);
+    if (!service && std::chrono::steady_clock::now() < until) {
+        do {
+            std::this_thread::sleep_for(pause);
+            service = serviceOf(pid);
+        } while (!service && std::chrono::steady_clock::now() < until);
+        if (service)
+            std::this_thread::sleep_for(filling);
     }
     // Without an accessible application, calls on this element fail.
     return handleOf(ObjectRef {service.value_or(std::string()), rootPath});
@@ -547,13 +554,8 @@ AXError AtspiAccessibility::setAttributeValue(const AXUIElement &element, const 
     if ((name != AXManualAccessibilityAttribute && name != AXEnhancedUserInterfaceAttribute) || !on
         || !*on)
         return AXError::AttributeUnsupported;
-    auto &bus = _reader->bus();
-    const bool wasOn = bus.accessibilityEnabled(defaultTimeoutMs).value_or(false);
-    if (!bus.enableAccessibility(defaultTimeoutMs))
-        return AXError::Failure;
-    if (!wasOn)
-        _switchedOn = std::chrono::steady_clock::now();
-    return AXError::Success;
+    return _reader->bus().enableAccessibility(defaultTimeoutMs) ? AXError::Success
+                                                                : AXError::Failure;
 }
 
 AXError AtspiAccessibility::setMessagingTimeout(const AXUIElement &element, float seconds)
@@ -597,9 +599,11 @@ AXResult<pid_t> AtspiAccessibility::getPid(const AXUIElement &element)
     return *pid;
 }
 
+// Nothing is granted per process here: what stands in for the permission is the desktop's
+// accessibility switch, which GNOME's bus launcher keeps in step with its own setting.
 bool AtspiAccessibility::isProcessTrusted()
 {
-    return true;
+    return _reader->bus().accessibilityEnabled(defaultTimeoutMs).value_or(false);
 }
 
 void AtspiAccessibility::prefetch(const std::vector<AXUIElement> &elements, const ReadAhead &reads)

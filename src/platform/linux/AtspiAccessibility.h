@@ -3,7 +3,6 @@
 #include "platform/Accessibility.h"
 
 #include <atomic>
-#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -84,8 +83,8 @@ private:
     std::optional<ObjectRef> menuBarUnder(const ObjectRef &window);
 
     std::unique_ptr<AtspiReader> _reader;
-    // When this program last switched the toolkits' accessibility on.
-    std::atomic<std::chrono::steady_clock::time_point> _switchedOn {};
+    // Set by invalidateCache(), which each session's read starts with.
+    std::atomic<bool> _readingAfresh = false;
 };
 
 } // namespace tarnvik::linux

@@ -258,11 +258,17 @@ std::optional<bool> AtspiBus::accessibilityEnabled(int timeoutMs) const
                     methodCall("org.a11y.Bus", "/org/a11y/bus", DBUS_INTERFACE_PROPERTIES, "Get",
                                {std::string("org.a11y.Status"), std::string("IsEnabled")}),
                     timeoutMs);
-    return reply ? readBoolVariant(reply.get()) : std::nullopt;
+    const auto on = reply ? readBoolVariant(reply.get()) : std::nullopt;
+    if (on == false)
+        _seenOff = true;
+    else if (on == true && _seenOff.exchange(false))
+        _switchedOn = std::chrono::steady_clock::now();
+    return on;
 }
 
 bool AtspiBus::enableAccessibility(int timeoutMs) const
 {
+    (void)accessibilityEnabled(timeoutMs);
     auto m = methodCall("org.a11y.Bus", "/org/a11y/bus", DBUS_INTERFACE_PROPERTIES, "Set",
                         {std::string("org.a11y.Status"), std::string("IsEnabled")});
     DBusMessageIter i;
@@ -273,7 +279,11 @@ bool AtspiBus::enableAccessibility(int timeoutMs) const
     dbus_message_iter_append_basic(&value, DBUS_TYPE_BOOLEAN, &on);
     dbus_message_iter_close_container(&i, &value);
     auto reply = callAndWait(_session, m, timeoutMs);
-    return reply && dbus_message_get_type(reply.get()) == DBUS_MESSAGE_TYPE_METHOD_RETURN;
+    const bool done =
+        reply && dbus_message_get_type(reply.get()) == DBUS_MESSAGE_TYPE_METHOD_RETURN;
+    if (done && _seenOff.exchange(false))
+        _switchedOn = std::chrono::steady_clock::now();
+    return done;
 }
 
 } // namespace tarnvik::linux

@@ -2,6 +2,8 @@
 
 #include "platform/linux/DBusMessages.h"
 
+#include <atomic>
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -70,6 +72,9 @@ public:
     std::optional<bool> accessibilityEnabled(int timeoutMs) const;
     // Asks the toolkits that follow it to switch their accessibility on.
     bool enableAccessibility(int timeoutMs) const;
+    // When accessibility was last seen to come on, by this program or between two of its reads:
+    // the toolkits join the bus in the second after.
+    std::chrono::steady_clock::time_point switchedOnAt() const { return _switchedOn; }
 
 private:
     AtspiBus(DBusConnection *session, DBusConnection *bus);
@@ -85,6 +90,8 @@ private:
     std::unordered_map<std::string, pid_t> _processes;
     mutable std::unordered_map<std::string, DBusConnection *> _peers;
     mutable std::unordered_map<DBusConnection *, std::unique_ptr<std::mutex>> _waiting;
+    mutable std::atomic<bool> _seenOff = false;
+    mutable std::atomic<std::chrono::steady_clock::time_point> _switchedOn {};
 };
 
 } // namespace tarnvik::linux

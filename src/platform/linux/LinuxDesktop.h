@@ -21,6 +21,7 @@ public:
 
     AtspiAccessibility &accessibility() { return *_accessibility; }
     X11Desktop &desktop() { return *_desktop; }
+    AtspiBus &bus() { return *_bus; }
 
 private:
     LinuxDesktop() = default;

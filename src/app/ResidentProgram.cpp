@@ -1,0 +1,205 @@
+#include "app/ResidentProgram.h"
+
+#include "app/MenubarFrame.h"
+#include "platform/Diagnostics.h"
+
+#include <QApplication>
+#include <QDesktopServices>
+#include <QDir>
+#include <QScreen>
+#include <QStyleHints>
+#include <QUrl>
+
+#include <cmath>
+#include <cstdio>
+
+namespace tarnvik {
+
+namespace {
+
+// The program's own pages, installed beside it; a page that isn't there opens nothing.
+void openPage(const char *name)
+{
+    const QString path = QDir(QCoreApplication::applicationDirPath())
+                             .absoluteFilePath(QString("../share/doc/tarnvik/") + name);
+    if (QFileInfo::exists(path))
+        QDesktopServices::openUrl(QUrl::fromLocalFile(QDir::cleanPath(path)));
+}
+
+} // namespace
+
+void TimedHotKeys::setHandler(Handler handler)
+{
+    _keys.setHandler([this, handler = std::move(handler)](HotKeyId id, int eventType) {
+        if (eventType == EventType::keyDown)
+            pressed = std::chrono::steady_clock::now();
+        if (handler)
+            handler(id, eventType);
+    });
+}
+
+std::optional<ResidentProgram::Connections> ResidentProgram::connect()
+{
+    Connections c;
+    c.desktop = linux::LinuxDesktop::connect();
+    if (!c.desktop)
+        return std::nullopt;
+    wireMenubarFrame(*c.desktop);
+    c.keyboard = linux::X11Keyboard::connect();
+    c.pointer = linux::X11Pointer::connect(
+        [] { return QApplication::styleHints()->mouseDoubleClickInterval() / 1000.0; });
+    if (!c.keyboard || !c.pointer) {
+        std::fputs("tarnvik: the display lacks the XTEST or XKB extension\n", stderr);
+        return std::nullopt;
+    }
+    c.scrollPosting = linux::makeScrollPosting(c.scrolling);
+    if (!c.scrollPosting) {
+        std::fputs("tarnvik: no display to scroll\n", stderr);
+        return std::nullopt;
+    }
+    return c;
+}
+
+namespace {
+
+double refreshPeriod()
+{
+    return 1.0 / QGuiApplication::primaryScreen()->refreshRate();
+}
+
+// Labels are as large as the desktop's other text: Xft.dpi is the scale X applications follow,
+// and Qt reads it for the screen's logical resolution.
+std::function<double()> desktopScale(double qtScaleFactor)
+{
+    return [qtScaleFactor] {
+        return qtScaleFactor * QGuiApplication::primaryScreen()->logicalDotsPerInch() / 96.0;
+    };
+}
+
+} // namespace
+
+// The desktop's appearance and its scale are read at each session.
+ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
+    : _c(std::move(connections))
+    , _x(_c.desktop->desktop())
+    , _preferences(_store)
+    , _sounds(_player, _preferences, TARNVIK_SOUNDS_DIR)
+    , _hotKeys(*_c.keyboard)
+    , _shortcuts(_hotKeys)
+    , _cursor(*_c.pointer)
+    , _doubleClick(_scheduler, _shortcuts)
+    , _views(_preferences,
+             {.firstScreenHeight = [this] { return firstScreenHeight(); },
+              .overlay = {.hasCompositor = _x.hasCompositor(),
+                          .reduceMotion = [this] { return _x.appearance().reduceMotion; },
+                          .labelsPainted = labelsPaintedTrace()},
+              .highContrast = [this] { return _x.appearance().highContrast; },
+              .labelZoom = desktopScale(qtScaleFactor)})
+    , _mode({.platform = {_c.desktop->accessibility(), _x, _x},
+             .screens = _x,
+             .preferences = _preferences,
+             .scheduler = _scheduler,
+             .keyboard = *_c.keyboard,
+             .keyboardLayout = *_c.keyboard,
+             .pointerMotion = *_c.pointer,
+             .cursor = _cursor,
+             .events = *_c.pointer,
+             .sounds = _sounds,
+             .views = _views,
+             .doubleClick = _doubleClick,
+             .treeQueue = _treeQueue,
+             .searchQueue = _searchQueue})
+    , _frameClock(refreshPeriod)
+    , _scroller(_frameClock, *_c.scrollPosting)
+    , _scrollViews(_preferences,
+                   {.firstScreenHeight = [this] { return firstScreenHeight(); },
+                    .hasCompositor = _x.hasCompositor(),
+                    .zoom = desktopScale(qtScaleFactor)})
+    , _scrollMode({.platform = {_c.desktop->accessibility(), _x, _x},
+                   .screens = _x,
+                   .preferences = _preferences,
+                   .scheduler = _scheduler,
+                   .keyboard = *_c.keyboard,
+                   .events = *_c.pointer,
+                   .cursor = _cursor,
+                   .scroller = _scroller,
+                   .views = _scrollViews,
+                   .treeQueue = _scrollTreeQueue})
+    , _wiring(_preferences, _shortcuts, _mode, _scrollMode)
+    , _firstReads({.reading = {.platform = {_c.desktop->accessibility(), _x, _x},
+                               .screens = _x,
+                               .preferences = _preferences,
+                               .scheduler = _scheduler},
+                   .queue = _treeQueue})
+    , _accessibilitySwitch(_c.desktop->bus(), _x)
+    , _shellViews({.switchOn = [this] { _accessibilitySwitch.switchOn(); },
+                   .applicationsToRestart =
+                       [this] { return _accessibilitySwitch.applicationsToRestart(); },
+                   .quit = [] { QCoreApplication::quit(); }})
+    , _loginItem(QCoreApplication::applicationFilePath(), "--at-login")
+    , _delegate({.preferences = _preferences,
+                 .ax = _c.desktop->accessibility(),
+                 .workspace = _x,
+                 .scheduler = _scheduler,
+                 .views = _shellViews,
+                 .loginItem = _loginItem,
+                 .readAhead =
+                     [this] {
+                         _views.prepare(_x.screens().front());
+                         _firstReads.start();
+                         printRunning();
+                     },
+                 .wireShortcuts = [this] { _wiring.wireShortcuts(); },
+                 .deactivateModes = [this] { deactivateModes(); },
+                 .menuActions = {.checkForUpdates = [] { openPage("CHANGELOG.md"); },
+                                 .openGithubIssues = [] { openPage("README.md"); },
+                                 .openSupportMail = [] { openPage("README.md"); },
+                                 .openUserGuide = [] { openPage("README.md"); },
+                                 .openChangelog = [] { openPage("CHANGELOG.md"); },
+                                 .quit = [] { QCoreApplication::quit(); }}})
+    , _preferenceFile(_store, [this] {
+        _wiring.preferencesChanged();
+        _delegate.preferencesChanged();
+    })
+{ }
+
+ResidentProgram::~ResidentProgram()
+{
+    deactivateModes();
+    _doubleClick.reset(true);
+}
+
+double ResidentProgram::firstScreenHeight()
+{
+    return _x.screens().front().frame.size.height;
+}
+
+void ResidentProgram::deactivateModes()
+{
+    _mode.deactivate(true);
+    _scrollMode.deactivate();
+}
+
+std::function<void(std::size_t)> ResidentProgram::labelsPaintedTrace()
+{
+    if (!qEnvironmentVariableIsSet("TARNVIK_TRACE"))
+        return nullptr;
+    return [this](std::size_t count) {
+        const std::chrono::duration<double, std::milli> elapsed =
+            std::chrono::steady_clock::now() - _hotKeys.pressed;
+        std::fprintf(stderr, "labels drawn: %zu labels, %.1f ms after the shortcut\n", count,
+                     elapsed.count());
+    };
+}
+
+void ResidentProgram::printRunning()
+{
+    printLine("Tarnvik: running; the click shortcut is "
+              + _preferences.stringForKey(Preferences::Keys::nonSearchShortcut).value_or("unset")
+              + ", the scroll shortcut "
+              + _preferences.stringForKey(Preferences::Keys::scrollShortcut).value_or("unset")
+              + "; scrolling by " + _c.scrolling + ", "
+              + std::to_string(std::lround(1 / refreshPeriod())) + " frames a second");
+}
+
+} // namespace tarnvik

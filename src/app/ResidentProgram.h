@@ -1,0 +1,118 @@
+#pragma once
+
+#include "app/AppDelegate.h"
+#include "app/FirstReads.h"
+#include "app/ShortcutWiring.h"
+#include "app/views/QtShellViews.h"
+#include "click/CursorManager.h"
+#include "click/DoubleClickManager.h"
+#include "click/Mode.h"
+#include "click/views/QtModeViews.h"
+#include "platform/WorkQueue.h"
+#include "platform/linux/AtspiSwitch.h"
+#include "platform/linux/LinuxDesktop.h"
+#include "platform/linux/TimerFrameClock.h"
+#include "platform/linux/WheelScrolling.h"
+#include "platform/linux/X11Keyboard.h"
+#include "platform/linux/X11Pointer.h"
+#include "platform/qt/PreferenceFileWatcher.h"
+#include "platform/qt/QSettingsPreferenceStore.h"
+#include "platform/qt/QtScheduler.h"
+#include "platform/qt/QtSoundPlayer.h"
+#include "platform/qt/XdgAutostart.h"
+#include "preferences/Preferences.h"
+#include "scroll/BufferAndRateScroller.h"
+#include "scroll/ScrollMode.h"
+#include "scroll/views/QtScrollViews.h"
+#include "sounds/SoundEffectManager.h"
+
+#include <chrono>
+#include <memory>
+#include <string>
+
+namespace tarnvik {
+
+// The X backend's hot keys, with the time of the last press noted.
+class TimedHotKeys final : public HotKeys
+{
+public:
+    explicit TimedHotKeys(HotKeys &keys)
+        : _keys(keys)
+    { }
+    void setHandler(Handler handler) override;
+    bool registerHotKey(HotKeyId id, std::uint16_t keyCode, std::uint64_t modifiers) override
+    {
+        return _keys.registerHotKey(id, keyCode, modifiers);
+    }
+    bool unregisterHotKey(HotKeyId id) override { return _keys.unregisterHotKey(id); }
+
+    std::chrono::steady_clock::time_point pressed;
+
+private:
+    HotKeys &_keys;
+};
+
+// The resident program on the Linux desktop: every part that lives as long as it does, made in
+// the order in which each needs the ones before, and gone in the reverse order.
+class ResidentProgram
+{
+public:
+    // What the program reaches outside itself, connected before anything is made.
+    struct Connections
+    {
+        std::unique_ptr<linux::LinuxDesktop> desktop;
+        std::unique_ptr<linux::X11Keyboard> keyboard;
+        std::unique_ptr<linux::X11Pointer> pointer;
+        std::unique_ptr<ScrollPosting> scrollPosting;
+        // How the scrolling reaches applications, for the start-up line.
+        std::string scrolling;
+    };
+    // Nothing, with the reason on standard error, when the display or the accessibility bus
+    // lacks what the program needs.
+    static std::optional<Connections> connect();
+
+    // `qtScaleFactor` is the factor QT_SCALE_FACTOR asked for, which the labels follow.
+    ResidentProgram(Connections connections, double qtScaleFactor);
+    ~ResidentProgram();
+
+    void launch(bool startedAtLogin) { _delegate.applicationDidFinishLaunching(startedAtLogin); }
+    void reopen() { _delegate.applicationShouldHandleReopen(); }
+
+private:
+    void deactivateModes();
+    double firstScreenHeight();
+    // With TARNVIK_TRACE set, how long each shortcut took to show its labels, on standard error.
+    std::function<void(std::size_t)> labelsPaintedTrace();
+    void printRunning();
+
+    Connections _c;
+    linux::X11Desktop &_x;
+    QSettingsPreferenceStore _store;
+    Preferences _preferences;
+    QtScheduler _scheduler;
+    QtSoundPlayer _player;
+    SoundEffectManager _sounds;
+    TimedHotKeys _hotKeys;
+    SRGlobalShortcutMonitor _shortcuts;
+    CursorManager _cursor;
+    DoubleClickManager _doubleClick;
+    // Declared before the modes, so that work in flight ends before what it uses goes away.
+    SerialWorkQueue _treeQueue;
+    SerialWorkQueue _searchQueue;
+    SerialWorkQueue _scrollTreeQueue;
+    QtModeViews _views;
+    Mode _mode;
+    linux::TimerFrameClock _frameClock;
+    BufferAndRateScroller _scroller;
+    QtScrollViews _scrollViews;
+    ScrollMode _scrollMode;
+    ShortcutWiring _wiring;
+    FirstReads _firstReads;
+    linux::AtspiSwitch _accessibilitySwitch;
+    QtShellViews _shellViews;
+    XdgAutostart _loginItem;
+    AppDelegate _delegate;
+    PreferenceFileWatcher _preferenceFile;
+};
+
+} // namespace tarnvik

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "app/ShellViews.h"
+
+#include <QPointer>
+#include <QWidget>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+class QSystemTrayIcon;
+class QMenu;
+
+namespace tarnvik {
+
+// The status item through the desktop's tray: a StatusNotifierItem where a panel watches for
+// one, the older XEmbed tray otherwise.
+class QtStatusItem final : public StatusItemView
+{
+public:
+    explicit QtStatusItem(ShellViews::MenuBuilder builder);
+    ~QtStatusItem() override;
+    void setVisible(bool visible) override;
+
+private:
+    void rebuild();
+
+    ShellViews::MenuBuilder _builder;
+    std::unique_ptr<QMenu> _menu;
+    std::unique_ptr<QSystemTrayIcon> _icon;
+};
+
+// The program's own windows: the accessibility prompt and the settings.
+class QtShellViews final : public ShellViews
+{
+public:
+    struct PromptActions
+    {
+        std::function<void()> switchOn;
+        // The names of running applications that need a restart to be read.
+        std::function<std::vector<std::string>()> applicationsToRestart;
+        std::function<void()> quit;
+    };
+
+    explicit QtShellViews(PromptActions prompt)
+        : _promptActions(std::move(prompt))
+    { }
+    ~QtShellViews() override;
+
+    void showPermissionPrompt() override;
+    void closePermissionPrompt() override;
+    void openSettings() override;
+    StatusItemView &makeStatusItem(MenuBuilder menu) override;
+
+private:
+    PromptActions _promptActions;
+    QPointer<QWidget> _prompt;
+    std::unique_ptr<QWidget> _settings;
+    std::unique_ptr<QtStatusItem> _statusItem;
+};
+
+} // namespace tarnvik
