@@ -1,0 +1,150 @@
+#!/usr/bin/env python3
+"""The resident program as a desktop program: one instance per session, the login item, and the
+tray item with its menu as a panel reads it over the StatusNotifierItem protocol. A minimal
+watcher stands in for the panel."""
+
+import os
+import pathlib
+import subprocess
+import sys
+import time
+import unittest
+
+import pyatspi
+from gi.repository import Gio, GLib
+
+from desktop_apps import (TARNVIK, Application, ResidentTarnvik, assert_typing_reaches, key,
+                          labels_mapped, poll, process_frame, window_mapped)
+
+SETTINGS = "Tarnvik Settings"
+
+
+def settings_closed():
+    subprocess.run(["xdotool", "search", "--name", SETTINGS, "windowclose"], capture_output=True)
+    return not window_mapped(SETTINGS)
+
+
+class Shell(unittest.TestCase):
+
+    @classmethod
+    def setUpClass(cls):
+        # The panel is there before the program, as at login.
+        cls.watcher = subprocess.Popen(
+            [sys.executable, os.path.join(os.path.dirname(__file__),
+                                          "status_notifier_watcher.py")],
+            stdout=subprocess.PIPE, text=True)
+        poll("the watcher", lambda: "watching" in cls.watcher.stdout.readline())
+        cls.tarnvik = ResidentTarnvik()
+        cls.app = Application(lambda home: ["gtk3-widget-factory"])
+        cls.app.bring_to_front()
+        cls.window = poll("the window on the bus", lambda: process_frame(cls.app.process.pid))
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.tarnvik.remove()
+        cls.app.stop()
+        cls.watcher.kill()
+        cls.watcher.wait()
+
+    def setUp(self):
+        poll("no settings window", settings_closed)
+        self.app.bring_to_front()
+
+    def tearDown(self):
+        self.tarnvik.stop()
+
+    def entry(self):
+        found = []
+
+        def visit(accessible):
+            if accessible.getRole() == pyatspi.ROLE_TEXT and accessible.getState().contains(
+                    pyatspi.STATE_EDITABLE) and accessible.getState().contains(
+                        pyatspi.STATE_SHOWING):
+                found.append(accessible)
+            for child in accessible:
+                if child is not None and not found:
+                    visit(child)
+        visit(self.window)
+        return found[0]
+
+    def test_a_second_start_exits_and_opens_the_settings_of_the_first(self):
+        self.tarnvik.start()
+        self.assertFalse(window_mapped(SETTINGS), "a start at login stays silent")
+        second = subprocess.run([TARNVIK], env=dict(os.environ, XDG_CONFIG_HOME=self.tarnvik.config),
+                                capture_output=True, timeout=20)
+        self.assertEqual(second.returncode, 0)
+        poll("the settings of the first", lambda: window_mapped(SETTINGS), 10)
+        self.assertIsNone(self.tarnvik.process.poll(), "the first runs on")
+
+    def test_launch_at_login_writes_and_removes_the_autostart_entry(self):
+        entry = os.path.join(self.tarnvik.config, "autostart", "tarnvik.desktop")
+        self.tarnvik.start("launch-at-login=true\n")
+        with open(entry, encoding="utf-8") as f:
+            lines = f.read().splitlines()
+        self.assertIn("[Desktop Entry]", lines)
+        self.assertIn(f"Exec={os.path.realpath(TARNVIK)} --at-login", lines)
+        self.tarnvik.stop()
+        self.tarnvik.start("launch-at-login=false\n")
+        self.assertFalse(os.path.exists(entry))
+
+    def test_the_tray_menu_disables_the_front_application_and_quits(self):
+        self.tarnvik.start()
+        bus = Gio.bus_get_sync(Gio.BusType.SESSION)
+
+        def ours():
+            """The next item registered, if this test's program registered it."""
+            service, path = self.watcher.stdout.readline().split()[1:]
+            try:
+                owner = bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                      "org.freedesktop.DBus", "GetConnectionUnixProcessID",
+                                      GLib.Variant("(s)", (service,)), GLib.VariantType("(u)"),
+                                      Gio.DBusCallFlags.NONE, 5000, None).unpack()[0]
+            except GLib.Error:  # an earlier test's program, gone
+                return None
+            return (service, path) if owner == self.tarnvik.process.pid else None
+        item = poll("the item registered", ours)
+
+        def call(path, interface, method, args, reply):
+            return bus.call_sync(item[0], path, interface, method, args,
+                                 GLib.VariantType(reply), Gio.DBusCallFlags.NONE, 5000,
+                                 None).unpack()
+        menu = call(item[1], "org.freedesktop.DBus.Properties", "Get",
+                    GLib.Variant("(ss)", ("org.kde.StatusNotifierItem", "Menu")), "(v)")[0]
+
+        def entries():
+            call(menu, "com.canonical.dbusmenu", "AboutToShow", GLib.Variant("(i)", (0,)),
+                 "(b)")
+            layout = call(menu, "com.canonical.dbusmenu", "GetLayout",
+                          GLib.Variant("(iias)", (0, 1, [])), "(u(ia{sv}av))")[1]
+            return [(child[0], child[1].get("label", "")
+                     if child[1].get("type") != "separator" else "")
+                    for child in layout[2]]
+
+        titles = [title for _, title in entries()]
+        self.assertEqual(titles[:2], ["Settings…", "Check for Updates…"])
+        self.assertRegex(titles[2], "^Disable Tarnvik in .+")
+        self.assertEqual(titles[3:], ["", "Send Feedback", "Read the User Guide", "Changelog",
+                                      "", "Quit"])
+
+        def choose(title):
+            number = next(n for n, t in entries() if t == title)
+            call(menu, "com.canonical.dbusmenu", "Event",
+                 GLib.Variant("(isvu)", (number, "clicked", GLib.Variant("s", ""), 0)), "()")
+
+        choose(titles[2])
+        conf = os.path.join(self.tarnvik.config, "tarnvik", "tarnvik.conf")
+        poll("the application on the ignore list",
+             lambda: "disabled-bundle-paths" in pathlib.Path(conf).read_text(encoding="utf-8"))
+        self.assertEqual(entries()[2][1], titles[2].replace("Disable", "Enable", 1))
+        key("shift+super+space")
+        time.sleep(1)
+        self.assertFalse(labels_mapped(), "the shortcut does nothing over an ignored application")
+
+        choose("Quit")
+        self.assertEqual(self.tarnvik.process.wait(10), 0)
+        self.tarnvik.process = None
+        assert_typing_reaches(self.entry(), "qv")
+
+
+if __name__ == "__main__":
+    unittest.main()
