@@ -15,9 +15,9 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (TARNVIK, Application, ResidentTarnvik, accessible_window, chromium,
-                          firefox, intersect, key, label_drawn_below, poll, rect, targets,
-                          window_mapped)
+from desktop_apps import (PROMPT, TARNVIK, Application, ResidentTarnvik, accessible_window,
+                          chromium, firefox, intersect, key, label_drawn_below, poll, rect,
+                          set_accessibility, targets, window_mapped)
 
 PAGES = pathlib.Path(__file__).parent.parent / "pages"
 
@@ -131,16 +131,6 @@ class Chromium(Browser, unittest.TestCase):
 class ChromiumOn10000Links(Browser, unittest.TestCase):
     command = staticmethod(chromium)
     links = 10000
-
-
-def set_accessibility(on):
-    subprocess.run(["dbus-send", "--session", "--print-reply", "--dest=org.a11y.Bus",
-                    "/org/a11y/bus", "org.freedesktop.DBus.Properties.Set",
-                    "string:org.a11y.Status", "string:IsEnabled",
-                    f"variant:boolean:{str(on).lower()}"], check=True, capture_output=True)
-
-
-PROMPT = "Tarnvik requires Accessibility permission"
 
 
 class FirefoxSwitchedOn(unittest.TestCase):

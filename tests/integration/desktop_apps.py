@@ -199,6 +199,16 @@ class ResidentTarnvik:
         subprocess.run(["rm", "-rf", self.config])
 
 
+PROMPT = "Tarnvik requires Accessibility permission"
+
+
+def set_accessibility(on):
+    subprocess.run(["dbus-send", "--session", "--print-reply", "--dest=org.a11y.Bus",
+                    "/org/a11y/bus", "org.freedesktop.DBus.Properties.Set",
+                    "string:org.a11y.Status", "string:IsEnabled",
+                    f"variant:boolean:{str(on).lower()}"], check=True, capture_output=True)
+
+
 def key(*keys):
     subprocess.run(["xdotool", "key", "--delay", "30", *keys], check=True)
 

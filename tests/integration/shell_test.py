@@ -13,8 +13,9 @@ import unittest
 import pyatspi
 from gi.repository import Gio, GLib
 
-from desktop_apps import (TARNVIK, Application, ResidentTarnvik, assert_typing_reaches, key,
-                          labels_mapped, poll, process_frame, window_mapped)
+from desktop_apps import (PROMPT, TARNVIK, Application, ResidentTarnvik, assert_typing_reaches,
+                          key, labels_mapped, poll, process_frame, set_accessibility,
+                          window_mapped)
 
 SETTINGS = "Tarnvik Settings"
 
@@ -144,6 +145,33 @@ class Shell(unittest.TestCase):
         self.assertEqual(self.tarnvik.process.wait(10), 0)
         self.tarnvik.process = None
         assert_typing_reaches(self.entry(), "qv")
+
+    def test_without_accessibility_the_prompt_names_what_needs_a_restart_and_waits_for_it(self):
+        set_accessibility(False)
+        self.addCleanup(set_accessibility, True)
+        # A Qt application started while accessibility is off looks for it no more.
+        qt = subprocess.Popen([os.environ["QT_CONTROLS"]], env={
+            k: v for k, v in os.environ.items() if k != "QT_LINUX_ACCESSIBILITY_ALWAYS_ON"})
+        self.addCleanup(qt.wait)
+        self.addCleanup(qt.kill)
+        poll("its window", lambda: window_mapped("Tarnvik Qt Controls"))
+        self.tarnvik.start(running=False)
+        poll("the prompt", lambda: window_mapped(PROMPT))
+
+        def prompt_texts():
+            texts = []
+            for app in pyatspi.Registry.getDesktop(0):
+                for window in app or []:
+                    if window is not None and window.name == PROMPT:
+                        texts += [a.name for a in pyatspi.findAllDescendants(
+                            window, lambda a: a.getRole() == pyatspi.ROLE_LABEL)]
+            return texts
+        texts = poll("the prompt on the bus", prompt_texts)
+        self.assertTrue(any("restart" in t and "tarnvik-qt-controls" in t for t in texts), texts)
+
+        set_accessibility(True)  # as the desktop's own settings would
+        self.tarnvik.wait_until_running()
+        poll("the poll to close the prompt", lambda: not window_mapped(PROMPT))
 
 
 if __name__ == "__main__":
