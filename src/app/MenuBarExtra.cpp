@@ -48,7 +48,7 @@ std::vector<MenuEntry> MenuBarExtra::applicationEntry()
     const auto disabled = preferences.disabledBundlePaths();
     const bool isDisabled = std::ranges::find(disabled, path) != disabled.end();
     const std::string title = std::string(isDisabled ? "Enable" : "Disable") + " " + programName
-                            + " in " + *app->localizedName;
+        + " in " + *app->localizedName;
     if (!isDisabled)
         return {{title, "", [&preferences, path] {
                      auto paths = preferences.disabledBundlePaths();

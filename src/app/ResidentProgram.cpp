@@ -132,10 +132,13 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                                .scheduler = _scheduler},
                    .queue = _treeQueue})
     , _accessibilitySwitch(_c.desktop->bus(), _x)
-    , _shellViews({.switchOn = [this] { _accessibilitySwitch.switchOn(); },
-                   .applicationsToRestart =
-                       [this] { return _accessibilitySwitch.applicationsToRestart(); },
-                   .quit = [] { QCoreApplication::quit(); }})
+    , _shellViews(
+          {.switchOn = [this] { _accessibilitySwitch.switchOn(); },
+           .applicationsToRestart = [this] { return _accessibilitySwitch.applicationsToRestart(); },
+           .quit =
+               [] {
+                   QCoreApplication::quit();
+               }})
     , _loginItem(QCoreApplication::applicationFilePath(), "--at-login")
     , _delegate({.preferences = _preferences,
                  .ax = _c.desktop->accessibility(),
@@ -156,7 +159,10 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                                  .openSupportMail = [] { openPage("README.md"); },
                                  .openUserGuide = [] { openPage("README.md"); },
                                  .openChangelog = [] { openPage("CHANGELOG.md"); },
-                                 .quit = [] { QCoreApplication::quit(); }}})
+                                 .quit =
+                                     [] {
+                                         QCoreApplication::quit();
+                                     }}})
     , _preferenceFile(_store, [this] {
         _wiring.preferencesChanged();
         _delegate.preferencesChanged();

@@ -18,7 +18,7 @@ class ShortcutWiring
 {
 public:
     ShortcutWiring(const Preferences &preferences, SRGlobalShortcutMonitor &shortcuts, Mode &mode,
-                ScrollMode &scrollMode)
+                   ScrollMode &scrollMode)
         : _preferences(preferences)
         , _shortcuts(shortcuts)
         , _mode(mode)

@@ -82,7 +82,9 @@ struct Shell
                            .readAhead = [this] { ++readsAhead; },
                            .wireShortcuts = [this] { ++wirings; },
                            .deactivateModes = [] {},
-                           .menuActions = {.quit = [this] { ++quits; }}}};
+                           .menuActions = {.quit = [this] {
+                               ++quits;
+                           }}}};
 };
 
 class AppDelegateTest : public ::testing::Test, protected Shell
@@ -139,10 +141,14 @@ TEST_F(AppDelegateTest, WithoutAccessibilityThePromptWaitsForItPollingEveryThird
 TEST_F(AppDelegateTest, TheMenuNamesTheFrontApplicationAndDisablesAndEnablesIt)
 {
     delegate.applicationDidFinishLaunching(true);
-    const Titles disable {"Settings…",        "Check for Updates…",
-                          "Disable Tarnvik in Text Editor", "",
-                          "Send Feedback",    "Read the User Guide",
-                          "Changelog",        "",
+    const Titles disable {"Settings…",
+                          "Check for Updates…",
+                          "Disable Tarnvik in Text Editor",
+                          "",
+                          "Send Feedback",
+                          "Read the User Guide",
+                          "Changelog",
+                          "",
                           "Quit"};
     EXPECT_EQ(views.titles(), disable);
 

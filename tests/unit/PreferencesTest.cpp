@@ -61,9 +61,15 @@ TEST(QSettingsPreferenceStore, ValuesSurviveTheFileWithTheirTypes)
     EXPECT_EQ(store.stringValue("s"), "⇧⌘Space");
     EXPECT_EQ(store.stringListValue("one"), (std::vector<std::string> {"/only.app"}));
     EXPECT_EQ(store.stringListValue("two"), (std::vector<std::string> {"/a.app", "/b.app"}));
+    testing::internal::CaptureStderr();
     EXPECT_FALSE(store.boolValue("s")) << "text that isn't a Boolean";
+    EXPECT_FALSE(store.boolValue("s"));
     EXPECT_FALSE(store.doubleValue("s"));
     EXPECT_FALSE(store.stringValue("missing"));
+    const std::string complaints = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(complaints,
+              "tarnvik: s=⇧⌘Space in " + copy + " is not true or false; its default stands\n")
+        << "one line for a value however often it is read, none for what is missing";
     store.remove("b");
     EXPECT_FALSE(store.boolValue("b"));
 }

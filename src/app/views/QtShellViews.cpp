@@ -35,8 +35,7 @@ void fill(QMenu &menu, const std::vector<MenuEntry> &entries)
         if (!entry.keyEquivalent.empty())
             action->setShortcut(QKeySequence("Ctrl+" + text(entry.keyEquivalent).toUpper()));
         if (entry.action)
-            QObject::connect(action, &QAction::triggered, action,
-                             [run = entry.action] { run(); });
+            QObject::connect(action, &QAction::triggered, action, [run = entry.action] { run(); });
         else
             action->setEnabled(false);
     }
@@ -130,14 +129,14 @@ void QtShellViews::showPermissionPrompt()
     auto *switchOn = new QPushButton("Switch On Accessibility", window);
     switchOn->setDefault(true);
     switchOn->setFixedWidth(240);
-    QObject::connect(switchOn, &QPushButton::clicked, window, [this] { _promptActions.switchOn(); });
+    QObject::connect(switchOn, &QPushButton::clicked, window,
+                     [this] { _promptActions.switchOn(); });
     layout->addWidget(switchOn, 0, Qt::AlignHCenter);
     if (const auto command = accessibilitySettingsCommand(); !command.isEmpty()) {
         auto *open = new QPushButton("Open Accessibility Settings", window);
         open->setFixedWidth(240);
-        QObject::connect(open, &QPushButton::clicked, window, [command] {
-            QProcess::startDetached(command.front(), command.mid(1));
-        });
+        QObject::connect(open, &QPushButton::clicked, window,
+                         [command] { QProcess::startDetached(command.front(), command.mid(1)); });
         layout->addWidget(open, 0, Qt::AlignHCenter);
     }
     auto *quit = new QPushButton("Quit", window);

@@ -37,6 +37,7 @@ std::optional<bool> QSettingsPreferenceStore::boolValue(const std::string &k) co
         if (v.toString() == QLatin1String("false"))
             return false;
     }
+    complain(k, v, "true or false");
     return std::nullopt;
 }
 
@@ -52,6 +53,7 @@ std::optional<double> QSettingsPreferenceStore::doubleValue(const std::string &k
         if (ok)
             return d;
     }
+    complain(k, v, "a number");
     return std::nullopt;
 }
 
@@ -60,6 +62,7 @@ std::optional<std::string> QSettingsPreferenceStore::stringValue(const std::stri
     const QVariant v = value(k);
     if (v.typeId() == QMetaType::QString)
         return v.toString().toStdString();
+    complain(k, v, "a text");
     return std::nullopt;
 }
 
@@ -119,6 +122,20 @@ void QSettingsPreferenceStore::reload()
     if (_settings->status() == QSettings::FormatError)
         std::fprintf(stderr, "tarnvik: %s can't be read as settings; the defaults stand\n",
                      qPrintable(_settings->fileName()));
+}
+
+void QSettingsPreferenceStore::complain(const std::string &k, const QVariant &v,
+                                        const char *wanted) const
+{
+    if (!v.isValid())
+        return;
+    const QString written = v.toStringList().join(", ");
+    std::lock_guard lock(_mutex);
+    // Once for each value written: the same read comes back at every use.
+    if (!_complainedOf.insert(k + "=" + written.toStdString()).second)
+        return;
+    std::fprintf(stderr, "tarnvik: %s=%s in %s is not %s; its default stands\n", k.c_str(),
+                 qPrintable(written), qPrintable(_settings->fileName()), wanted);
 }
 
 QVariant QSettingsPreferenceStore::value(const std::string &k) const

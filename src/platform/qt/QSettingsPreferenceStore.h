@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <mutex>
+#include <set>
 
 class QSettings;
 class QVariant;
@@ -41,9 +42,12 @@ public:
 private:
     QVariant value(const std::string &key) const;
     void set(const std::string &key, const QVariant &value);
+    // One line on standard error for a value that is there but not of the type wanted.
+    void complain(const std::string &key, const QVariant &value, const char *wanted) const;
 
     mutable std::mutex _mutex;
     std::unique_ptr<QSettings> _settings;
+    mutable std::set<std::string> _complainedOf;
 };
 
 } // namespace tarnvik

@@ -21,15 +21,15 @@ SingleInstance::Claim SingleInstance::claim()
         std::fputs("tarnvik: no session bus; a second start is not noticed\n", stderr);
         return Claim::NoBus;
     }
-    const auto owned = bus.interface()->registerService(
-        serviceName, QDBusConnectionInterface::DontQueueService,
-        QDBusConnectionInterface::DontAllowReplacement);
+    const auto owned =
+        bus.interface()->registerService(serviceName, QDBusConnectionInterface::DontQueueService,
+                                         QDBusConnectionInterface::DontAllowReplacement);
     if (owned.isValid() && owned.value() == QDBusConnectionInterface::ServiceRegistered) {
         bus.registerVirtualObject(objectPath, this);
         return Claim::Owned;
     }
-    auto activate = QDBusMessage::createMethodCall(serviceName, objectPath,
-                                                   applicationInterface, "Activate");
+    auto activate =
+        QDBusMessage::createMethodCall(serviceName, objectPath, applicationInterface, "Activate");
     activate << QVariantMap();
     const auto reply = bus.call(activate, QDBus::Block, 5000);
     if (reply.type() == QDBusMessage::ErrorMessage)

@@ -34,7 +34,7 @@ void complain(const QString &what, const QString &path, const QString &why)
 QString XdgAutostart::entryPath()
 {
     return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation)
-         + "/autostart/tarnvik.desktop";
+        + "/autostart/tarnvik.desktop";
 }
 
 void XdgAutostart::setEnabled(bool enabled)
@@ -58,9 +58,9 @@ void XdgAutostart::setEnabled(bool enabled)
                          "Comment=Operate the desktop from the keyboard\n"
                          "Icon=tarnvik\n"
                          "Exec="
-                       + quoted(_program) + " " + _argument
-                       + "\n"
-                         "X-GNOME-Autostart-enabled=true\n";
+        + quoted(_program) + " " + _argument
+        + "\n"
+          "X-GNOME-Autostart-enabled=true\n";
     entry.write(text.toUtf8());
     if (!entry.commit())
         complain("write", path, entry.errorString());
