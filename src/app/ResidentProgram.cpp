@@ -17,13 +17,23 @@ namespace tarnvik {
 
 namespace {
 
+// The program's own files stand under the prefix it was installed to (PREFIX/bin/tarnvik,
+// PREFIX/share/tarnvik), and the build tree is laid out the same way.
+std::string installedPath(const char *relative)
+{
+    return QDir::cleanPath(QCoreApplication::applicationDirPath() + "/../" + relative)
+        .toStdString();
+}
+
 // The program's own pages, installed beside it; a page that isn't there opens nothing.
 void openPage(const char *name)
 {
-    const QString path = QDir(QCoreApplication::applicationDirPath())
-                             .absoluteFilePath(QString("../share/doc/tarnvik/") + name);
+    const QString path =
+        QString::fromStdString(installedPath((std::string("share/doc/tarnvik/") + name).c_str()));
     if (QFileInfo::exists(path))
-        QDesktopServices::openUrl(QUrl::fromLocalFile(QDir::cleanPath(path)));
+        QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+    else
+        std::fprintf(stderr, "tarnvik: %s is not installed\n", qPrintable(path));
 }
 
 } // namespace
@@ -83,7 +93,7 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
     : _c(std::move(connections))
     , _x(_c.desktop->desktop())
     , _preferences(_store)
-    , _sounds(_player, _preferences, TARNVIK_SOUNDS_DIR)
+    , _sounds(_player, _preferences, installedPath("share/tarnvik/sounds"))
     , _hotKeys(*_c.keyboard)
     , _shortcuts(_hotKeys)
     , _cursor(*_c.pointer)

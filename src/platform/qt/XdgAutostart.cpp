@@ -57,8 +57,9 @@ void XdgAutostart::setEnabled(bool enabled)
                          "Name=Tarnvik\n"
                          "Comment=Operate the desktop from the keyboard\n"
                          "Icon=tarnvik\n"
-                         "Exec="
-        + quoted(_program) + " " + _argument
+                         // An entry left behind by a removed Tarnvik then starts nothing.
+                         "TryExec="
+        + _program + "\nExec=" + quoted(_program) + " " + _argument
         + "\n"
           "X-GNOME-Autostart-enabled=true\n";
     entry.write(text.toUtf8());

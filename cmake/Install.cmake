@@ -1,0 +1,50 @@
+# What `cmake --install` puts under the prefix, and the Debian package CPack makes of it. The
+# program finds its sounds and pages relative to itself (PREFIX/bin/tarnvik reads
+# PREFIX/share/tarnvik and PREFIX/share/doc/tarnvik), so any prefix works, and the build tree is
+# laid out the same way.
+include(GNUInstallDirs)
+
+set(TARNVIK_DOC_DIR ${CMAKE_INSTALL_DATADIR}/doc/tarnvik)
+# udev and systemd-modules-load read PREFIX/lib only for the prefix /usr; a /usr/local install
+# copies the two files to /etc (README).
+set(TARNVIK_UDEV_RULES_DIR lib/udev/rules.d CACHE STRING "Where the uinput rule goes, under the prefix")
+set(TARNVIK_MODULES_LOAD_DIR lib/modules-load.d CACHE STRING "Where the uinput module entry goes, under the prefix")
+
+install(TARGETS tarnvik RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(DIRECTORY ${TARNVIK_SOUNDS_DIR} DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnvik)
+install(DIRECTORY data/icons/hicolor DESTINATION ${CMAKE_INSTALL_DATADIR}/icons)
+install(FILES data/linux/com.ostrelline.Tarnvik.desktop
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+install(FILES data/linux/com.ostrelline.Tarnvik.metainfo.xml
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
+install(FILES README.md CHANGELOG.md DESTINATION ${TARNVIK_DOC_DIR})
+install(FILES docs/labels-gtk3-widget-factory.png DESTINATION ${TARNVIK_DOC_DIR}/docs)
+install(FILES data/linux/70-tarnvik-uinput.rules DESTINATION ${TARNVIK_UDEV_RULES_DIR})
+install(FILES data/linux/tarnvik-uinput.conf DESTINATION ${TARNVIK_MODULES_LOAD_DIR}
+  RENAME tarnvik.conf)
+
+# The pages the tray menu opens, where a built but not installed program looks for them.
+foreach(page README.md CHANGELOG.md docs/labels-gtk3-widget-factory.png)
+  configure_file(${page} ${CMAKE_BINARY_DIR}/${TARNVIK_DOC_DIR}/${page} COPYONLY)
+endforeach()
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME tarnvik)
+set(CPACK_PACKAGE_VENDOR Tarnvik)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "operate the desktop from the keyboard")
+set(CPACK_PACKAGE_DESCRIPTION
+  "Tarnvik puts a short label beside everything the frontmost window offers to press, and
+presses the element whose label you type. Its scroll mode scrolls any area of a window with
+held keys. It reads applications through AT-SPI and works on X11 desktops.")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "Tarnvik developers")
+set(CPACK_DEBIAN_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# Loaded at run time, so dpkg-shlibdeps can't see them: the accessibility bus, the SVG plug-ins
+# that draw the icons.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "at-spi2-core, libqt6svg6")
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/data/linux/postinst)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+include(CPack)
