@@ -15,11 +15,10 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (PROMPT, TARNVIK, Application, ResidentTarnvik, accessible_window,
+from desktop_apps import (PAGES, PROMPT, TARNVIK, Application, ResidentTarnvik, accessible_window,
                           chromium, firefox, intersect, key, label_drawn_below, poll, rect,
                           set_accessibility, targets, window_mapped)
 
-PAGES = pathlib.Path(__file__).parent.parent / "pages"
 
 
 def visible_controls(window, title):

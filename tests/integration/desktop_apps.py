@@ -3,6 +3,7 @@ its window to the front, finding it on the accessibility bus, and asking tarnvik
 
 import json
 import os
+import pathlib
 import signal
 import struct
 import subprocess
@@ -13,6 +14,8 @@ import unittest
 import pyatspi
 
 TARNVIK = os.environ["TARNVIK"]
+# The local pages the browsers open.
+PAGES = pathlib.Path(__file__).parent.parent / "pages"
 
 
 # Generous: a browser takes a minute to start on a machine that is compiling at the same time.

@@ -6,16 +6,15 @@ and a typed label must click a control of the page and one of the browser: what 
 read back through AT-SPI. (Firefox at layout.css.devPixelsPerPx 2 reports root pixels already,
 and a test of it passed without the conversion, so it has none.)"""
 
-import pathlib
 import unittest
 
 import pyatspi
 
-from desktop_apps import (OverlaySession, chromium, in_root_pixels, key, label_at,
+from desktop_apps import (PAGES, OverlaySession, chromium, in_root_pixels, key, label_at,
                           label_drawn_below, poll, rect, showing, targets, window_mapped,
                           x_window_frame)
 
-PAGE = (pathlib.Path(__file__).parent.parent / "pages" / "controls.html").as_uri()
+PAGE = (PAGES / "controls.html").as_uri()
 TITLE = "Tarnvik Controls"
 PAGE_CONTROLS = {pyatspi.ROLE_PUSH_BUTTON, pyatspi.ROLE_CHECK_BOX, pyatspi.ROLE_RADIO_BUTTON,
                  pyatspi.ROLE_ENTRY, pyatspi.ROLE_LINK}

@@ -6,19 +6,18 @@ menu bar: every assertion is on what the applications report through AT-SPI
 or on what the screen shows."""
 
 import os
-import pathlib
 import subprocess
 import time
 import unittest
 
 import pyatspi
 
-from desktop_apps import (Application, ResidentTarnvik, accessible_window, assert_typing_reaches,
+from desktop_apps import (PAGES, Application, ResidentTarnvik, accessible_window, assert_typing_reaches,
                           chromium, firefox, key, label_at, label_drawn_below, labels_mapped,
                           menu_window, poll, process_frame, rect, showing, targets, window_mapped)
 
 QT_PROGRAM = os.environ["QT_CONTROLS"]
-CONTROLS_PAGE = (pathlib.Path(__file__).parent.parent / "pages" / "controls.html").as_uri()
+CONTROLS_PAGE = (PAGES / "controls.html").as_uri()
 
 
 def find(root, predicate):

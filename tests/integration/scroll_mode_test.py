@@ -11,8 +11,8 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (OverlaySession, key, label_colour_in, pointer, pointer_drawn, poll, rect,
-                          screen_pixels, showing, window_mapped)
+from desktop_apps import (PAGES, OverlaySession, chromium, key, label_colour_in, pointer,
+                          pointer_drawn, poll, rect, screen_pixels, showing, window_mapped)
 
 LISTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "scroll_lists.py")
 
@@ -27,6 +27,27 @@ def overlay_mapped():
 
 def centre(frame):
     return frame[0] + frame[2] // 2, frame[1] + frame[3] // 2
+
+
+def choose(number, area):
+    target = centre(rect(area))
+    for _ in range(3):
+        key(str(number))
+        try:
+            return poll(f"the pointer at area {number}", lambda: pointer() == target, 3)
+        except AssertionError:
+            pass  # pressed again, as a person would
+    raise AssertionError(f"the pointer never reached area {number}")
+
+
+def start_scrolling(area):
+    """The scroll shortcut, until `area`'s number is drawn: the window alone comes at once, its
+    areas once its tree is read."""
+    key("shift+super+j")
+    poll("the scroll overlay", overlay_mapped, 10)
+    frame = rect(area)
+    poll("the area's number", lambda: label_colour_in(
+        screen_pixels(), (frame[0] + 8, frame[1] + 8, 14, 18)), 10)
 
 
 class ScrollMode(OverlaySession):
@@ -55,27 +76,12 @@ class ScrollMode(OverlaySession):
         return self.scroll_bar(pane).queryValue().maximumValue
 
     def start_scrolling(self):
-        key("shift+super+j")
-        poll("the scroll overlay", overlay_mapped, 10)
-        # The window alone comes at once; its areas once its tree is read, with their numbers.
-        left = rect(self.left)
-        poll("the left list's number", lambda: label_colour_in(
-            screen_pixels(), (left[0] + 8, left[1] + 8, 14, 18)), 10)
+        start_scrolling(self.left)
 
     def assert_pointer_in(self, frame):
         at = pointer()
         self.assertTrue(frame[0] <= at[0] < frame[0] + frame[2]
                         and frame[1] <= at[1] < frame[1] + frame[3], (at, frame))
-
-    def choose(self, number, pane):
-        target = centre(rect(pane))
-        for _ in range(3):
-            key(str(number))
-            try:
-                return poll(f"the pointer at area {number}", lambda: pointer() == target, 3)
-            except AssertionError:
-                pass  # pressed again, as a person would
-        self.fail(f"the pointer never reached area {number}")
 
     def test_tab_shift_tab_and_control_n_change_the_area_and_the_pointer_follows(self):
         self.start_scrolling()
@@ -102,7 +108,7 @@ class ScrollMode(OverlaySession):
 
     def test_holding_j_scrolls_the_chosen_list_until_it_is_released(self):
         self.start_scrolling()
-        self.choose(3, self.left)
+        choose(3, self.left)
         key("g", "g")
         poll("the left list at the top", lambda: self.position(self.left) == 0, 10)
         right_before = self.position(self.right)
@@ -121,7 +127,7 @@ class ScrollMode(OverlaySession):
 
     def test_g_goes_to_the_bottom_and_gg_to_the_top(self):
         self.start_scrolling()
-        self.choose(2, self.right)
+        choose(2, self.right)
         key("shift+g")
         poll("the right list at the bottom",
              lambda: self.position(self.right) == self.bottom(self.right), 10)
@@ -129,6 +135,37 @@ class ScrollMode(OverlaySession):
         poll("the right list at the top", lambda: self.position(self.right) == 0, 10)
         key("d")
         poll("half a page down", lambda: self.position(self.right) > 0, 10)
+
+
+class ChromiumScrollBox(OverlaySession):
+    """A box the page scrolls (`overflow: auto`) is a plain section to AT-SPI: Chromium only
+    makes it focusable, and its lines stand far below its frame. It is an area of its own, and
+    J scrolls it, not the page."""
+    overlay = "Tarnvik Scrolling"
+
+    @classmethod
+    def setUpClass(cls):
+        cls.open_application(lambda home: chromium(home) + [(PAGES / "scroll.html").as_uri()],
+                             "Tarnvik Scroll")
+
+        def named(name):
+            return next((a for a in pyatspi.utils.findAllDescendants(
+                cls.window, lambda a: a is not None and a.name == name) if showing(a)), None)
+        cls.box = poll("the scroll box", lambda: named("Scroll Box"))
+        cls.first_line = named("Line 1")
+        cls.top_button = named("Top Button")
+        cls.tarnvik.start()
+
+    def test_the_box_is_an_area_of_its_own_and_j_scrolls_it_alone(self):
+        start_scrolling(self.box)
+        choose(2, self.box)
+        line, button = rect(self.first_line)[1], rect(self.top_button)[1]
+        xdotool("keydown", "j")
+        try:
+            poll("the box's lines moving up", lambda: rect(self.first_line)[1] < line - 50, 10)
+        finally:
+            xdotool("keyup", "j")
+        self.assertEqual(rect(self.top_button)[1], button, "the page stays where it was")
 
 
 if __name__ == "__main__":

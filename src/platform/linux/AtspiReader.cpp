@@ -160,11 +160,65 @@ AxRole AtspiReader::axRole(const Node &n)
         }
     }
     context.placed = placed(n);
+    if (needsChildPlaces(context.role))
+        context.overflows = overflows(n);
     if (n.attributes) {
         if (auto it = n.attributes->find("xml-roles"); it != n.attributes->end())
             context.xmlRoles = it->second;
     }
     return axRoleOf(context);
+}
+
+namespace {
+
+bool sized(const std::optional<Extents> &e)
+{
+    return e && e->width > 0 && e->height > 0;
+}
+
+// With a pixel of slack: browsers round a child's place and its box's apart.
+bool outside(const Extents &e, const Extents &own)
+{
+    return e.x < own.x - 1 || e.y < own.y - 1 || e.x + e.width > own.x + own.width + 1
+        || e.y + e.height > own.y + own.height + 1;
+}
+
+bool apart(const Extents &e, const Extents &own)
+{
+    return e.x >= own.x + own.width || e.y >= own.y + own.height || e.x + e.width <= own.x
+        || e.y + e.height <= own.y;
+}
+
+} // namespace
+
+bool AtspiReader::hidesOverflow(const Node &n)
+{
+    if (!sized(n.extents) || !n.children || n.children->empty())
+        return false;
+    for (const auto *child : {&n.children->front(), &n.children->back()}) {
+        const Node &c = _nodes[child->key()];
+        if (c.states && !c.states->has(state::Showing) && sized(c.extents)
+            && outside(*c.extents, *n.extents))
+            return true;
+    }
+    return false;
+}
+
+bool AtspiReader::overflows(const Node &n)
+{
+    if (!hidesOverflow(n))
+        return false;
+    // A box whose content spills out where it can be seen (a grid wider than its box) is no
+    // box that scrolls, though what spills past the window doesn't show either. A box that
+    // scrolls shows a child it cuts in half, so only what shows wholly outside counts.
+    for (const auto &child : *n.children) {
+        const Node &c = _nodes[child.key()];
+        if (!c.states)
+            return false;
+        if (c.states->has(state::Showing) && (!c.extents || apart(*c.extents, *n.extents)))
+            return false;
+    }
+    return true;
 }
 
 int AtspiReader::timeoutFor(const ObjectRef &o)
@@ -463,6 +517,8 @@ void AtspiReader::addMissing(const ObjectRef &o, unsigned needs, RoleFilter acti
             own |= NExtents;
         if (*n.role == role::Landmark)
             own |= NAttributes;
+        if (needsChildPlaces(*n.role))
+            own |= NChildren | NExtents;
     }
     if (roleKnown && (needs & (NText | NAttributes | NId))) {
         if (isTextRole(axRole)) {
@@ -505,6 +561,14 @@ void AtspiReader::addMissing(const ObjectRef &o, unsigned needs, RoleFilter acti
         if (needsChildren(*n.role) && n.children) {
             for (const auto &c : *n.children)
                 needFrom(c, NRole);
+        }
+        if (needsChildPlaces(*n.role) && n.children && !n.children->empty()) {
+            needFrom(n.children->front(), NStates | NExtents);
+            needFrom(n.children->back(), NStates | NExtents);
+            if (hidesOverflow(n)) {
+                for (const auto &c : *n.children)
+                    needFrom(c, NStates | NExtents);
+            }
         }
     }
     if ((needs & NChildStates) && n.children) {

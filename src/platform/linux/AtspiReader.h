@@ -174,6 +174,12 @@ private:
     };
 
     ToolkitGeometry toolkitOf(const std::string &service);
+    // Whether the first or the last child of the object stands outside its extents and
+    // doesn't show: what a box hides. Called under the lock, as is the next.
+    bool hidesOverflow(const Node &n);
+    // Whether the object hides what stands outside its extents, and every child that shows
+    // stands within them: a box that scrolls its content.
+    bool overflows(const Node &n);
     // An object without a place of its own stands where its children do: GTK 4's stack pages
     // have no Component, and GTK 3 places the page tab of a notebook whose tabs are hidden at
     // -1,-1 sized -1 by -1, though it holds the page's content. It takes the union of its

@@ -233,9 +233,10 @@ AxRole axRoleOf(const RoleContext &c)
     case role::Dialog:
     case role::Alert:
         return {"AXWindow", {}};
+    case role::Section:
+        return {c.overflows ? "AXScrollArea" : "AXGroup", {}};
     case role::Panel:
     case role::Filler:
-    case role::Section:
     case role::Grouping:
     case role::Form:
         return {"AXGroup", {}};
@@ -282,6 +283,11 @@ bool needsChildren(std::uint32_t atspiRole)
 bool needsExtents(std::uint32_t atspiRole)
 {
     return atspiRole == role::PageTab || atspiRole == role::ComboBox;
+}
+
+bool needsChildPlaces(std::uint32_t atspiRole)
+{
+    return atspiRole == role::Section;
 }
 
 bool isWindowRole(std::uint32_t atspiRole)

@@ -106,6 +106,10 @@ struct RoleContext
     // without one (GTK 3's notebook with its tabs hidden, Firefox's open `<select>` list) is no
     // control a person sees, only what it holds.
     bool placed = true;
+    // Whether a section holds children outside its own frame: a box the page scrolls. The
+    // browsers say nothing else of such a box (Chromium makes it focusable, but only while it
+    // holds nothing focusable).
+    bool overflows = false;
 };
 
 struct AxRole
@@ -123,6 +127,9 @@ AxRole axRoleOf(const RoleContext &context);
 bool needsParentRole(std::uint32_t atspiRole);
 bool needsChildren(std::uint32_t atspiRole);
 bool needsExtents(std::uint32_t atspiRole);
+// Whether the role table needs the object's extents and where its first and last children
+// stand.
+bool needsChildPlaces(std::uint32_t atspiRole);
 bool isWindowRole(std::uint32_t atspiRole);
 
 // The action vocabulary: "click", "press", "activate", "jump", "toggle" and "doDefault" are
