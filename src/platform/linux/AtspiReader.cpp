@@ -562,12 +562,18 @@ void AtspiReader::addMissing(const ObjectRef &o, unsigned needs, RoleFilter acti
             for (const auto &c : *n.children)
                 needFrom(c, NRole);
         }
-        if (needsChildPlaces(*n.role) && n.children && !n.children->empty()) {
+        // A box that shows and holds several children may hide some: one child alone stands
+        // at least in part within it.
+        if (needsChildPlaces(*n.role) && n.states && n.states->has(state::Showing) && n.children
+            && n.children->size() > 1) {
             needFrom(n.children->front(), NStates | NExtents);
             needFrom(n.children->back(), NStates | NExtents);
+            // Then whether what shows stands within: the places of those that show.
             if (hidesOverflow(n)) {
-                for (const auto &c : *n.children)
-                    needFrom(c, NStates | NExtents);
+                for (const auto &c : *n.children) {
+                    const auto &states = _nodes[c.key()].states;
+                    needFrom(c, !states ? NStates : states->has(state::Showing) ? NExtents : 0u);
+                }
             }
         }
     }
