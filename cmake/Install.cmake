@@ -1,6 +1,6 @@
 # What `cmake --install` puts under the prefix, and the Debian package CPack makes of it. The
-# program finds its sounds and pages relative to itself (PREFIX/bin/tarnvik reads
-# PREFIX/share/tarnvik and PREFIX/share/doc/tarnvik), so any prefix works, and the build tree is
+# program finds its sounds, release history and pages relative to itself (PREFIX/bin/tarnvik
+# reads PREFIX/share/tarnvik and PREFIX/share/doc/tarnvik), so any prefix works, and the build tree is
 # laid out the same way.
 include(GNUInstallDirs)
 
@@ -17,16 +17,19 @@ install(FILES data/linux/com.ostrelline.Tarnvik.desktop
   DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 install(FILES data/linux/com.ostrelline.Tarnvik.metainfo.xml
   DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
-install(FILES README.md CHANGELOG.md DESTINATION ${TARNVIK_DOC_DIR})
+install(FILES README.md DESTINATION ${TARNVIK_DOC_DIR})
+install(FILES data/appcast.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnvik)
 install(FILES docs/labels-gtk3-widget-factory.png DESTINATION ${TARNVIK_DOC_DIR}/docs)
 install(FILES data/linux/70-tarnvik-uinput.rules DESTINATION ${TARNVIK_UDEV_RULES_DIR})
 install(FILES data/linux/tarnvik-uinput.conf DESTINATION ${TARNVIK_MODULES_LOAD_DIR}
   RENAME tarnvik.conf)
 
-# The pages the tray menu opens, where a built but not installed program looks for them.
-foreach(page README.md CHANGELOG.md docs/labels-gtk3-widget-factory.png)
+# Where a built but not installed program looks for them: its pages and its release history.
+foreach(page README.md docs/labels-gtk3-widget-factory.png)
   configure_file(${page} ${CMAKE_BINARY_DIR}/${TARNVIK_DOC_DIR}/${page} COPYONLY)
 endforeach()
+configure_file(data/appcast.xml ${CMAKE_BINARY_DIR}/${CMAKE_INSTALL_DATADIR}/tarnvik/appcast.xml
+  COPYONLY)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME tarnvik)

@@ -1,5 +1,6 @@
 #include "keyboard/SRGlobalShortcutMonitor.h"
 #include "keyboard/SRShortcut.h"
+#include "keyboard/ShortcutRecording.h"
 #include "platform/KeyCodes.h"
 #include "platform/KeyEvents.h"
 #include "platform/fake/FakeInput.h"
@@ -103,6 +104,31 @@ TEST_F(MonitorTest, ModifierOnlyShortcutsAreNotHotKeys)
                   "#Error Shortcut without a key code cannot be registered"),
               std::string::npos);
     EXPECT_EQ(keys.hotKeyCount(), 0u);
+}
+
+TEST_F(MonitorTest, TheRecorderRefusesWhatAnotherShortcutHoldsAndPlainKeysButFunctionKeys)
+{
+    using ShortcutRecording::canRecordShortcut;
+    int calls = 0;
+    const auto space = *SRShortcut::shortcutWithKeyEquivalent("⇧⌘Space");
+    monitor.addAction(action(space, true, calls), EventType::keyDown);
+    monitor.addAction(action(j, true, calls), EventType::keyDown);
+    const auto actions = monitor.actions();
+
+    EXPECT_FALSE(canRecordShortcut(j, space, actions)) << "the scroll shortcut's";
+    EXPECT_TRUE(canRecordShortcut(space, space, actions)) << "its own may be recorded again";
+    EXPECT_TRUE(canRecordShortcut(j, std::nullopt, {}));
+
+    const auto letter = SRShortcut::shortcutWithCode(0, 0);
+    EXPECT_FALSE(canRecordShortcut(letter, space, actions)) << "a plain A";
+    EXPECT_TRUE(
+        canRecordShortcut(SRShortcut::shortcutWithCode(0, ModifierFlag::shift), space, actions))
+        << "any modifier makes a combination";
+    EXPECT_TRUE(canRecordShortcut(*SRShortcut::shortcutWithKeyEquivalent("F5"), space, actions));
+    EXPECT_FALSE(
+        canRecordShortcut(SRShortcut::shortcutWithCode(KeyCode::escape, 0), space, actions));
+    EXPECT_TRUE(canRecordShortcut(*SRShortcut::shortcutWithKeyEquivalent("⌃⌥⇧⌘"), space, actions))
+        << "modifiers alone";
 }
 
 } // namespace

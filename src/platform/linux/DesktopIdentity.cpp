@@ -1,8 +1,8 @@
 #include "platform/linux/DesktopIdentity.h"
 
-#include <QFile>
+#include "platform/linux/DesktopEntries.h"
+
 #include <QFileInfo>
-#include <QSettings>
 #include <QStandardPaths>
 
 #include <array>
@@ -12,13 +12,6 @@ namespace tarnvik::linux {
 
 namespace {
 
-struct DesktopEntry
-{
-    std::string path;
-    std::optional<std::string> name;
-    std::optional<std::string> icon;
-};
-
 std::optional<DesktopEntry> findDesktopEntry(const std::string &id)
 {
     if (id.empty())
@@ -27,14 +20,7 @@ std::optional<DesktopEntry> findDesktopEntry(const std::string &id)
                                                 QString::fromStdString(id) + ".desktop");
     if (file.isEmpty())
         return std::nullopt;
-    QSettings entry(file, QSettings::IniFormat);
-    entry.beginGroup(QStringLiteral("Desktop Entry"));
-    DesktopEntry found {file.toStdString(), std::nullopt, std::nullopt};
-    if (const QString name = entry.value(QStringLiteral("Name")).toString(); !name.isEmpty())
-        found.name = name.toStdString();
-    if (const QString icon = entry.value(QStringLiteral("Icon")).toString(); !icon.isEmpty())
-        found.icon = icon.toStdString();
-    return found;
+    return readDesktopEntry(file.toStdString(), id);
 }
 
 std::string lower(std::string s)
