@@ -13,6 +13,12 @@ AppDelegate::AppDelegate(Services services)
     _services.menuActions.openSettings = [this] {
         openSettings();
     };
+    _services.menuActions.checkForUpdates = [this] {
+        openChangelog();
+    };
+    _services.menuActions.openChangelog = [this] {
+        openChangelog();
+    };
 }
 
 AppDelegate::~AppDelegate()
@@ -74,16 +80,27 @@ void AppDelegate::setUp()
     _services.readAhead();
 }
 
+// Never from inside the caller: a menu's action or a D-Bus call finishes first.
 void AppDelegate::openSettings()
 {
-    // Never from inside the caller: a menu's action or a D-Bus call finishes first.
-    _services.scheduler.postToMain([this] { _services.views.openSettings(); });
+    _services.scheduler.postToMain([this] { _services.views.openSettings({}); });
+}
+
+void AppDelegate::openChangelog()
+{
+    _services.scheduler.postToMain([this] { _services.views.openSettings("about"); });
+}
+
+void AppDelegate::openLabelDesigner()
+{
+    _services.scheduler.postToMain([this] { _services.views.openLabelDesigner(); });
 }
 
 void AppDelegate::preferencesChanged()
 {
     if (_menuBarExtra)
         _menuBarExtra->preferencesChanged();
+    _services.views.preferencesChanged();
 }
 
 } // namespace tarnvik

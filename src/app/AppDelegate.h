@@ -36,7 +36,8 @@ public:
         std::function<void()> wireShortcuts;
         // Ends whichever mode runs.
         std::function<void()> deactivateModes;
-        // The status item's commands; its "Settings…" opens the settings here.
+        // The status item's commands; its "Settings…", "Check for Updates…" and "Changelog"
+        // open the settings here.
         MenuBarExtra::Actions menuActions;
         AnalyticsSink *analyticsSink = nullptr;
     };
@@ -53,6 +54,10 @@ public:
     // The program started again while it runs.
     void applicationShouldHandleReopen() { openSettings(); }
     void openSettings();
+    // The settings' About page, with the release history: on Linux the package manager
+    // updates, so this is what "Check for Updates…" shows.
+    void openChangelog();
+    void openLabelDesigner();
 
     // After the settings were read again.
     void preferencesChanged();

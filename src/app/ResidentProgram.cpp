@@ -1,7 +1,10 @@
 #include "app/ResidentProgram.h"
 
+#include "app/IgnoredApps.h"
 #include "app/MenubarFrame.h"
 #include "platform/Diagnostics.h"
+#include "platform/linux/DesktopEntries.h"
+#include "platform/linux/X11Keys.h"
 
 #include <QApplication>
 #include <QDesktopServices>
@@ -34,6 +37,18 @@ void openPage(const char *name)
         QDesktopServices::openUrl(QUrl::fromLocalFile(path));
     else
         std::fprintf(stderr, "tarnvik: %s is not installed\n", qPrintable(path));
+}
+
+// What the Ignored Apps page offers: the installed applications' desktop entries.
+std::vector<ListedApplication> installedApplications()
+{
+    std::vector<ListedApplication> found;
+    std::vector<std::string> ids;
+    for (auto &entry : linux::installedApplications(linux::applicationFolders())) {
+        found.push_back({*entry.name, entry.path, entry.icon});
+        ids.push_back(entry.id);
+    }
+    return IgnoredApps::listing(std::move(found), ids);
 }
 
 } // namespace
@@ -142,14 +157,31 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                                .scheduler = _scheduler},
                    .queue = _treeQueue})
     , _accessibilitySwitch(_c.desktop->bus(), _x)
+    , _loginItem(QCoreApplication::applicationFilePath(), "--at-login")
     , _shellViews(
           {.switchOn = [this] { _accessibilitySwitch.switchOn(); },
            .applicationsToRestart = [this] { return _accessibilitySwitch.applicationsToRestart(); },
            .quit =
                [] {
                    QCoreApplication::quit();
-               }})
-    , _loginItem(QCoreApplication::applicationFilePath(), "--at-login")
+               }},
+          {.preferences = _preferences,
+           .shortcuts = _shortcuts,
+           .loginItem = _loginItem,
+           .keyCodeOfScanCode = [](std::uint32_t scanCode) -> std::optional<std::uint16_t> {
+               if (scanCode > 255)
+                   return std::nullopt;
+               return linux::virtualKeyCode(static_cast<std::uint8_t>(scanCode));
+           },
+           .rewireShortcuts = [this] { _wiring.wireShortcuts(); },
+           .statusItemChanged = [this] { _delegate.preferencesChanged(); },
+           .playClick = [this] { _sounds.playClick(); },
+           .applications = installedApplications,
+           .inputSources = [] { return std::vector<std::pair<std::string, std::string>> {}; },
+           .openPage = [](const std::string &page) { openPage(page.c_str()); },
+           .openLabelDesigner = [this] { _delegate.openLabelDesigner(); },
+           .version = TARNVIK_VERSION,
+           .appcastPath = installedPath("share/tarnvik/appcast.xml")})
     , _delegate({.preferences = _preferences,
                  .ax = _c.desktop->accessibility(),
                  .workspace = _x,
@@ -164,11 +196,9 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                      },
                  .wireShortcuts = [this] { _wiring.wireShortcuts(); },
                  .deactivateModes = [this] { deactivateModes(); },
-                 .menuActions = {.checkForUpdates = [] { openPage("CHANGELOG.md"); },
-                                 .openGithubIssues = [] { openPage("README.md"); },
+                 .menuActions = {.openGithubIssues = [] { openPage("README.md"); },
                                  .openSupportMail = [] { openPage("README.md"); },
                                  .openUserGuide = [] { openPage("README.md"); },
-                                 .openChangelog = [] { openPage("CHANGELOG.md"); },
                                  .quit =
                                      [] {
                                          QCoreApplication::quit();

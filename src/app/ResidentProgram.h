@@ -109,8 +109,8 @@ private:
     ShortcutWiring _wiring;
     FirstReads _firstReads;
     linux::AtspiSwitch _accessibilitySwitch;
-    QtShellViews _shellViews;
     XdgAutostart _loginItem;
+    QtShellViews _shellViews;
     AppDelegate _delegate;
     PreferenceFileWatcher _preferenceFile;
 };

@@ -37,8 +37,12 @@ public:
     // The window that asks for accessibility to be switched on; it stays until closed here.
     virtual void showPermissionPrompt() = 0;
     virtual void closePermissionPrompt() = 0;
-    // Made on first use and kept; brought to the front each time.
-    virtual void openSettings() = 0;
+    // Made on first use and kept; brought to the front each time, on the tab with `tabId`
+    // ("about"), or on the tab it showed last when that is empty.
+    virtual void openSettings(const std::string &tabId) = 0;
+    virtual void openLabelDesigner() = 0;
+    // The settings file changed: the open windows show the stored values again.
+    virtual void preferencesChanged() = 0;
     // `menu` runs each time the menu opens.
     virtual StatusItemView &makeStatusItem(MenuBuilder menu) = 0;
 };

@@ -15,7 +15,9 @@ struct RecordingViews : ShellViews, StatusItemView
 {
     void showPermissionPrompt() override { ++promptsShown; }
     void closePermissionPrompt() override { ++promptsClosed; }
-    void openSettings() override { ++settingsOpened; }
+    void openSettings(const std::string &tabId) override { tabsOpened.push_back(tabId); }
+    void openLabelDesigner() override { }
+    void preferencesChanged() override { ++reloads; }
     StatusItemView &makeStatusItem(MenuBuilder builder) override
     {
         menu = std::move(builder);
@@ -40,7 +42,8 @@ struct RecordingViews : ShellViews, StatusItemView
 
     int promptsShown = 0;
     int promptsClosed = 0;
-    int settingsOpened = 0;
+    Titles tabsOpened;
+    int reloads = 0;
     MenuBuilder menu;
     bool visible = false;
 };
@@ -100,19 +103,19 @@ TEST_F(AppDelegateTest, AStartByHandOpensTheSettingsAndAStartAtLoginStaysSilent)
     EXPECT_EQ(wirings, 1);
     EXPECT_EQ(readsAhead, 1);
     EXPECT_TRUE(views.menu) << "the status item is made at set-up";
-    EXPECT_EQ(views.settingsOpened, 0);
+    EXPECT_TRUE(views.tabsOpened.empty());
     EXPECT_EQ(views.promptsShown, 0);
 
     Shell byHand;
     byHand.delegate.applicationDidFinishLaunching(false);
-    EXPECT_EQ(byHand.views.settingsOpened, 0) << "opened from the main queue, not inside";
+    EXPECT_TRUE(byHand.views.tabsOpened.empty()) << "opened from the main queue, not inside";
     byHand.scheduler.runPending();
-    EXPECT_EQ(byHand.views.settingsOpened, 1);
+    EXPECT_EQ(byHand.views.tabsOpened, Titles {""}) << "on the tab shown last";
     EXPECT_EQ(byHand.loginItem.written, std::vector<bool> {false});
 
     byHand.delegate.applicationShouldHandleReopen();
     byHand.scheduler.runPending();
-    EXPECT_EQ(byHand.views.settingsOpened, 2);
+    EXPECT_EQ(byHand.views.tabsOpened.size(), 2u);
 }
 
 TEST_F(AppDelegateTest, WithoutAccessibilityThePromptWaitsForItPollingEveryThirdOfASecond)
@@ -133,7 +136,7 @@ TEST_F(AppDelegateTest, WithoutAccessibilityThePromptWaitsForItPollingEveryThird
     EXPECT_EQ(views.promptsClosed, 1);
     EXPECT_TRUE(delegate.isSetUp());
     EXPECT_EQ(wirings, 1);
-    EXPECT_EQ(views.settingsOpened, 1) << "after the prompt, even at login";
+    EXPECT_EQ(views.tabsOpened.size(), 1u) << "after the prompt, even at login";
     scheduler.advance(Seconds(10));
     EXPECT_EQ(views.promptsClosed, 1) << "the poll stops";
 }
@@ -161,6 +164,12 @@ TEST_F(AppDelegateTest, TheMenuNamesTheFrontApplicationAndDisablesAndEnablesIt)
     EXPECT_TRUE(preferences.disabledBundlePaths().empty());
     EXPECT_GT(desktop.performed().size(), flagsBefore) << "accessibility asked for again";
 
+    // On Linux the package manager updates: both show the release history.
+    views.choose("Check for Updates…");
+    views.choose("Changelog");
+    scheduler.runPending();
+    EXPECT_EQ(views.tabsOpened, (Titles {"about", "about"}));
+
     views.choose("Quit");
     EXPECT_EQ(quits, 1);
 
@@ -176,6 +185,7 @@ TEST_F(AppDelegateTest, TheStatusItemFollowsShowMenubarIcon)
     store.setBool(Preferences::Keys::showMenubarIcon, false);
     delegate.preferencesChanged();
     EXPECT_FALSE(views.visible);
+    EXPECT_EQ(views.reloads, 1) << "the open settings show the file's values";
 }
 
 struct RecordingSink : AnalyticsSink

@@ -1,10 +1,13 @@
 #include "app/views/QtShellViews.h"
 
+#include "app/settings/LabelViews.h"
+
 #include <QApplication>
 #include <QLabel>
 #include <QMenu>
 #include <QProcess>
 #include <QPushButton>
+#include <QScreen>
 #include <QStandardPaths>
 #include <QSystemTrayIcon>
 #include <QVBoxLayout>
@@ -154,21 +157,41 @@ void QtShellViews::closePermissionPrompt()
     delete _prompt;
 }
 
-void QtShellViews::openSettings()
+namespace {
+
+void bringToFront(QWidget &window)
 {
-    if (!_settings) {
-        _settings = std::make_unique<QWidget>();
-        _settings->setWindowTitle(QString(programName) + " Settings");
-        auto *layout = new QVBoxLayout(_settings.get());
-        layout->addWidget(wrapped(
-            "The settings window is coming in the next version.\n\nUntil then, edit "
-            "~/.config/tarnvik/tarnvik.conf: a change takes effect as soon as the file is saved.",
-            _settings.get()));
-        _settings->resize(750, 642);
+    window.show();
+    window.raise();
+    window.activateWindow();
+}
+
+} // namespace
+
+void QtShellViews::openSettings(const std::string &tabId)
+{
+    if (!_settings)
+        _settings = std::make_unique<SettingsWindow>(_settingsServices);
+    if (!tabId.empty())
+        _settings->selectTab(tabId);
+    bringToFront(*_settings);
+}
+
+void QtShellViews::openLabelDesigner()
+{
+    if (!_labelDesigner) {
+        _labelDesigner = std::make_unique<LabelDesignerWindow>();
+        _labelDesigner->adjustSize();
+        _labelDesigner->move(_labelDesigner->screen()->availableGeometry().center()
+                             - _labelDesigner->rect().center());
     }
-    _settings->show();
-    _settings->raise();
-    _settings->activateWindow();
+    bringToFront(*_labelDesigner);
+}
+
+void QtShellViews::preferencesChanged()
+{
+    if (_settings)
+        _settings->preferencesChanged();
 }
 
 StatusItemView &QtShellViews::makeStatusItem(MenuBuilder menu)

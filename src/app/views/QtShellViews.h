@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/ShellViews.h"
+#include "app/settings/SettingsWindow.h"
 
 #include <QPointer>
 #include <QWidget>
@@ -44,20 +45,25 @@ public:
         std::function<void()> quit;
     };
 
-    explicit QtShellViews(PromptActions prompt)
+    QtShellViews(PromptActions prompt, SettingsServices settings)
         : _promptActions(std::move(prompt))
+        , _settingsServices(std::move(settings))
     { }
     ~QtShellViews() override;
 
     void showPermissionPrompt() override;
     void closePermissionPrompt() override;
-    void openSettings() override;
+    void openSettings(const std::string &tabId) override;
+    void openLabelDesigner() override;
+    void preferencesChanged() override;
     StatusItemView &makeStatusItem(MenuBuilder menu) override;
 
 private:
     PromptActions _promptActions;
+    SettingsServices _settingsServices;
     QPointer<QWidget> _prompt;
-    std::unique_ptr<QWidget> _settings;
+    std::unique_ptr<SettingsWindow> _settings;
+    std::unique_ptr<QWidget> _labelDesigner;
     std::unique_ptr<QtStatusItem> _statusItem;
 };
 
