@@ -107,6 +107,7 @@ std::function<double()> desktopScale(double qtScaleFactor)
 ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
     : _c(std::move(connections))
     , _x(_c.desktop->desktop())
+    , _accessibility(_c.desktop->accessibility(), _ownAccessibility)
     , _preferences(_store)
     , _sounds(_player, _preferences, installedPath("share/tarnvik/sounds"))
     , _hotKeys(*_c.keyboard)
@@ -120,7 +121,7 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                           .labelsPainted = labelsPaintedTrace()},
               .highContrast = [this] { return _x.appearance().highContrast; },
               .labelZoom = desktopScale(qtScaleFactor)})
-    , _mode({.platform = {_c.desktop->accessibility(), _x, _x},
+    , _mode({.platform = {_accessibility, _x, _x},
              .screens = _x,
              .preferences = _preferences,
              .scheduler = _scheduler,
@@ -140,7 +141,7 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                    {.firstScreenHeight = [this] { return firstScreenHeight(); },
                     .hasCompositor = _x.hasCompositor(),
                     .zoom = desktopScale(qtScaleFactor)})
-    , _scrollMode({.platform = {_c.desktop->accessibility(), _x, _x},
+    , _scrollMode({.platform = {_accessibility, _x, _x},
                    .screens = _x,
                    .preferences = _preferences,
                    .scheduler = _scheduler,
@@ -151,7 +152,7 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                    .views = _scrollViews,
                    .treeQueue = _scrollTreeQueue})
     , _wiring(_preferences, _shortcuts, _mode, _scrollMode)
-    , _firstReads({.reading = {.platform = {_c.desktop->accessibility(), _x, _x},
+    , _firstReads({.reading = {.platform = {_accessibility, _x, _x},
                                .screens = _x,
                                .preferences = _preferences,
                                .scheduler = _scheduler},
@@ -183,7 +184,7 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
            .version = TARNVIK_VERSION,
            .appcastPath = installedPath("share/tarnvik/appcast.xml")})
     , _delegate({.preferences = _preferences,
-                 .ax = _c.desktop->accessibility(),
+                 .ax = _accessibility,
                  .workspace = _x,
                  .scheduler = _scheduler,
                  .views = _shellViews,

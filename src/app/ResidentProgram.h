@@ -17,6 +17,7 @@
 #include "platform/linux/X11Pointer.h"
 #include "platform/qt/PreferenceFileWatcher.h"
 #include "platform/qt/QSettingsPreferenceStore.h"
+#include "platform/qt/QtAccessibility.h"
 #include "platform/qt/QtScheduler.h"
 #include "platform/qt/QtSoundPlayer.h"
 #include "platform/qt/XdgAutostart.h"
@@ -87,6 +88,9 @@ private:
 
     Connections _c;
     linux::X11Desktop &_x;
+    // Its own windows are read in the process, every other application's over the bus.
+    QtAccessibility _ownAccessibility;
+    SplitAccessibility _accessibility;
     QSettingsPreferenceStore _store;
     Preferences _preferences;
     QtScheduler _scheduler;

@@ -67,8 +67,19 @@ TEST(Changelog, TheShippedHistoryReads)
     const auto entries = Changelog::load(TARNVIK_APPCAST);
     ASSERT_GE(entries.size(), 2u);
     EXPECT_EQ(entries.back().version, "0.1.0");
+    // Every item the file holds is read: one written across lines would be lost.
+    std::ifstream file(TARNVIK_APPCAST);
+    std::stringstream text;
+    text << file.rdbuf();
+    std::size_t written = 0;
+    for (auto at = text.str().find("<li>"); at != std::string::npos;
+         at = text.str().find("<li>", at + 1))
+        ++written;
+    std::size_t read = 0;
     for (const auto &entry : entries)
-        EXPECT_FALSE(entry.sections.empty()) << entry.version;
+        for (const auto &section : entry.sections)
+            read += section.items.size();
+    EXPECT_EQ(read, written);
     EXPECT_TRUE(Changelog::load("/nonexistent/appcast.xml").empty());
 }
 

@@ -1,7 +1,6 @@
 // The About page: the program, its version, links to its own documents and its release history.
-#include "app/settings/SettingsPages.h"
-
 #include "app/Changelog.h"
+#include "app/settings/SettingsPages.h"
 #include "app/settings/SettingsWindow.h"
 
 #include <QHBoxLayout>
@@ -37,8 +36,8 @@ QPushButton *linkPill(const QString &title, const char *icon, QWidget *parent)
 void addChangelog(QVBoxLayout *column, QWidget *parent, const std::string &appcastPath)
 {
     for (const auto &entry : Changelog::load(appcastPath)) {
-        column->addWidget(plain(QString::fromStdString(entry.version + "  " + entry.date),
-                                parent, true));
+        column->addWidget(
+            plain(QString::fromStdString(entry.version + "  " + entry.date), parent, true));
         for (const auto &section : entry.sections) {
             if (section.title)
                 column->addWidget(plain(QString::fromStdString(*section.title), parent));

@@ -1,9 +1,8 @@
 // The Ignored Apps page: the applications in which Tarnvik stays away, as chips, and a side
 // sheet to choose them from the installed ones.
-#include "app/settings/SettingsPages.h"
-
 #include "app/IgnoredApps.h"
 #include "app/settings/SettingsControls.h"
+#include "app/settings/SettingsPages.h"
 #include "app/settings/SettingsWindow.h"
 #include "preferences/Preferences.h"
 

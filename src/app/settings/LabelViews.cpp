@@ -49,8 +49,9 @@ void LabelSampleView::paintEvent(QPaintEvent *)
     if (!_label)
         return;
     const QSizeF size = _label->size();
-    _label->paint(painter, QPointF(std::round((width() - size.width()) / 2),
-                                   std::round((height() - size.height()) / 2)));
+    _label->paint(painter,
+                  QPointF(std::round((width() - size.width()) / 2),
+                          std::round((height() - size.height()) / 2)));
 }
 
 QIcon themeThumbnail(const std::string &themeId)

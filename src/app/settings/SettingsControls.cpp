@@ -130,8 +130,8 @@ QSlider *PreferenceBindings::slider(const char *key, double minimum, double maxi
     slider->setMinimumWidth(200);
     auto read = [this, slider, key, minimum, step] {
         const QSignalBlocker quiet(slider);
-        slider->setValue(static_cast<int>(std::lround((_preferences.doubleForKey(key) - minimum)
-                                                      / step)));
+        slider->setValue(
+            static_cast<int>(std::lround((_preferences.doubleForKey(key) - minimum) / step)));
     };
     read();
     onReload(read);

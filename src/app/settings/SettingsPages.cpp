@@ -53,9 +53,9 @@ LabelSampleView *sampleLabel(Preferences &preferences, PreferenceBindings &bindi
 {
     auto *sample = new LabelSampleView;
     auto update = [sample, &preferences] {
-        auto label = std::make_unique<LabelLayer>(
-            "AB", labelColors(preferences.themeId(), false),
-            preferences.doubleForKey(Keys::labelFontSize), 1.0);
+        auto label =
+            std::make_unique<LabelLayer>("AB", labelColors(preferences.themeId(), false),
+                                         preferences.doubleForKey(Keys::labelFontSize), 1.0);
         label->opacity = 1.0;
         sample->setLabel(std::move(label));
     };
@@ -79,9 +79,8 @@ QWidget *makeGeneralSettingsView(SettingsServices &services, PreferenceBindings 
                             theme.id == LabelTheme::defaultTheme().id
                                 ? QString()
                                 : QString::fromStdString(theme.id));
-    auto *themePicker = bindings.popUp(Keys::themeId, themes, QString(), [&bindings] {
-        bindings.reload();
-    });
+    auto *themePicker =
+        bindings.popUp(Keys::themeId, themes, QString(), [&bindings] { bindings.reload(); });
     for (std::size_t i = 0; i < LabelTheme::themes().size(); ++i)
         themePicker->setItemIcon(static_cast<int>(i), themeThumbnail(LabelTheme::themes()[i].id));
     appearance->addRow("Theme", themePicker);
@@ -96,10 +95,14 @@ QWidget *makeGeneralSettingsView(SettingsServices &services, PreferenceBindings 
     appearance->addRow("Sample", sample);
 
     auto *application = page->addGroup("Application");
-    application->addRow("Launch on login", bindings.toggle(Keys::launchAtLogin, [&services] {
-        services.loginItem.setEnabled(services.preferences.boolForKey(Keys::launchAtLogin));
-    }),
-                        "If enabled, Tarnvik will start when you log in.");
+    application->addRow(
+        "Launch on login",
+        bindings.toggle(Keys::launchAtLogin,
+                        [&services] {
+                            services.loginItem.setEnabled(
+                                services.preferences.boolForKey(Keys::launchAtLogin));
+                        }),
+        "If enabled, Tarnvik will start when you log in.");
     application->addRow("Show tray icon",
                         bindings.toggle(Keys::showMenubarIcon, services.statusItemChanged),
                         "If enabled, Tarnvik will be accessible from the tray of your panel. If "
@@ -134,10 +137,11 @@ QWidget *makeGeneralSettingsView(SettingsServices &services, PreferenceBindings 
 
     auto *sounds = page->addGroup("Sound Effects");
     sounds->addRow("Enable sound effects", bindings.toggle(Keys::enableSoundEffects));
-    sounds->addRow("Volume",
-                   between("Quiet", bindings.slider(Keys::soundEffectVolume, 0.1, 1.0, 0.1,
-                                                    services.playClick),
-                           "Loud"));
+    sounds->addRow(
+        "Volume",
+        between("Quiet",
+                bindings.slider(Keys::soundEffectVolume, 0.1, 1.0, 0.1, services.playClick),
+                "Loud"));
     return page;
 }
 
@@ -159,11 +163,11 @@ QWidget *makeClickingSettingsView(SettingsServices &services, PreferenceBindings
     auto *labels = page->addGroup("Labels");
     labels->addRow("Label characters",
                    bindings.textField(Keys::labelCharacters, Preferences::defaultLabelCharacters));
-    labels->addRow("Browser labels",
-                   bindings.segmented(Keys::useSearchPredicate, {"Fast", true},
-                                      {"Exhaustive", false}),
-                   "Fast will give you fastest label results in browsers, exhaustive will give "
-                   "you every option.");
+    labels->addRow(
+        "Browser labels",
+        bindings.segmented(Keys::useSearchPredicate, {"Fast", true}, {"Exhaustive", false}),
+        "Fast will give you fastest label results in browsers, exhaustive will give "
+        "you every option.");
 
     auto *search = page->addGroup("Search");
     search->addRow("Search Shortcut", recorder(Keys::searchShortcut, services, bindings));
@@ -178,12 +182,12 @@ QWidget *makeScrollingSettingsView(SettingsServices &services, PreferenceBinding
     auto *page = new SettingsPage;
     auto *scrolling = page->addGroup("Scrolling");
     scrolling->addRow("Shortcut", recorder(Keys::scrollShortcut, services, bindings));
-    scrolling->addRow("Arrow keys",
-                      bindings.segmented(Keys::mapArrowKeysToScroll, {"Select", false},
-                                         {"Scroll", true}),
-                      "If you choose 'Select' arrow keys will move the focus between the "
-                      "available scrollable areas. If you choose 'Scroll' they will scroll the "
-                      "active area.");
+    scrolling->addRow(
+        "Arrow keys",
+        bindings.segmented(Keys::mapArrowKeysToScroll, {"Select", false}, {"Scroll", true}),
+        "If you choose 'Select' arrow keys will move the focus between the "
+        "available scrollable areas. If you choose 'Scroll' they will scroll the "
+        "active area.");
     scrolling->addRow("Show scroll area numbers", bindings.toggle(Keys::scrollShowNumbers),
                       "If enabled, scrolling areas will be labelled with a number");
     scrolling->addRow("Scroll keys", bindings.textField(Keys::scrollKeys, "HJKL"),
@@ -199,11 +203,11 @@ QWidget *makeScrollingSettingsView(SettingsServices &services, PreferenceBinding
     auto *speed = page->addGroup("Speed");
     speed->addRow("Scroll speed",
                   between("Slow", bindings.slider(Keys::scrollPxPerMs, 1.0, 5.0, 0.5), "Fast"));
-    speed->addRow("Dash speed",
-                  between("Slow", bindings.slider(Keys::dashSpeedMultiplier, 0.5, 5.5, 0.5),
-                          "Fast"),
-                  "Dash scrolling is activated by holding shift during scroll.\n\nAdjust this "
-                  "speed to make it faster or slower.");
+    speed->addRow(
+        "Dash speed",
+        between("Slow", bindings.slider(Keys::dashSpeedMultiplier, 0.5, 5.5, 0.5), "Fast"),
+        "Dash scrolling is activated by holding shift during scroll.\n\nAdjust this "
+        "speed to make it faster or slower.");
     return page;
 }
 

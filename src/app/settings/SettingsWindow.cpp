@@ -78,8 +78,7 @@ SettingsWindow::SettingsWindow(SettingsServices services)
     auto &b = *_bindings;
     const std::vector<QWidget *> pages = {
         makeGeneralSettingsView(s, b), makeClickingSettingsView(s, b),
-        makeScrollingSettingsView(s, b), makeExceptionSettingsView(s, b),
-        makeAboutSettingsView(s)};
+        makeScrollingSettingsView(s, b), makeExceptionSettingsView(s, b), makeAboutSettingsView(s)};
     for (std::size_t i = 0; i < pages.size(); ++i) {
         _sidebar->addItem(new QListWidgetItem(tile(tabs()[i]), tabs()[i].name));
         _pages->addWidget(pages[i]);

@@ -92,8 +92,7 @@ void ShortcutRecorderView::showValue()
 {
     if (_recording) {
         setText(_heldModifiers ? QString::fromStdString(
-                                     SRShortcut::shortcutWithCode(KeyCode::none, _heldModifiers)
-                                         .description())
+                    SRShortcut::shortcutWithCode(KeyCode::none, _heldModifiers).description())
                                : QStringLiteral("Type shortcut"));
         return;
     }
@@ -126,8 +125,7 @@ void ShortcutRecorderView::endRecording()
 
 void ShortcutRecorderView::offer(const SRShortcut &candidate)
 {
-    if (!ShortcutRecording::canRecordShortcut(candidate, stored(),
-                                              _services.shortcuts.actions())) {
+    if (!ShortcutRecording::canRecordShortcut(candidate, stored(), _services.shortcuts.actions())) {
         QApplication::beep();
         return;
     }
