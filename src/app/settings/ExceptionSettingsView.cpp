@@ -176,7 +176,8 @@ private:
         auto *search = new QLineEdit(_sheet);
         search->setPlaceholderText("Search apps...");
         search->setAccessibleName("Search apps");
-        search->addAction(QIcon::fromTheme("edit-find"), QLineEdit::LeadingPosition);
+        search->addAction(QIcon::fromTheme("edit-find"), QLineEdit::LeadingPosition)
+            ->setText("Search");
         column->addWidget(search);
         _sheetList = new QListWidget(_sheet);
         _sheetList->setAccessibleName("Applications");

@@ -85,8 +85,7 @@ AxRoleOf roleOf(QAccessibleInterface *iface)
         return {"AXMenu"};
     case QAccessible::MenuItem: {
         auto *parent = iface->parent();
-        return {parent && parent->role() == QAccessible::MenuBar ? "AXMenuBarItem"
-                                                                 : "AXMenuItem"};
+        return {parent && parent->role() == QAccessible::MenuBar ? "AXMenuBarItem" : "AXMenuItem"};
     }
     case QAccessible::Button:
         return {state.checkable ? "AXCheckBox" : "AXButton"};
@@ -254,7 +253,8 @@ AXResult<Value> attribute(QAccessibleInterface *iface, const std::string &name)
     }
     if (name == NSAccessibilityChildrenAttribute)
         return handles(childrenOf(iface, false));
-    if (name == NSAccessibilityVisibleChildrenAttribute || name == NSAccessibilityVisibleRowsAttribute)
+    if (name == NSAccessibilityVisibleChildrenAttribute
+        || name == NSAccessibilityVisibleRowsAttribute)
         return handles(childrenOf(iface, true));
     if (name == AXChildrenInNavigationOrderAttribute)
         return AXError::AttributeUnsupported;
@@ -288,8 +288,9 @@ AXResult<Value> QtAccessibility::copyAttributeValue(const AXUIElement &element,
     });
 }
 
-AXResult<ValueArray> QtAccessibility::copyMultipleAttributeValues(
-    const AXUIElement &element, const std::vector<std::string> &names)
+AXResult<ValueArray>
+QtAccessibility::copyMultipleAttributeValues(const AXUIElement &element,
+                                             const std::vector<std::string> &names)
 {
     return onMainThread([&]() -> AXResult<ValueArray> {
         auto *iface = interfaceOf(element);
@@ -330,8 +331,7 @@ AXResult<ValueArray> QtAccessibility::copyActionNames(const AXUIElement &element
 }
 
 AXResult<Value> QtAccessibility::copyParameterizedAttributeValue(const AXUIElement &,
-                                                                 const std::string &,
-                                                                 const Value &)
+                                                                 const std::string &, const Value &)
 {
     return AXError::ParameterizedAttributeUnsupported;
 }
@@ -451,8 +451,7 @@ AXResult<pid_t> SplitAccessibility::getPid(const AXUIElement &element)
     return of(element).getPid(element);
 }
 
-void SplitAccessibility::prefetch(const std::vector<AXUIElement> &elements,
-                                  const ReadAhead &reads)
+void SplitAccessibility::prefetch(const std::vector<AXUIElement> &elements, const ReadAhead &reads)
 {
     if (!elements.empty() && !QtAccessibility::owns(elements.front()))
         _others.prefetch(elements, reads);

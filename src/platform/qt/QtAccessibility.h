@@ -21,8 +21,9 @@ public:
     AXUIElement createApplication(pid_t pid) override;
     AXResult<Value> copyAttributeValue(const AXUIElement &element,
                                        const std::string &name) override;
-    AXResult<ValueArray> copyMultipleAttributeValues(const AXUIElement &element,
-                                                     const std::vector<std::string> &names) override;
+    AXResult<ValueArray>
+    copyMultipleAttributeValues(const AXUIElement &element,
+                                const std::vector<std::string> &names) override;
     AXResult<ValueArray> copyAttributeValues(const AXUIElement &element, const std::string &name,
                                              long index, long maxValues) override;
     AXResult<ValueArray> copyActionNames(const AXUIElement &element) override;
@@ -52,8 +53,9 @@ public:
     AXUIElement createApplication(pid_t pid) override;
     AXResult<Value> copyAttributeValue(const AXUIElement &element,
                                        const std::string &name) override;
-    AXResult<ValueArray> copyMultipleAttributeValues(const AXUIElement &element,
-                                                     const std::vector<std::string> &names) override;
+    AXResult<ValueArray>
+    copyMultipleAttributeValues(const AXUIElement &element,
+                                const std::vector<std::string> &names) override;
     AXResult<ValueArray> copyAttributeValues(const AXUIElement &element, const std::string &name,
                                              long index, long maxValues) override;
     AXResult<ValueArray> copyActionNames(const AXUIElement &element) override;

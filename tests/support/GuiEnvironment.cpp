@@ -19,7 +19,7 @@ public:
 
 private:
     int _argc = 1;
-    char _name[21] = "tarnvik_labels_tests";
+    char _name[13] = "tarnvik_test";
     char *_argv[2] = {_name, nullptr};
     std::unique_ptr<QApplication> _application;
 };
