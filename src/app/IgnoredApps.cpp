@@ -1,9 +1,11 @@
 #include "app/IgnoredApps.h"
 
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QUrl>
 
 #include <algorithm>
+#include <map>
 
 namespace tarnvik::IgnoredApps {
 
@@ -45,6 +47,17 @@ std::vector<ListedApplication> listing(std::vector<ListedApplication> installed,
     for (auto &app : core) {
         if (app)
             result.push_back(std::move(*app));
+    }
+    // Two entries of one name (GTK 3's and GTK 4's "Widget Factory") are told apart by their
+    // files.
+    std::map<std::string, int> uses;
+    for (const auto &app : result)
+        ++uses[app.name];
+    for (auto &app : result) {
+        if (uses[app.name] > 1)
+            app.name += " ("
+                + QFileInfo(QString::fromStdString(app.path)).completeBaseName().toStdString()
+                + ")";
     }
     return result;
 }

@@ -26,8 +26,9 @@ namespace IgnoredApps {
 // The desktop entry IDs of the core applications, in the order they are listed.
 const std::vector<std::string> &builtinApps();
 
-// `installed` with its core applications moved behind the rest, in builtinApps' order; `ids`
-// holds the desktop file ID of each installed application.
+// `installed` with its core applications moved behind the rest, in builtinApps' order, and
+// names that two of them share followed by their file's name; `ids` holds the desktop file ID
+// of each installed application.
 std::vector<ListedApplication> listing(std::vector<ListedApplication> installed,
                                        const std::vector<std::string> &ids);
 

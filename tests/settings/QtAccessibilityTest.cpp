@@ -1,6 +1,7 @@
+#include "platform/qt/QtAccessibility.h"
+
 #include "platform/AXNames.h"
 #include "platform/fake/FakeDesktop.h"
-#include "platform/qt/QtAccessibility.h"
 
 #include <QCheckBox>
 #include <QMainWindow>
@@ -8,9 +9,8 @@
 #include <QTest>
 #include <QVBoxLayout>
 
-#include <gtest/gtest.h>
-
 #include <future>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 namespace tarnvik {
@@ -85,7 +85,10 @@ TEST_F(QtAccessibilityTest, TheProgramsWindowsReadAsTheVocabularySaysAndTheirCon
     auto actions = ax.copyActionNames(*checkMe);
     ASSERT_TRUE(actions.ok());
     EXPECT_NE(std::find_if(actions.value().begin(), actions.value().end(),
-                           [](const Value &v) { return v.get<std::string>() && *v.get<std::string>() == AXPressAction; }),
+                           [](const Value &v) {
+                               return v.get<std::string>()
+                                   && *v.get<std::string>() == AXPressAction;
+                           }),
               actions.value().end());
     EXPECT_EQ(ax.performAction(*checkMe, AXPressAction), AXError::Success);
     EXPECT_TRUE(check->isChecked());
@@ -99,11 +102,10 @@ TEST_F(QtAccessibilityTest, TheProgramsWindowsReadAsTheVocabularySaysAndTheirCon
 TEST_F(QtAccessibilityTest, AReadFromAnotherThreadIsAnsweredOnTheMainThread)
 {
     const auto app = ax.createApplication(getpid());
-    auto read = std::async(std::launch::async,
-                           [&] { return string(app, NSAccessibilityRoleAttribute); });
-    ASSERT_TRUE(QTest::qWaitFor([&] {
-        return read.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
-    }));
+    auto read =
+        std::async(std::launch::async, [&] { return string(app, NSAccessibilityRoleAttribute); });
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return read.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
     EXPECT_EQ(read.get(), "AXApplication");
 }
 

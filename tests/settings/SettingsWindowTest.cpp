@@ -1,4 +1,5 @@
 #include "app/settings/SettingsWindow.h"
+
 #include "app/settings/ShortcutRecorderView.h"
 #include "keyboard/SRGlobalShortcutMonitor.h"
 #include "platform/KeyEvents.h"
@@ -40,10 +41,10 @@ protected:
     SettingsWindowTest()
     {
         for (const char *text : {"⇧⌘Space", "⇧⌘J"})
-            shortcuts.addAction(SRShortcutAction::shortcutActionWithShortcut(
-                                    *SRShortcut::shortcutWithKeyEquivalent(text),
-                                    [](auto &) { return true; }),
-                                EventType::keyDown);
+            shortcuts.addAction(
+                SRShortcutAction::shortcutActionWithShortcut(
+                    *SRShortcut::shortcutWithKeyEquivalent(text), [](auto &) { return true; }),
+                EventType::keyDown);
     }
 
     template<class T>
@@ -88,27 +89,28 @@ protected:
         {"Text Editor", "/usr/share/applications/org.gnome.gedit.desktop", {}},
         {"Firefox ESR", "/usr/share/applications/firefox-esr.desktop", {}},
         {"My Tool", "/home/u/.local/share/applications/my tool.desktop", {}}};
-    SettingsWindow window {{.preferences = preferences,
-                            .shortcuts = shortcuts,
-                            .loginItem = loginItem,
-                            .keyCodeOfScanCode = [](std::uint32_t code) -> std::optional<std::uint16_t> {
-                                if (code == 0)
-                                    return std::nullopt;
-                                return static_cast<std::uint16_t>(code);
-                            },
-                            .rewireShortcuts = [this] { ++rewirings; },
-                            .statusItemChanged = [this] { ++statusItemChanges; },
-                            .playClick = [this] { ++clicksPlayed; },
-                            .applications = [this] { return installed; },
-                            .inputSources =
-                                [] {
-                                    return std::vector<std::pair<std::string, std::string>> {
-                                        {"us", "English (US)"}, {"de", "German"}};
-                                },
-                            .openPage = [](const std::string &) {},
-                            .openLabelDesigner = [] {},
-                            .version = "0.2.0",
-                            .appcastPath = TARNVIK_APPCAST}};
+    SettingsWindow window {
+        {.preferences = preferences,
+         .shortcuts = shortcuts,
+         .loginItem = loginItem,
+         .keyCodeOfScanCode = [](std::uint32_t code) -> std::optional<std::uint16_t> {
+             if (code == 0)
+                 return std::nullopt;
+             return static_cast<std::uint16_t>(code);
+         },
+         .rewireShortcuts = [this] { ++rewirings; },
+         .statusItemChanged = [this] { ++statusItemChanges; },
+         .playClick = [this] { ++clicksPlayed; },
+         .applications = [this] { return installed; },
+         .inputSources =
+             [] {
+                 return std::vector<std::pair<std::string, std::string>> {{"us", "English (US)"},
+                                                                          {"de", "German"}};
+             },
+         .openPage = [](const std::string &) {},
+         .openLabelDesigner = [] {},
+         .version = "0.2.0",
+         .appcastPath = TARNVIK_APPCAST}};
 };
 
 TEST_F(SettingsWindowTest, ToggleChoicesAndFieldsWriteTheirPreferenceAndMakeTheirCall)
@@ -251,8 +253,8 @@ TEST_F(SettingsWindowTest, ControlsShowTheFileAgainAndEveryOneHasAName)
             || qobject_cast<QComboBox *>(control) || qobject_cast<QLineEdit *>(control);
         const bool hasName =
             !control->accessibleName().isEmpty() || (button && !button->text().isEmpty());
-        EXPECT_TRUE(!operable || hasName)
-            << control->metaObject()->className() << " in " << control->parent()->metaObject()->className();
+        EXPECT_TRUE(!operable || hasName) << control->metaObject()->className() << " in "
+                                          << control->parent()->metaObject()->className();
     }
 
     window.selectTab("about");

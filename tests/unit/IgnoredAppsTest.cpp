@@ -66,14 +66,18 @@ TEST(IgnoredApps, CoreApplicationsComeLastAndTheSelectionIsStoredPercentEncoded)
         {{"Files", "/usr/share/applications/org.gnome.Nautilus.desktop", {}},
          {"Firefox", "/usr/share/applications/firefox-esr.desktop", {}},
          {"Terminal", "/usr/share/applications/org.gnome.Terminal.desktop", {}},
-         {"My App", "/home/u/.local/share/applications/my app.desktop", {}}},
+         {"My App", "/home/u/.local/share/applications/my app.desktop", {}},
+         {"Widget Factory", "/usr/share/applications/org.gtk.WidgetFactory4.desktop", {}},
+         {"Widget Factory", "/usr/share/applications/gtk3-widget-factory.desktop", {}}},
         {"org.gnome.Nautilus.desktop", "firefox-esr.desktop", "org.gnome.Terminal.desktop",
-         "my app.desktop"});
-    ASSERT_EQ(listed.size(), 4u);
+         "my app.desktop", "org.gtk.WidgetFactory4.desktop", "gtk3-widget-factory.desktop"});
+    ASSERT_EQ(listed.size(), 6u);
     EXPECT_EQ(listed[0].name, "Firefox");
     EXPECT_EQ(listed[1].name, "My App");
-    EXPECT_EQ(listed[2].name, "Terminal") << "the terminal before the file manager";
-    EXPECT_EQ(listed[3].name, "Files");
+    EXPECT_EQ(listed[2].name, "Widget Factory (org.gtk.WidgetFactory4)");
+    EXPECT_EQ(listed[3].name, "Widget Factory (gtk3-widget-factory)");
+    EXPECT_EQ(listed[4].name, "Terminal") << "the terminal before the file manager";
+    EXPECT_EQ(listed[5].name, "Files");
 
     EXPECT_EQ(IgnoredApps::storedPath("/a b/c.desktop/"), "/a%20b/c.desktop");
     const std::vector<std::string> stored = {"/usr/share/applications/firefox-esr.desktop",

@@ -38,6 +38,8 @@ QIcon iconOf(const ListedApplication &app)
 class ExceptionSettingsView : public QWidget
 {
 public:
+    static constexpr int chipsPerRow = 3;
+
     ExceptionSettingsView(SettingsServices &services, PreferenceBindings &bindings)
         : _services(services)
         , _preferences(services.preferences)
@@ -54,6 +56,8 @@ public:
 
         _chips = new QWidget(this);
         _chipGrid = new QGridLayout(_chips);
+        // Chips as wide as their names, three to a row, from the left.
+        _chipGrid->setColumnStretch(chipsPerRow, 1);
         column->addWidget(_chips);
         _empty = new QLabel("No apps ignored", this);
         _empty->setAlignment(Qt::AlignCenter);
@@ -132,7 +136,7 @@ private:
         }
         int n = 0;
         for (const auto i : selected) {
-            _chipGrid->addWidget(chip(i), n / 3, n % 3);
+            _chipGrid->addWidget(chip(i), n / chipsPerRow, n % chipsPerRow);
             ++n;
         }
         _empty->setVisible(selected.empty());
