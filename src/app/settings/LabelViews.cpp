@@ -118,8 +118,7 @@ QSlider *LabelDesignerWindow::addSlider(const QString &title, Range range, doubl
     slider->setRange(0, steps);
     slider->setTickPosition(QSlider::TicksBelow);
     slider->setTickInterval(std::max(1, steps / std::max(1, range.ticks - 1)));
-    slider->setProperty("minimum", range.minimum);
-    slider->setProperty("maximum", range.maximum);
+    _ranges[slider] = range;
     slider->setValue(static_cast<int>(
         std::lround((start - range.minimum) / (range.maximum - range.minimum) * steps)));
     slider->setAccessibleName(QString(title).remove(':'));
@@ -132,9 +131,8 @@ QSlider *LabelDesignerWindow::addSlider(const QString &title, Range range, doubl
 
 double LabelDesignerWindow::valueOf(const QSlider *slider) const
 {
-    const double minimum = slider->property("minimum").toDouble();
-    const double maximum = slider->property("maximum").toDouble();
-    return minimum + (maximum - minimum) * slider->value() / slider->maximum();
+    const Range &range = _ranges.at(slider);
+    return range.minimum + (range.maximum - range.minimum) * slider->value() / slider->maximum();
 }
 
 QLineEdit *LabelDesignerWindow::addColorField(const QString &title, QColor &color)

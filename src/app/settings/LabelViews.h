@@ -5,6 +5,7 @@
 #include <QIcon>
 #include <QWidget>
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -58,6 +59,7 @@ private:
     QLineEdit *addColorField(const QString &title, QColor &color);
     double valueOf(const QSlider *slider) const;
 
+    std::map<const QSlider *, Range> _ranges;
     QGridLayout *_rows = nullptr;
     LabelSampleView *_lightPreview = nullptr;
     LabelSampleView *_darkPreview = nullptr;
