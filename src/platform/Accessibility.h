@@ -35,10 +35,17 @@ public:
     copyMultipleAttributeValues(const AXUIElement &element,
                                 const std::vector<std::string> &names) = 0;
 
-    // A slice of an array attribute: at most maxValues entries from index on.
+    // A slice of an array attribute: at most maxValues entries from index on. By default the
+    // whole attribute is read and cut.
     virtual AXResult<ValueArray> copyAttributeValues(const AXUIElement &element,
                                                      const std::string &name, long index,
-                                                     long maxValues) = 0;
+                                                     long maxValues)
+    {
+        auto value = copyAttributeValue(element, name);
+        if (!value.ok())
+            return value.error();
+        return slice(value.value(), index, maxValues);
+    }
 
     // The action names; a backend answers with strings but callers don't rely on it.
     virtual AXResult<ValueArray> copyActionNames(const AXUIElement &element) = 0;

@@ -173,9 +173,13 @@ QLineEdit *PreferenceBindings::textField(const char *key, const QString &placeho
 {
     auto *field = new QLineEdit;
     field->setPlaceholderText(placeholder);
+    // Its own writes come back as a change of the file: the text being typed stays as it is.
     auto read = [this, field, key] {
+        const QString stored = QString::fromStdString(_preferences.stringForKey(key).value_or(""));
+        if (field->text() == stored)
+            return;
         const QSignalBlocker quiet(field);
-        field->setText(QString::fromStdString(_preferences.stringForKey(key).value_or("")));
+        field->setText(stored);
     };
     read();
     onReload(read);

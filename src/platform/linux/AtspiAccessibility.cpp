@@ -457,16 +457,6 @@ std::optional<ObjectRef> AtspiAccessibility::menuBarUnder(const ObjectRef &windo
     return std::nullopt;
 }
 
-AXResult<ValueArray> AtspiAccessibility::copyAttributeValues(const AXUIElement &element,
-                                                             const std::string &name, long index,
-                                                             long maxValues)
-{
-    auto value = copyAttributeValue(element, name);
-    if (!value.ok())
-        return value.error();
-    return slice(value.value(), index, maxValues);
-}
-
 AXResult<ValueArray> AtspiAccessibility::copyActionNames(const AXUIElement &element)
 {
     const ObjectRef *ref = refOf(element);

@@ -50,8 +50,6 @@ public:
     AXResult<ValueArray>
     copyMultipleAttributeValues(const AXUIElement &element,
                                 const std::vector<std::string> &names) override;
-    AXResult<ValueArray> copyAttributeValues(const AXUIElement &element, const std::string &name,
-                                             long index, long maxValues) override;
     AXResult<ValueArray> copyActionNames(const AXUIElement &element) override;
     AXResult<Value> copyParameterizedAttributeValue(const AXUIElement &element,
                                                     const std::string &name,

@@ -305,16 +305,6 @@ QtAccessibility::copyMultipleAttributeValues(const AXUIElement &element,
     });
 }
 
-AXResult<ValueArray> QtAccessibility::copyAttributeValues(const AXUIElement &element,
-                                                          const std::string &name, long index,
-                                                          long maxValues)
-{
-    auto value = copyAttributeValue(element, name);
-    if (!value.ok())
-        return value.error();
-    return slice(value.value(), index, maxValues);
-}
-
 AXResult<ValueArray> QtAccessibility::copyActionNames(const AXUIElement &element)
 {
     return onMainThread([&]() -> AXResult<ValueArray> {
@@ -403,13 +393,6 @@ SplitAccessibility::copyMultipleAttributeValues(const AXUIElement &element,
                                                 const std::vector<std::string> &names)
 {
     return of(element).copyMultipleAttributeValues(element, names);
-}
-
-AXResult<ValueArray> SplitAccessibility::copyAttributeValues(const AXUIElement &element,
-                                                             const std::string &name, long index,
-                                                             long maxValues)
-{
-    return of(element).copyAttributeValues(element, name, index, maxValues);
 }
 
 AXResult<ValueArray> SplitAccessibility::copyActionNames(const AXUIElement &element)
