@@ -1,5 +1,6 @@
 #include "app/AppDelegate.h"
 
+#include "keyboard/InputSources.h"
 #include "platform/Accessibility.h"
 #include "platform/Diagnostics.h"
 #include "platform/Scheduler.h"
@@ -69,6 +70,7 @@ void AppDelegate::setUp()
                                                       },
                                                   .actions = _services.menuActions},
                           _services.views);
+    _services.inputSources.load();
     _services.wireShortcuts();
     _axEnablerService.emplace(
         AXEnablerService::Services {.ax = _services.ax,

@@ -13,6 +13,7 @@
 namespace tarnvik {
 
 class Accessibility;
+class InputSources;
 class Preferences;
 class Scheduler;
 class Workspace;
@@ -30,6 +31,8 @@ public:
         Scheduler &scheduler;
         ShellViews &views;
         LoginItem &loginItem;
+        // Listed once, at set-up.
+        InputSources &inputSources;
         // Starts reading each application ahead of its first shortcut, at set-up.
         std::function<void()> readAhead;
         // Turns the shortcut preferences into hot keys, at set-up.

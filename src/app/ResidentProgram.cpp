@@ -71,9 +71,11 @@ std::optional<ResidentProgram::Connections> ResidentProgram::connect()
         return std::nullopt;
     wireMenubarFrame(*c.desktop);
     c.keyboard = linux::X11Keyboard::connect();
+    c.keyWatch = linux::X11KeyWatch::connect();
+    c.layouts = linux::XkbLayouts::connect();
     c.pointer = linux::X11Pointer::connect(
         [] { return QApplication::styleHints()->mouseDoubleClickInterval() / 1000.0; });
-    if (!c.keyboard || !c.pointer) {
+    if (!c.keyboard || !c.keyWatch || !c.layouts || !c.pointer) {
         std::fputs("tarnvik: the display lacks the XTEST or XKB extension\n", stderr);
         return std::nullopt;
     }
@@ -112,6 +114,7 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
     , _sounds(_player, _preferences, installedPath("share/tarnvik/sounds"))
     , _hotKeys(*_c.keyboard)
     , _shortcuts(_hotKeys)
+    , _inputSources(*_c.layouts)
     , _cursor(*_c.pointer)
     , _doubleClick(_scheduler, _shortcuts)
     , _views(_preferences,
@@ -134,7 +137,8 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
              .views = _views,
              .doubleClick = _doubleClick,
              .treeQueue = _treeQueue,
-             .searchQueue = _searchQueue})
+             .searchQueue = _searchQueue,
+             .inputSources = _inputSources})
     , _frameClock(refreshPeriod)
     , _scroller(_frameClock, *_c.scrollPosting)
     , _scrollViews(_preferences,
@@ -150,8 +154,16 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                    .cursor = _cursor,
                    .scroller = _scroller,
                    .views = _scrollViews,
-                   .treeQueue = _scrollTreeQueue})
-    , _wiring(_preferences, _shortcuts, _mode, _scrollMode)
+                   .treeQueue = _scrollTreeQueue,
+                   .inputSources = _inputSources})
+    , _wiring({.preferences = _preferences,
+               .shortcuts = _shortcuts,
+               .mode = _mode,
+               .scrollMode = _scrollMode,
+               .keyMonitor = *_c.keyWatch,
+               .capsLockKey = *_c.keyWatch,
+               .scheduler = _scheduler,
+               .recordingSlot = _recordingSlot})
     , _firstReads({.reading = {.platform = {_accessibility, _x, _x},
                                .screens = _x,
                                .preferences = _preferences,
@@ -175,10 +187,22 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                return linux::virtualKeyCode(static_cast<std::uint8_t>(scanCode));
            },
            .rewireShortcuts = [this] { _wiring.wireShortcuts(); },
+           .recordingSlot = _recordingSlot,
+           .hyperKeyDown =
+               [this] {
+                   auto *hyperKey = _wiring.capsLockController();
+                   return hyperKey && hyperKey->recordingKeyDown();
+               },
            .statusItemChanged = [this] { _delegate.preferencesChanged(); },
            .playClick = [this] { _sounds.playClick(); },
            .applications = installedApplications,
-           .inputSources = [] { return std::vector<std::pair<std::string, std::string>> {}; },
+           .inputSources =
+               [this] {
+                   std::vector<std::pair<std::string, std::string>> sources;
+                   for (const auto &source : _inputSources.list())
+                       sources.emplace_back(source.id, source.name);
+                   return sources;
+               },
            .openPage = [](const std::string &page) { openPage(page.c_str()); },
            .openLabelDesigner = [this] { _delegate.openLabelDesigner(); },
            .version = TARNVIK_VERSION,
@@ -189,6 +213,7 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                  .scheduler = _scheduler,
                  .views = _shellViews,
                  .loginItem = _loginItem,
+                 .inputSources = _inputSources,
                  .readAhead =
                      [this] {
                          _views.prepare(_x.screens().front());

@@ -8,13 +8,17 @@
 #include "click/DoubleClickManager.h"
 #include "click/Mode.h"
 #include "click/views/QtModeViews.h"
+#include "keyboard/InputSources.h"
+#include "keyboard/RecordingSlot.h"
 #include "platform/WorkQueue.h"
 #include "platform/linux/AtspiSwitch.h"
 #include "platform/linux/LinuxDesktop.h"
 #include "platform/linux/TimerFrameClock.h"
 #include "platform/linux/WheelScrolling.h"
+#include "platform/linux/X11KeyWatch.h"
 #include "platform/linux/X11Keyboard.h"
 #include "platform/linux/X11Pointer.h"
+#include "platform/linux/XkbLayouts.h"
 #include "platform/qt/PreferenceFileWatcher.h"
 #include "platform/qt/QSettingsPreferenceStore.h"
 #include "platform/qt/QtAccessibility.h"
@@ -63,6 +67,8 @@ public:
     {
         std::unique_ptr<linux::LinuxDesktop> desktop;
         std::unique_ptr<linux::X11Keyboard> keyboard;
+        std::unique_ptr<linux::X11KeyWatch> keyWatch;
+        std::unique_ptr<linux::XkbLayouts> layouts;
         std::unique_ptr<linux::X11Pointer> pointer;
         std::unique_ptr<ScrollPosting> scrollPosting;
         // How the scrolling reaches applications, for the start-up line.
@@ -98,6 +104,8 @@ private:
     SoundEffectManager _sounds;
     TimedHotKeys _hotKeys;
     SRGlobalShortcutMonitor _shortcuts;
+    RecordingSlot _recordingSlot;
+    InputSources _inputSources;
     CursorManager _cursor;
     DoubleClickManager _doubleClick;
     // Declared before the modes, so that work in flight ends before what it uses goes away.

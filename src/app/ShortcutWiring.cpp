@@ -9,49 +9,85 @@
 
 namespace tarnvik {
 
+namespace {
+
+// The event masks of the watch, by event type.
+constexpr int keyDownMask = 1 << EventType::keyDown;
+constexpr int flagsChangedMask = 1 << EventType::flagsChanged;
+
+} // namespace
+
 std::optional<SRShortcut> ShortcutWiring::shortcut(const char *key) const
 {
-    const auto text = _preferences.stringForKey(key);
+    const auto text = _services.preferences.stringForKey(key);
     return text ? SRShortcut::shortcutWithKeyEquivalent(*text) : std::nullopt;
 }
 
-ShortcutWiring::WiredTexts ShortcutWiring::wiredTexts() const
+ShortcutWiring::WiredSettings ShortcutWiring::wiredSettings() const
 {
-    return {_preferences.stringForKey(Preferences::Keys::searchShortcut),
-            _preferences.stringForKey(Preferences::Keys::nonSearchShortcut),
-            _preferences.stringForKey(Preferences::Keys::scrollShortcut)};
+    const auto &p = _services.preferences;
+    return {{p.stringForKey(Preferences::Keys::searchShortcut),
+             p.stringForKey(Preferences::Keys::nonSearchShortcut),
+             p.stringForKey(Preferences::Keys::scrollShortcut)},
+            p.boolForKey(Preferences::Keys::enableHyperKey)};
 }
 
 void ShortcutWiring::preferencesChanged()
 {
-    if (wiredTexts() != _wiredWith)
+    if (wiredSettings() != _wiredWith)
         wireShortcuts();
 }
 
 void ShortcutWiring::wireShortcuts()
 {
-    _wiredWith = wiredTexts();
-    _shortcuts.removeAllActions();
-    const auto search = shortcut(Preferences::Keys::searchShortcut);
-    const auto nonSearch = shortcut(Preferences::Keys::nonSearchShortcut);
-    const auto scroll = shortcut(Preferences::Keys::scrollShortcut);
-    const std::pair<std::optional<SRShortcut>, std::function<void()>> toggles[] = {
-        {search,
+    _wiredWith = wiredSettings();
+    _services.keyMonitor.setMonitorHandler({});
+    _services.shortcuts.removeAllActions();
+    const Wired wired {shortcut(Preferences::Keys::nonSearchShortcut),
+                       shortcut(Preferences::Keys::searchShortcut),
+                       shortcut(Preferences::Keys::scrollShortcut)};
+    const auto modifierOnly = [](const std::optional<SRShortcut> &s) {
+        return s && s->isModifierOnly();
+    };
+    const bool anyModifierOnly =
+        modifierOnly(wired.nonSearch) || modifierOnly(wired.search) || modifierOnly(wired.scroll);
+
+    int mask = 0;
+    _capsLockController.reset();
+    if (_services.preferences.boolForKey(Preferences::Keys::enableHyperKey)) {
+        _capsLockController = std::make_unique<CapsLockController>(
+            CapsLockController::Services {.key = _services.capsLockKey,
+                                          .scheduler = _services.scheduler,
+                                          .recordingSlot = _services.recordingSlot});
+        _capsLockController->onHyperkeyOnly = [this, wired] {
+            toggleFirst(wired, [](const SRShortcut &s) {
+                return s.isModifierOnly() && s.modifierFlags() == CapsLockController::hyperFlags;
+            });
+        };
+        mask = keyDownMask | (anyModifierOnly ? flagsChangedMask : 0);
+    } else if (anyModifierOnly) {
+        mask = flagsChangedMask;
+    }
+    if (mask)
+        _services.keyMonitor.setMonitorHandler(
+            [this, wired, mask](const KeyEvent &event) { monitorHandler(wired, mask, event); });
+
+    const std::pair<const std::optional<SRShortcut> &, std::function<void()>> actions[] = {
+        {wired.search,
          [this] {
              clickToggle(false);
          }},
-        {nonSearch,
+        {wired.nonSearch,
          [this] {
              clickToggle(true);
          }},
-        {scroll, [this] {
+        {wired.scroll, [this] {
              scrollToggle();
          }}};
-    for (const auto &[s, toggle] : toggles) {
-        // Modifier-only shortcuts need the Hyperkey's key watch, which this program lacks yet.
+    for (const auto &[s, toggle] : actions) {
         if (!s || s->isModifierOnly())
             continue;
-        _shortcuts.addAction(
+        _services.shortcuts.addAction(
             SRShortcutAction::shortcutActionWithShortcut(*s,
                                                          [toggle](SRShortcutAction &) {
                                                              toggle();
@@ -61,24 +97,63 @@ void ShortcutWiring::wireShortcuts()
     }
 }
 
-void ShortcutWiring::clickToggle(bool isSearchDisabled)
+bool ShortcutWiring::toggleFirst(const Wired &wired,
+                                 const std::function<bool(const SRShortcut &)> &matches)
 {
-    if (_mode.active()) {
-        _mode.deactivate(true);
+    if (wired.nonSearch && matches(*wired.nonSearch)) {
+        clickToggle(true);
+        return true;
+    }
+    if (wired.search && matches(*wired.search)) {
+        clickToggle(false);
+        return true;
+    }
+    if (wired.scroll && matches(*wired.scroll)) {
+        scrollToggle();
+        return true;
+    }
+    return false;
+}
+
+void ShortcutWiring::monitorHandler(const Wired &wired, int mask, const KeyEvent &event)
+{
+    if (!(mask & (1 << event.type)))
+        return;
+    if (event.type == EventType::flagsChanged) {
+        // Exact: a bit beyond the four modifiers, Caps Lock's among them, stops the match.
+        const std::uint64_t flags = event.flags & 0xFFFF0000;
+        toggleFirst(wired, [flags](const SRShortcut &s) {
+            return s.isModifierOnly() && s.modifierFlags() == flags;
+        });
         return;
     }
-    _scrollMode.deactivate();
-    _mode.activate(isSearchDisabled);
+    if (event.type != EventType::keyDown || !_capsLockController
+        || !_capsLockController->isHyperKeyActive())
+        return;
+    toggleFirst(wired, [&event](const SRShortcut &s) {
+        return !s.isModifierOnly() && s.keyCode() == event.keyCode
+            && s.modifierFlags() == CapsLockController::hyperFlags;
+    });
+}
+
+void ShortcutWiring::clickToggle(bool isSearchDisabled)
+{
+    if (_services.mode.active()) {
+        _services.mode.deactivate(true);
+        return;
+    }
+    _services.scrollMode.deactivate();
+    _services.mode.activate(isSearchDisabled);
 }
 
 void ShortcutWiring::scrollToggle()
 {
-    if (_scrollMode.active()) {
-        _scrollMode.deactivate();
+    if (_services.scrollMode.active()) {
+        _services.scrollMode.deactivate();
         return;
     }
-    _mode.deactivate(true);
-    _scrollMode.activate();
+    _services.mode.deactivate(true);
+    _services.scrollMode.activate();
 }
 
 } // namespace tarnvik

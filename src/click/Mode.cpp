@@ -85,6 +85,9 @@ void Mode::activate(bool isSearchDisabled)
     }
     if (AXEnablerService::isIgnored(*app, _services.preferences))
         return;
+    // Switched before anything can fail: a session that fails to start leaves it switched, and
+    // the next session that ends gives the one before back.
+    _services.inputSources.switchOnActivation(_services.preferences, _priorTisInputSource);
 
     // Each session reads the desktop afresh.
     _services.platform.ax.invalidateCache();
@@ -219,6 +222,7 @@ void Mode::deactivate(bool closeWindow)
         // Without closing, the window stays on screen for whoever took it over.
         _targetsWindowController.reset();
     }
+    _services.inputSources.restoreOnStop(_priorTisInputSource);
     if (_cancelQuery)
         _cancelQuery();
     _uiTrees.reset();

@@ -2,6 +2,7 @@
 
 #include "accessibility/BuildUITree.h"
 #include "accessibility/UITrees.h"
+#include "keyboard/InputSources.h"
 #include "platform/KeyEvents.h"
 #include "platform/Scheduler.h"
 #include "platform/Screens.h"
@@ -50,6 +51,7 @@ public:
         DoubleClickManager &doubleClick;
         WorkQueue &treeQueue;
         WorkQueue &searchQueue;
+        InputSources &inputSources;
     };
 
     explicit Mode(Services services);
@@ -107,6 +109,7 @@ private:
     Services _services;
     bool _active = false;
     bool _isSearchDisabled = true;
+    std::optional<InputSource> _priorTisInputSource;
     std::optional<Screen> _screen;
     // Of the application the session started over: clicking this program itself is special.
     pid_t _frontmostPid = 0;

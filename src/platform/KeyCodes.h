@@ -14,6 +14,7 @@ constexpr std::uint16_t tab = 48;
 constexpr std::uint16_t space = 49;
 constexpr std::uint16_t deleteKey = 51;
 constexpr std::uint16_t escape = 53;
+constexpr std::uint16_t capsLock = 57;
 constexpr std::uint16_t help = 114;
 constexpr std::uint16_t home = 115;
 constexpr std::uint16_t pageUp = 116;

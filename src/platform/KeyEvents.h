@@ -10,6 +10,7 @@ namespace tarnvik {
 namespace EventType {
 constexpr int keyDown = 10;
 constexpr int keyUp = 11;
+constexpr int flagsChanged = 12;
 } // namespace EventType
 
 namespace ModifierFlag {
@@ -59,6 +60,35 @@ public:
     // menu that taking the keyboard would close. A capture started then still takes every key,
     // but can pass none on.
     virtual bool heldElsewhere() = 0;
+};
+
+// Every key of the session as it goes by, taking nothing from the focused application: key
+// presses (keyDown, with the modifiers held) and changes of the modifiers (flagsChanged, with
+// the modifiers now held and the Caps Lock bit while it is locked). Events reach the handler on
+// the main thread.
+class KeyEventMonitor
+{
+public:
+    using Handler = std::function<void(const KeyEvent &)>;
+
+    virtual ~KeyEventMonitor() = default;
+    // An empty handler ends the watch.
+    virtual void setMonitorHandler(Handler handler) = 0;
+};
+
+// The Caps Lock key of every keyboard, as one key, and the lock state it toggles.
+class CapsLockKey
+{
+public:
+    // True for a press, false for a release; on the main thread.
+    using Handler = std::function<void(bool pressed)>;
+
+    virtual ~CapsLockKey() = default;
+    // While a handler is set the key is the program's: it neither locks nor changes letters for
+    // the desktop, and its presses still come here. An empty handler gives it back.
+    virtual void setCapsLockHandler(Handler handler) = 0;
+    virtual bool isCapsLockOn() = 0;
+    virtual void setCapsLock(bool on) = 0;
 };
 
 // The text of a key by position, as the ASCII-capable layout prints it with no modifiers.

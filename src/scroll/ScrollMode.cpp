@@ -42,6 +42,8 @@ void ScrollMode::activate()
         _services.events.beep();
         return;
     }
+    // A failure below leaves the source switched, as in click mode.
+    _services.inputSources.switchOnActivation(_services.preferences, _priorTisInputSource);
 
     _frontmostApp = app;
     _services.platform.ax.invalidateCache();
@@ -132,6 +134,7 @@ void ScrollMode::deactivate()
         _windowController->close();
         _windowController.reset();
     }
+    _services.inputSources.restoreOnStop(_priorTisInputSource);
 }
 
 std::vector<UIElementPtr> ScrollMode::findScrollableElements(const UITree &uiTree)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "accessibility/BuildUITree.h"
+#include "keyboard/InputSources.h"
 #include "platform/Screens.h"
 #include "scroll/ScrollWindowController.h"
 
@@ -32,6 +33,7 @@ public:
         BufferAndRateScroller &scroller;
         ScrollViews &views;
         WorkQueue &treeQueue;
+        InputSources &inputSources;
     };
 
     explicit ScrollMode(Services services);
@@ -55,6 +57,7 @@ private:
 
     Services _services;
     bool _active = false;
+    std::optional<InputSource> _priorTisInputSource;
     std::optional<RunningApplication> _frontmostApp;
     std::unique_ptr<ScrollWindowController> _windowController;
     // Each activation's number: a tree of an earlier one is dropped.

@@ -82,6 +82,8 @@ protected:
     fake::FakeInput keys;
     SRGlobalShortcutMonitor shortcuts {keys};
     RecordingLoginItem loginItem;
+    RecordingSlot recordingSlot;
+    bool hyperKeyHeld = false;
     int rewirings = 0;
     int statusItemChanges = 0;
     int clicksPlayed = 0;
@@ -99,6 +101,8 @@ protected:
              return static_cast<std::uint16_t>(code);
          },
          .rewireShortcuts = [this] { ++rewirings; },
+         .recordingSlot = recordingSlot,
+         .hyperKeyDown = [this] { return hyperKeyHeld; },
          .statusItemChanged = [this] { ++statusItemChanges; },
          .playClick = [this] { ++clicksPlayed; },
          .applications = [this] { return installed; },

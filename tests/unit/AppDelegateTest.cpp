@@ -1,6 +1,8 @@
 #include "app/AppDelegate.h"
 
+#include "keyboard/InputSources.h"
 #include "platform/fake/FakeDesktop.h"
+#include "platform/fake/FakeInput.h"
 #include "platform/fake/FakePreferenceStore.h"
 #include "preferences/Preferences.h"
 
@@ -73,6 +75,8 @@ struct Shell
     Preferences preferences {store};
     RecordingViews views;
     RecordingLoginItem loginItem;
+    fake::FakeInput input;
+    InputSources inputSources {input};
     int wirings = 0;
     int readsAhead = 0;
     int quits = 0;
@@ -82,6 +86,7 @@ struct Shell
                            .scheduler = scheduler,
                            .views = views,
                            .loginItem = loginItem,
+                           .inputSources = inputSources,
                            .readAhead = [this] { ++readsAhead; },
                            .wireShortcuts = [this] { ++wirings; },
                            .deactivateModes = [] {},

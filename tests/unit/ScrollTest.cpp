@@ -8,6 +8,7 @@
 #include "scroll/BufferAndRateScroller.h"
 #include "scroll/ScrollMode.h"
 #include "support/FrontWindow.h"
+#include "support/RecordingScrollViews.h"
 #include "support/TreeBuilding.h"
 
 #include <gtest/gtest.h>
@@ -203,27 +204,7 @@ TEST(ScrollableElementsTest, OutermostShowingAreasDepthFirstFromTheLastChild)
 class ScrollModeTest : public ::testing::Test, protected test::FrontWindow
 {
 protected:
-    struct RecordingViews : ScrollViews
-    {
-        struct Window : ScrollWindow
-        {
-            explicit Window(RecordingViews &owner)
-                : views(owner)
-            {
-                ++views.open;
-            }
-            void orderFront() override { }
-            void close() override { --views.open; }
-            void show(const ScrollState &state) override { views.shown = state; }
-            RecordingViews &views;
-        };
-        std::unique_ptr<ScrollWindow> createScrollWindow(const Screen &) override
-        {
-            return std::make_unique<Window>(*this);
-        }
-        int open = 0;
-        ScrollState shown;
-    };
+    using RecordingViews = test::RecordingScrollViews;
 
     ScrollModeTest()
     {
@@ -254,12 +235,14 @@ protected:
                 cursor,
                 scroller,
                 views,
-                queue};
+                queue,
+                inputSources};
     }
 
     fake::FakeElement left = window;
     fake::FakeElement right = window;
     CursorManager cursor {input};
+    InputSources inputSources {input};
     fake::FakeFrameClock clock;
     BufferAndRateScroller scroller {clock, input};
     RecordingViews views;

@@ -43,7 +43,9 @@ ShortcutRecorderView *recorder(const char *key, SettingsServices &services,
                                           {.preferences = services.preferences,
                                            .shortcuts = services.shortcuts,
                                            .keyCodeOfScanCode = services.keyCodeOfScanCode,
-                                           .rewireShortcuts = services.rewireShortcuts});
+                                           .rewireShortcuts = services.rewireShortcuts,
+                                           .recordingSlot = services.recordingSlot,
+                                           .hyperKeyDown = services.hyperKeyDown});
     bindings.onReload([view] { view->reload(); });
     return view;
 }

@@ -19,6 +19,7 @@ namespace tarnvik {
 
 class LoginItem;
 class PreferenceBindings;
+class RecordingSlot;
 class Preferences;
 class SRGlobalShortcutMonitor;
 
@@ -32,6 +33,9 @@ struct SettingsServices
     std::function<std::optional<std::uint16_t>(std::uint32_t)> keyCodeOfScanCode;
     // Wires the shortcuts anew: after a recording, and when Hyperkey is switched.
     std::function<void()> rewireShortcuts;
+    // Where the Hyperkey finds the recorder that records, and whether it is held.
+    RecordingSlot &recordingSlot;
+    std::function<bool()> hyperKeyDown;
     // Shows or hides the status item as `show-menubar-icon` now says.
     std::function<void()> statusItemChanged;
     std::function<void()> playClick;

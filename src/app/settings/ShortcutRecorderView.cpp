@@ -1,5 +1,6 @@
 #include "app/settings/ShortcutRecorderView.h"
 
+#include "keyboard/CapsLockController.h"
 #include "keyboard/SRGlobalShortcutMonitor.h"
 #include "keyboard/ShortcutRecording.h"
 #include "platform/KeyCodes.h"
@@ -70,6 +71,7 @@ ShortcutRecorderView::ShortcutRecorderView(const char *userDefaultsKey, Services
 
 ShortcutRecorderView::~ShortcutRecorderView()
 {
+    _services.recordingSlot.end(this);
     if (_recording)
         _services.shortcuts.resume();
 }
@@ -103,6 +105,7 @@ void ShortcutRecorderView::beginRecording()
 {
     _recording = true;
     _heldModifiers = 0;
+    _services.recordingSlot.begin(this);
     _services.shortcuts.pause();
     setFocus(Qt::OtherFocusReason);
     showValue();
@@ -114,6 +117,7 @@ void ShortcutRecorderView::endRecording()
         return;
     _recording = false;
     _heldModifiers = 0;
+    _services.recordingSlot.end(this);
     _services.shortcuts.resume();
     const std::string text = _value ? _value->description() : std::string();
     _services.preferences.setString(_userDefaultsKey,
@@ -121,6 +125,14 @@ void ShortcutRecorderView::endRecording()
     showValue();
     // The wiring runs after this event, as on every other recording path.
     QTimer::singleShot(0, this, [rewire = _services.rewireShortcuts] { rewire(); });
+}
+
+void ShortcutRecorderView::takeShortcut(const SRShortcut &shortcut)
+{
+    if (!_recording)
+        return;
+    _value = shortcut;
+    endRecording();
 }
 
 void ShortcutRecorderView::offer(const SRShortcut &candidate)
@@ -157,13 +169,19 @@ void ShortcutRecorderView::keyPressEvent(QKeyEvent *event)
         showValue();
         return;
     }
-    _heldModifiers = 0;
     const auto keyCode = _services.keyCodeOfScanCode(event->nativeScanCode());
+    // The Caps Lock key speaks through the Hyperkey, when it is one.
+    if (keyCode == KeyCode::capsLock)
+        return;
+    _heldModifiers = 0;
     if (!keyCode) {
         QApplication::beep();
         return;
     }
-    offer(SRShortcut::shortcutWithCode(*keyCode, flagsOf(event->modifiers())));
+    auto flags = flagsOf(event->modifiers());
+    if (_services.hyperKeyDown && _services.hyperKeyDown())
+        flags |= CapsLockController::hyperFlags;
+    offer(SRShortcut::shortcutWithCode(*keyCode, flags));
 }
 
 void ShortcutRecorderView::keyReleaseEvent(QKeyEvent *event)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "keyboard/RecordingSlot.h"
 #include "keyboard/SRShortcut.h"
 
 #include <QPushButton>
@@ -19,7 +20,7 @@ class SRGlobalShortcutMonitor;
 // and let go with no key record the modifiers alone; losing the focus ends it as it stands.
 // While it records, the program's own hot keys are paused, so that the current shortcut can be
 // recorded again instead of starting a mode.
-class ShortcutRecorderView : public QPushButton
+class ShortcutRecorderView : public QPushButton, public RecordingControl
 {
 public:
     struct Services
@@ -30,6 +31,10 @@ public:
         std::function<std::optional<std::uint16_t>(std::uint32_t)> keyCodeOfScanCode;
         // Wires the shortcuts anew, after a recording.
         std::function<void()> rewireShortcuts;
+        // Where the Hyperkey finds the control that records.
+        RecordingSlot &recordingSlot;
+        // Whether a key pressed now comes with the Hyperkey held: it then carries ⌃⌥⇧⌘.
+        std::function<bool()> hyperKeyDown;
     };
 
     ShortcutRecorderView(const char *userDefaultsKey, Services services, QWidget *parent = nullptr);
@@ -40,6 +45,8 @@ public:
     void endRecording();
     // Shows the stored shortcut again.
     void reload();
+    // The Hyperkey alone, recorded.
+    void takeShortcut(const SRShortcut &shortcut) override;
 
 protected:
     bool event(QEvent *event) override;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/HotKeys.h"
+#include "platform/InputSources.h"
 #include "platform/KeyEvents.h"
 #include "platform/Pointer.h"
 #include "platform/WorkQueue.h"
@@ -17,6 +18,9 @@ namespace tarnvik::fake {
 class FakeInput final : public KeyboardCapture,
                         public KeyboardLayout,
                         public HotKeys,
+                        public KeyEventMonitor,
+                        public CapsLockKey,
+                        public KeyboardInputSources,
                         public EventPosting,
                         public PointerVisibility,
                         public PointerMotion,
@@ -81,7 +85,55 @@ public:
     }
     const std::vector<Scroll> &scrolls() const { return _scrolls; }
 
+    // The watch of every key: what the user's keys show it.
+    void setMonitorHandler(KeyEventMonitor::Handler handler) override
+    {
+        _monitor = std::move(handler);
+    }
+    bool monitoring() const { return static_cast<bool>(_monitor); }
+    void monitor(const KeyEvent &event)
+    {
+        if (_monitor)
+            _monitor(event);
+    }
+
+    // The Caps Lock key: the user presses and releases it; the desktop may lock it.
+    void setCapsLockHandler(CapsLockKey::Handler handler) override
+    {
+        _capsLock = std::move(handler);
+    }
+    bool capsLockTaken() const { return static_cast<bool>(_capsLock); }
+    void pressCapsLock(bool down)
+    {
+        if (_capsLock)
+            _capsLock(down);
+    }
+    bool isCapsLockOn() override { return _capsLockOn; }
+    void setCapsLock(bool on) override { _capsLockOn = on; }
+
+    // The desktop's layouts: `sources`, the first in use until one is selected.
+    void setInputSources(std::vector<InputSource> sources)
+    {
+        _sources = std::move(sources);
+        _current = _sources.empty() ? std::nullopt : std::optional(_sources.front());
+    }
+    std::vector<InputSource> inputSources() override { return _sources; }
+    std::optional<InputSource> currentInputSource() override { return _current; }
+    void selectInputSource(const InputSource &source) override
+    {
+        _current = source;
+        _selected.push_back(source.id);
+    }
+    // The ids selected, in order.
+    const std::vector<std::string> &selectedInputSources() const { return _selected; }
+
 private:
+    KeyEventMonitor::Handler _monitor;
+    CapsLockKey::Handler _capsLock;
+    bool _capsLockOn = false;
+    std::vector<InputSource> _sources;
+    std::optional<InputSource> _current;
+    std::vector<std::string> _selected;
     KeyboardCapture::Handler _capture;
     bool _refuseCapture = false;
     bool _heldElsewhere = false;
