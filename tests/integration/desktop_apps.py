@@ -1,6 +1,7 @@
 """What the integration tests share: starting an application on the virtual desktop, bringing
 its window to the front, finding it on the accessibility bus, and asking tarnvik."""
 
+import ctypes
 import json
 import os
 import pathlib
@@ -344,3 +345,39 @@ class OverlaySession(unittest.TestCase):
         if window_mapped(self.overlay):
             key("Escape")
         poll("the overlay to close", lambda: not window_mapped(self.overlay), 10)
+
+
+class _XkbState(ctypes.Structure):
+    _fields_ = [("group", ctypes.c_ubyte), ("locked_group", ctypes.c_ubyte),
+                ("base_group", ctypes.c_ushort), ("latched_group", ctypes.c_ushort),
+                ("mods", ctypes.c_ubyte), ("base_mods", ctypes.c_ubyte),
+                ("latched_mods", ctypes.c_ubyte), ("locked_mods", ctypes.c_ubyte),
+                ("compat_state", ctypes.c_ubyte), ("grab_mods", ctypes.c_ubyte),
+                ("compat_grab_mods", ctypes.c_ubyte), ("lookup_mods", ctypes.c_ubyte),
+                ("compat_lookup_mods", ctypes.c_ubyte), ("ptr_buttons", ctypes.c_ushort)]
+
+
+class Xkb:
+    """The keyboard's XKB state, through Xlib: its locked layout group, and Caps Lock's lock."""
+
+    USE_CORE_KBD = 0x100
+
+    def __init__(self):
+        self._x = ctypes.CDLL("libX11.so.6")
+        self._x.XOpenDisplay.restype = ctypes.c_void_p
+        self._display = ctypes.c_void_p(self._x.XOpenDisplay(None))
+
+    def _state(self):
+        state = _XkbState()
+        self._x.XkbGetState(self._display, self.USE_CORE_KBD, ctypes.byref(state))
+        return state
+
+    def group(self):
+        return self._state().locked_group
+
+    def lock_group(self, group):
+        self._x.XkbLockGroup(self._display, self.USE_CORE_KBD, group)
+        self._x.XFlush(self._display)
+
+    def caps_locked(self):
+        return bool(self._state().locked_mods & 2)

@@ -1,6 +1,7 @@
 // The wiring of the three shortcuts to the modes: hot keys, the watch of every key for
 // modifiers alone and the Hyperkey, and the input source each mode selects.
 #include "app/ShortcutWiring.h"
+
 #include "click/Mode.h"
 #include "keyboard/RecordingSlot.h"
 #include "platform/KeyCodes.h"

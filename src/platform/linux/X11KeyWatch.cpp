@@ -45,8 +45,8 @@ public:
     // The symbols of one key, as many as the keymap has for each key.
     std::vector<xcb_keysym_t> symbolsOf(std::uint8_t key)
     {
-        auto *reply = xcb_get_keyboard_mapping_reply(c, xcb_get_keyboard_mapping(c, key, 1),
-                                                     nullptr);
+        auto *reply =
+            xcb_get_keyboard_mapping_reply(c, xcb_get_keyboard_mapping(c, key, 1), nullptr);
         std::vector<xcb_keysym_t> symbols;
         if (reply) {
             const auto *keysyms = xcb_get_keyboard_mapping_keysyms(reply);
@@ -71,10 +71,9 @@ std::unique_ptr<X11KeyWatch> X11KeyWatch::connect()
     if (xcb_connection_has_error(x->c))
         return nullptr;
     x->root = xcb_setup_roots_iterator(xcb_get_setup(x->c)).data->root;
-    if (!xkb_x11_setup_xkb_extension(x->c, XKB_X11_MIN_MAJOR_XKB_VERSION,
-                                     XKB_X11_MIN_MINOR_XKB_VERSION,
-                                     XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr,
-                                     &x->xkbEvents, nullptr))
+    if (!xkb_x11_setup_xkb_extension(
+            x->c, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
+            XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, &x->xkbEvents, nullptr))
         return nullptr;
     x->xinput = xinput22(x->c);
     const auto caps = xKeyCode(capsLockKeyCode);
@@ -160,8 +159,8 @@ bool X11KeyWatch::isCapsLockOn()
 
 void X11KeyWatch::setCapsLock(bool on)
 {
-    xcb_xkb_latch_lock_state(_x->c, XCB_XKB_ID_USE_CORE_KBD, XMod::lock, on ? XMod::lock : 0, 0,
-                             0, 0, 0, 0);
+    xcb_xkb_latch_lock_state(_x->c, XCB_XKB_ID_USE_CORE_KBD, XMod::lock, on ? XMod::lock : 0, 0, 0,
+                             0, 0, 0);
     xcb_flush(_x->c);
 }
 

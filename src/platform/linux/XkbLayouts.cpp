@@ -42,8 +42,8 @@ struct XkbLayouts::Connection
     // of, NUL-separated.
     QStringList rulesNames()
     {
-        auto *atom = xcb_intern_atom_reply(c, xcb_intern_atom(c, 1, 16, "_XKB_RULES_NAMES"),
-                                           nullptr);
+        auto *atom =
+            xcb_intern_atom_reply(c, xcb_intern_atom(c, 1, 16, "_XKB_RULES_NAMES"), nullptr);
         if (!atom)
             return {};
         auto *property = xcb_get_property_reply(
@@ -51,9 +51,9 @@ struct XkbLayouts::Connection
         std::free(atom);
         if (!property)
             return {};
-        const QString text = QString::fromLatin1(
-            static_cast<const char *>(xcb_get_property_value(property)),
-            xcb_get_property_value_length(property));
+        const QString text =
+            QString::fromLatin1(static_cast<const char *>(xcb_get_property_value(property)),
+                                xcb_get_property_value_length(property));
         std::free(property);
         return text.split(QChar(0));
     }
@@ -114,10 +114,9 @@ std::unique_ptr<XkbLayouts> XkbLayouts::connect()
     if (xcb_connection_has_error(x->c))
         return nullptr;
     x->root = xcb_setup_roots_iterator(xcb_get_setup(x->c)).data->root;
-    if (!xkb_x11_setup_xkb_extension(x->c, XKB_X11_MIN_MAJOR_XKB_VERSION,
-                                     XKB_X11_MIN_MINOR_XKB_VERSION,
-                                     XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr,
-                                     nullptr, nullptr))
+    if (!xkb_x11_setup_xkb_extension(
+            x->c, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
+            XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, nullptr, nullptr))
         return nullptr;
     return std::unique_ptr<XkbLayouts>(new XkbLayouts(std::move(x)));
 }

@@ -1,0 +1,169 @@
+#!/usr/bin/env python3
+"""The keyboard around the shortcuts, as a person uses it: Caps Lock as the Hyperkey, a shortcut
+of modifiers alone, and a second layout that each mode switches away from and back to. Asserts
+on the labels, on XKB's state, and on what gtk3-widget-factory and a GTK list report."""
+
+import os
+import subprocess
+import sys
+import time
+import unittest
+
+import pyatspi
+
+from desktop_apps import (TARNVIK, Application, ResidentTarnvik, Xkb, accessible_window, key,
+                          label_at, labels_mapped, poll, process_frame, rect, showing, targets,
+                          window_mapped)
+
+CAPS = "66"  # Caps Lock's X key code
+LISTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "scroll_lists.py")
+
+
+def xdotool(*arguments):
+    subprocess.run(["xdotool", *arguments], check=True)
+
+
+def click(accessible):
+    x, y, w, h = rect(accessible)
+    xdotool("mousemove", str(x + w // 2), str(y + h // 2), "click", "1")
+
+
+def descendant(root, role, name=None):
+    return poll(f"a showing {name or role}", lambda: next(
+        (a for a in pyatspi.findAllDescendants(root, lambda a: a is not None
+                                               and a.getRole() == role
+                                               and (name is None or a.name == name))
+         if showing(a)), None), 10)
+
+
+class Keyboard(unittest.TestCase):
+
+    @classmethod
+    def setUpClass(cls):
+        cls.xkb = Xkb()
+        cls.app = Application(lambda home: ["gtk3-widget-factory"])
+        cls.app.bring_to_front()
+        cls.window = poll("the window on the bus", lambda: process_frame(cls.app.process.pid))
+        cls.tarnvik = ResidentTarnvik()
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.tarnvik.remove()
+        cls.app.stop()
+
+    def tearDown(self):
+        self.tarnvik.stop()
+        subprocess.run(["setxkbmap", "-layout", "us"], check=True)
+        if window_mapped("Tarnvik Labels"):
+            key("Escape")
+
+    def shows_labels(self, *press):
+        """Whether the keys, pressed over gtk3-widget-factory, bring labels (taken away
+        again)."""
+        self.app.bring_to_front()
+        for step in press:
+            step()
+        try:
+            poll("the labels", labels_mapped, 2)
+        except AssertionError:
+            return False
+        finally:
+            xdotool("keyup", "super", "alt", CAPS, "space")
+        key("Escape")
+        poll("the labels gone", lambda: not labels_mapped(), 10)
+        return True
+
+    def typed_into_entry(self, *press):
+        entry = descendant(self.window, pyatspi.ROLE_TEXT)
+        entry.queryComponent().grabFocus()
+        poll("the entry focused", lambda: entry.getState().contains(pyatspi.STATE_FOCUSED), 10)
+        key("End")
+        before = entry.queryText().getText(0, -1)
+        for step in press:
+            step()
+        time.sleep(0.3)  # what a key types arrives in this time
+        after = entry.queryText().getText(0, -1)
+        key(*["BackSpace"] * (len(after) - len(before)))
+        return after[len(before):]
+
+    def test_caps_lock_held_is_the_hyperkey_of_a_shortcut_recorded_with_it(self):
+        self.tarnvik.start("enable-hyper-key=true\n")
+        # Recorded as a person records it: Caps Lock held and Space, in the settings.
+        subprocess.run([TARNVIK], env=dict(os.environ, XDG_CONFIG_HOME=self.tarnvik.config),
+                       check=True, timeout=20)
+        settings = poll("the settings", lambda: accessible_window("Tarnvik Settings"), 20)
+        click(descendant(settings, pyatspi.ROLE_LIST_ITEM, "Clicking"))
+        click(descendant(settings, pyatspi.ROLE_PUSH_BUTTON, "Shortcut"))
+        xdotool("keydown", CAPS, "key", "space", "keyup", CAPS)
+        conf = os.path.join(self.tarnvik.config, "tarnvik", "tarnvik.conf")
+        poll("⌃⌥⇧⌘Space stored", lambda: "non-search-shortcut=⌃⌥⇧⌘Space" in open(
+            conf, encoding="utf-8").read(), 10)
+
+        self.assertTrue(poll("Caps Lock and Space to show the labels", lambda: self.shows_labels(
+            lambda: xdotool("keydown", CAPS), lambda: xdotool("key", "space")), 10))
+        self.assertFalse(self.xkb.caps_locked())
+        xdotool("key", CAPS)
+        time.sleep(0.3)  # the lock would show at once
+        self.assertFalse(self.xkb.caps_locked(), "a lone tap locks nothing")
+        self.assertEqual(self.typed_into_entry(
+            lambda: xdotool("keydown", CAPS), lambda: xdotool("key", "j"),
+            lambda: xdotool("keyup", CAPS)), "j", "other applications get the plain key")
+
+        self.tarnvik.stop()
+        xdotool("key", CAPS)
+        poll("Caps Lock itself again", self.xkb.caps_locked, 5)
+        xdotool("key", CAPS)
+
+    def test_a_shortcut_of_super_and_alt_fires_when_both_are_down(self):
+        self.tarnvik.start("non-search-shortcut=⌥⌘\n")
+        self.assertFalse(self.shows_labels(lambda: xdotool("keydown", "super")), "Super alone")
+        self.assertTrue(self.shows_labels(lambda: xdotool("keydown", "super", "keydown", "alt")))
+
+    def test_each_mode_types_on_the_chosen_layout_and_gives_the_other_back(self):
+        subprocess.run(["setxkbmap", "-layout", "us,ru"], check=True)
+        self.xkb.lock_group(1)
+        poll("the Russian layout in use", lambda: self.xkb.group() == 1, 5)
+        self.tarnvik.start("auto-switch-input-source-id=us\n")
+
+        box = next(a for a in pyatspi.findAllDescendants(
+            self.window, lambda a: a is not None and a.getRole() == pyatspi.ROLE_CHECK_BOX)
+            if showing(a) and a.getState().contains(pyatspi.STATE_SENSITIVE))
+        checked = box.getState().contains(pyatspi.STATE_CHECKED)
+        self.app.bring_to_front()
+        label = label_at(rect(box), targets()["targets"])
+        key("shift+super+space")
+        poll("the labels", labels_mapped, 10)
+        self.assertEqual(self.xkb.group(), 0, "US while the labels show")
+        key(*label.lower())
+        poll("the check box clicked",
+             lambda: box.getState().contains(pyatspi.STATE_CHECKED) != checked, 10)
+        poll("Russian given back", lambda: self.xkb.group() == 1, 10)
+
+        lists = Application(lambda home: [sys.executable, LISTS])
+        self.addCleanup(lists.stop)
+        lists.bring_to_front()
+        window = poll("the lists", lambda: accessible_window("Scroll Lists"))
+        self.tarnvik.start("auto-switch-input-source-id=us\nscroll-keys=hjkl\n")
+        lists.bring_to_front()
+        bars = [a for a in pyatspi.findAllDescendants(
+            window, lambda a: a is not None and a.getRole() == pyatspi.ROLE_SCROLL_BAR
+            and a.getState().contains(pyatspi.STATE_VERTICAL)) if showing(a)]
+
+        def positions():
+            return [bar.queryValue().currentValue for bar in bars]
+        start = positions()
+        key("shift+super+j")
+        poll("the scroll overlay", lambda: window_mapped("Tarnvik Scrolling"), 10)
+        self.assertEqual(self.xkb.group(), 0)
+        key("2")
+        xdotool("keydown", "j")
+        try:
+            poll("a list scrolled by J", lambda: positions() != start, 10)
+        finally:
+            xdotool("keyup", "j")
+        key("Escape")
+        poll("Russian given back", lambda: self.xkb.group() == 1, 10)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
