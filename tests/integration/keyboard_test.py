@@ -12,8 +12,8 @@ import unittest
 import pyatspi
 
 from desktop_apps import (TARNVIK, Application, ResidentTarnvik, Xkb, accessible_window, key,
-                          label_at, labels_mapped, poll, process_frame, rect, showing, targets,
-                          window_mapped)
+                          label_at, labels_mapped, pointer, poll, process_frame, rect, showing,
+                          targets, window_mapped)
 
 CAPS = "66"  # Caps Lock's X key code
 LISTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "scroll_lists.py")
@@ -155,7 +155,18 @@ class Keyboard(unittest.TestCase):
         key("shift+super+j")
         poll("the scroll overlay", lambda: window_mapped("Tarnvik Scrolling"), 10)
         self.assertEqual(self.xkb.group(), 0)
-        key("2")
+        # The areas come once the window's tree is read: 2, the second list, until the pointer
+        # stands in it.
+        panes = [a for a in pyatspi.findAllDescendants(
+            window, lambda a: a is not None and a.getRole() == pyatspi.ROLE_SCROLL_PANE)
+            if showing(a)]
+
+        def in_a_list():
+            key("2")
+            x, y = pointer()
+            return any(px <= x < px + pw and py <= y < py + ph
+                       for px, py, pw, ph in map(rect, panes))
+        poll("the pointer in a list", in_a_list, 10)
         xdotool("keydown", "j")
         try:
             poll("a list scrolled by J", lambda: positions() != start, 10)

@@ -1,7 +1,9 @@
 #include "app/settings/SettingsWindow.h"
 
 #include "app/settings/ShortcutRecorderView.h"
+#include "keyboard/CapsLockController.h"
 #include "keyboard/SRGlobalShortcutMonitor.h"
+#include "platform/KeyCodes.h"
 #include "platform/KeyEvents.h"
 #include "platform/LoginItem.h"
 #include "platform/fake/FakeInput.h"
@@ -203,6 +205,22 @@ TEST_F(SettingsWindowTest, TheRecorderTakesAKeyByPositionAndRefusesOneInUse)
     key(recorder, QEvent::KeyRelease, Qt::Key_Control, Qt::ControlModifier | Qt::AltModifier);
     key(recorder, QEvent::KeyRelease, Qt::Key_Alt, Qt::AltModifier);
     EXPECT_EQ(store.stringValue(Keys::nonSearchShortcut), "⌃⌥");
+
+    // With the Hyperkey held a key carries ⌃⌥⇧⌘; the Caps Lock key itself records nothing.
+    hyperKeyHeld = true;
+    recorder->click();
+    key(recorder, QEvent::KeyPress, Qt::Key_CapsLock, Qt::NoModifier, KeyCode::capsLock);
+    EXPECT_TRUE(recorder->isRecording());
+    key(recorder, QEvent::KeyPress, Qt::Key_J, Qt::NoModifier, 38);
+    EXPECT_EQ(store.stringValue(Keys::nonSearchShortcut), "⌃⌥⇧⌘J");
+    hyperKeyHeld = false;
+    // The Hyperkey alone, given by the Hyperkey to the control in the slot.
+    recorder->click();
+    ASSERT_EQ(recordingSlot.recording(), recorder);
+    recordingSlot.recording()->takeShortcut(
+        SRShortcut::shortcutWithCode(KeyCode::none, CapsLockController::hyperFlags));
+    EXPECT_EQ(store.stringValue(Keys::nonSearchShortcut), "⌃⌥⇧⌘");
+    EXPECT_EQ(recordingSlot.recording(), nullptr);
 
     auto *search = named<ShortcutRecorderView>("Search Shortcut");
     EXPECT_EQ(search->text(), QString("Record")) << "unset";
