@@ -125,7 +125,8 @@ class Settings(unittest.TestCase):
         click(control(window, pyatspi.ROLE_PUSH_BUTTON, "Remove Widget Factory"))
         poll("the application taken off",
              lambda: "org.gtk.WidgetFactory4.desktop" not in self.settings_file(), 10)
-        self.assertTrue(self.shortcut_shows_labels("shift+super+space", gtk4))
+        self.assertTrue(poll("labels over it again", lambda: self.shortcut_shows_labels(
+            "shift+super+space", gtk4), 20))
 
     def test_tarnvik_labels_drive_its_own_settings(self):
         window = self.open_settings("Clicking")
