@@ -124,6 +124,14 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                           .labelsPainted = labelsPaintedTrace()},
               .highContrast = [this] { return _x.appearance().highContrast; },
               .labelZoom = desktopScale(qtScaleFactor)})
+    , _tutorViews({.firstScreenHeight = [this] { return firstScreenHeight(); },
+                   .hasCompositor = _x.hasCompositor()})
+    , _tutorMode({.views = _tutorViews,
+                  .focusedElement = [this] { return _mode.focusedElement(); },
+                  .firstScreenHeight =
+                      [this] {
+                          return firstScreenHeight();
+                      }})
     , _mode({.platform = {_accessibility, _x, _x},
              .screens = _x,
              .preferences = _preferences,
@@ -138,7 +146,8 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
              .doubleClick = _doubleClick,
              .treeQueue = _treeQueue,
              .searchQueue = _searchQueue,
-             .inputSources = _inputSources})
+             .inputSources = _inputSources,
+             .tutorMode = _tutorMode})
     , _frameClock(refreshPeriod)
     , _scroller(_frameClock, *_c.scrollPosting)
     , _scrollViews(_preferences,

@@ -30,6 +30,8 @@
 #include "scroll/ScrollMode.h"
 #include "scroll/views/QtScrollViews.h"
 #include "sounds/SoundEffectManager.h"
+#include "tutorial/TutorMode.h"
+#include "tutorial/views/QtTutorViews.h"
 
 #include <chrono>
 #include <memory>
@@ -113,6 +115,8 @@ private:
     SerialWorkQueue _searchQueue;
     SerialWorkQueue _scrollTreeQueue;
     QtModeViews _views;
+    QtTutorViews _tutorViews;
+    TutorMode _tutorMode;
     Mode _mode;
     linux::TimerFrameClock _frameClock;
     BufferAndRateScroller _scroller;

@@ -197,6 +197,7 @@ void Mode::treesBuilt(UITrees trees, std::uint64_t session)
         return;
     _uiTrees = std::move(trees);
     runSearch();
+    _services.tutorMode.setUiTrees(*_uiTrees);
     if (_searchBar)
         _searchBar->window().stopProgress();
 }
@@ -240,6 +241,7 @@ void Mode::deactivate(bool closeWindow)
         _cancelSearch();
         _cancelSearch = nullptr;
     }
+    _services.tutorMode.deactivate();
 }
 
 void Mode::runSearch()
@@ -277,6 +279,7 @@ void Mode::focusNext()
     if (auto *view = targetsView()) {
         view->focusNext();
         _targetsWindowController->window().update();
+        retargetTutor();
     }
 }
 
@@ -285,7 +288,21 @@ void Mode::focusPrevious()
     if (auto *view = targetsView()) {
         view->focusPrevious();
         _targetsWindowController->window().update();
+        retargetTutor();
     }
+}
+
+void Mode::retargetTutor()
+{
+    auto *view = targetsView();
+    if (_services.tutorMode.active() && view && view->focusedElement())
+        _services.tutorMode.setTarget(view->focusedElement());
+}
+
+UIElementPtr Mode::focusedElement()
+{
+    auto *view = targetsView();
+    return view ? view->focusedElement() : nullptr;
 }
 
 void Mode::rotateClusters()

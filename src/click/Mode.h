@@ -6,6 +6,7 @@
 #include "platform/KeyEvents.h"
 #include "platform/Scheduler.h"
 #include "platform/Screens.h"
+#include "tutorial/TutorMode.h"
 
 #include <atomic>
 #include <functional>
@@ -52,6 +53,7 @@ public:
         WorkQueue &treeQueue;
         WorkQueue &searchQueue;
         InputSources &inputSources;
+        TutorMode &tutorMode;
     };
 
     explicit Mode(Services services);
@@ -83,6 +85,8 @@ public:
 
     // What the session shows, for its views and tests.
     const std::optional<UITrees> &uiTrees() const { return _uiTrees; }
+    // The element the labels focus, if any.
+    UIElementPtr focusedElement();
     std::optional<Screen> screen() const { return _screen; }
     TargetsView *targetsView() const;
     SearchBarWindowController *searchBar() const { return _searchBar.get(); }
@@ -91,6 +95,8 @@ private:
     struct Session;
 
     void fail();
+    // The tutor, when it shows, follows the focus.
+    void retargetTutor();
     void startTreeBuilding(const RunningApplication &app, const UIElementPtr &window,
                            const std::optional<RunningApplication> &menubarApp, UITreePtr dock);
     void treesBuilt(UITrees trees, std::uint64_t session);

@@ -128,9 +128,9 @@ KeyDisposition Mode::localMonitor(const KeyEvent &event)
     }
     if (key == KeyCode::returnKey) {
         auto *view = targetsView();
-        if (!down || !view || !view->focusedElement())
-            return KeyDisposition::pass;
-        return clickByModifiers(m, key) ? KeyDisposition::swallow : KeyDisposition::pass;
+        const bool clicked = down && view && view->focusedElement() && clickByModifiers(m, key);
+        _services.tutorMode.deactivate();
+        return clicked ? KeyDisposition::swallow : KeyDisposition::pass;
     }
     if (key == KeyCode::down || key == KeyCode::up) {
         // The arrows carry the numeric-pad and function bits; nothing else may be held.
@@ -148,9 +148,22 @@ KeyDisposition Mode::localMonitor(const KeyEvent &event)
     if (key == KeyCode::escape && m == 0) {
         // Also on release: a session started while Escape was held ends when it is let go.
         deactivate(true);
+        _services.tutorMode.deactivate();
         return KeyDisposition::swallow;
     }
-    // Shift and a letter picks a label; a plain letter is search text.
+    if ((m == 0 || m == shift) && event.characters == "?") {
+        if (!down)
+            return KeyDisposition::pass;
+        auto &tutor = _services.tutorMode;
+        if (tutor.active()) {
+            tutor.deactivate();
+        } else if (auto focused = focusedElement(); focused && _uiTrees) {
+            tutor.activate(_uiTrees);
+            tutor.setTarget(focused);
+        }
+        return KeyDisposition::swallow;
+    }
+    // Shift and a letter picks a label; a plain letter is search text, and dismisses the tutor.
     const auto &text = event.charactersIgnoringModifiers;
     if ((m == 0 || m == shift) && !text.empty() && text[0] >= 'A' && text[0] <= 'Z') {
         if (!down)
@@ -158,6 +171,9 @@ KeyDisposition Mode::localMonitor(const KeyEvent &event)
         appendLabelCharacter(std::string(1, text[0]), key, m);
         return KeyDisposition::swallow;
     }
+    // The modifiers' own keys type nothing: Shift let go after "?" leaves the tutor up.
+    if (!isModifierKey(key))
+        _services.tutorMode.deactivate();
     return KeyDisposition::pass;
 }
 
@@ -192,6 +208,7 @@ void Mode::appendLabelCharacter(const std::string &character, std::uint16_t keyC
             if (labels[i] == _labelQuery) {
                 matched = true;
                 view->focus(i);
+                retargetTutor();
                 resetLabelQuery();
                 const bool autoClick =
                     _services.preferences.boolForKey(Preferences::Keys::isAutoClickEnabled);

@@ -37,6 +37,12 @@ std::optional<std::uint16_t> keyCodeForAsciiCharacter(char c);
 // The flags a key carries by its position, whatever is held: the function bit of the arrows,
 // the F-keys and the navigation keys, and the numeric-pad bit of the arrows and the keypad.
 std::uint64_t keyPositionFlags(std::uint16_t keyCode);
+// Command, Shift, Caps Lock, Option, Control and Function, left and right: keys that change the
+// modifiers rather than type.
+constexpr bool isModifierKey(std::uint16_t keyCode)
+{
+    return keyCode >= 54 && keyCode <= 63;
+}
 // F1 to F20; nothing for other numbers.
 std::optional<std::uint16_t> functionKeyCode(int number);
 // 1 to 20 for F1 to F20.

@@ -15,6 +15,7 @@
 #include "platform/SoundPlayer.h"
 #include "sounds/SoundEffectManager.h"
 #include "support/FrontWindow.h"
+#include "tutorial/TutorMode.h"
 
 #include <filesystem>
 #include <fstream>
@@ -112,6 +113,39 @@ private:
     Windows &_w;
 };
 
+// The tutor's windows as a record: what the last one shows, and how many are open.
+struct RecordingTutorViews : TutorViews
+{
+    struct Shown
+    {
+        CGRect frame;
+        bool boxHidden = false;
+        std::vector<TutorRow> rows;
+    };
+    struct Window : TutorWindow
+    {
+        explicit Window(RecordingTutorViews &owner)
+            : views(owner)
+        {
+            ++views.open;
+        }
+        void orderFront() override { }
+        void close() override { --views.open; }
+        void clear() override { views.shown.reset(); }
+        void show(CGRect frame, bool boxHidden, const std::vector<TutorRow> &rows) override
+        {
+            views.shown = Shown {frame, boxHidden, rows};
+        }
+        RecordingTutorViews &views;
+    };
+    std::unique_ptr<TutorWindow> createTutorWindow() override
+    {
+        return std::make_unique<Window>(*this);
+    }
+    int open = 0;
+    std::optional<Shown> shown;
+};
+
 class RecordingViews : public ModeViews
 {
 public:
@@ -169,7 +203,8 @@ protected:
                 doubleClick,
                 treeQueue,
                 searchQueue,
-                inputSources};
+                inputSources,
+                tutorMode};
     }
 
     std::vector<FakeInput::MouseEvent> presses() const
@@ -183,6 +218,13 @@ protected:
 
     CursorManager cursor {input};
     InputSources inputSources {input};
+    RecordingTutorViews tutorViews;
+    TutorMode tutorMode {{.views = tutorViews,
+                          .focusedElement = [this] { return mode.focusedElement(); },
+                          .firstScreenHeight =
+                              [] {
+                                  return 900.0;
+                              }}};
     CountingSoundPlayer player;
     SoundEffectManager sounds {player, preferences, soundFiles()};
     RecordingViews views;

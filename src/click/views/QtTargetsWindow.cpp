@@ -16,14 +16,13 @@
 
 namespace tarnvik {
 
-namespace {
-
-// The highlight's 2-point border, as a window's shape.
 QRegion ringOf(QRectF frame)
 {
     const QRect outer = frame.toAlignedRect();
     return QRegion(outer).subtracted(QRegion(outer.adjusted(2, 2, -2, -2)));
 }
+
+namespace {
 
 QRectF toQt(const CGRect &r)
 {

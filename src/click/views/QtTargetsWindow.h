@@ -5,6 +5,7 @@
 
 #include <QElapsedTimer>
 #include <QPointer>
+#include <QRegion>
 #include <QWidget>
 
 #include <memory>
@@ -32,6 +33,9 @@ struct OverlayOptions
 // taking the focus, letting the mouse through; translucent only with a compositor, since a
 // translucent window turns black without one.
 void makeOverlayWindow(QWidget &widget, const QString &title, QRect geometry, bool hasCompositor);
+// A highlight's 2-point border, as a window's shape where no compositor draws translucency: what
+// it marks shows through.
+QRegion ringOf(QRectF frame);
 
 // Every label rendered once for each typed prefix: a search result relabels from the start,
 // a typed letter marks the same labels again, and the next session shows the same labels, so

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/KeyCodes.h"
+
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -16,8 +18,7 @@ struct KeyPosition
     std::uint8_t evdev;
 
     std::uint8_t xKey() const { return static_cast<std::uint8_t>(evdev + 8); }
-    // Shift, Control, Option, Command, Caps Lock and Function, left and right.
-    bool isModifier() const { return keyCode >= 54 && keyCode <= 63; }
+    bool isModifier() const { return isModifierKey(keyCode); }
 };
 
 std::span<const KeyPosition> keyPositions();

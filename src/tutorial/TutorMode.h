@@ -1,0 +1,55 @@
+#pragma once
+
+#include "accessibility/UITrees.h"
+#include "tutorial/TutorViews.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace tarnvik {
+
+// Answers "why is this found?" in search mode: "?" shows the focused element's searchable
+// properties beside it. Driven by `Mode`; it takes no key and never has the keyboard, which
+// stays with the search field.
+class TutorMode
+{
+public:
+    static constexpr const char *title = "🤓 Tutor";
+    static constexpr const char *footer = "Press ? or search to dismiss.";
+
+    struct Services
+    {
+        TutorViews &views;
+        // The element that `Mode` has focused, whose own frame marks it already.
+        std::function<UIElementPtr()> focusedElement;
+        // The first screen's height, for the screen space.
+        std::function<double()> firstScreenHeight;
+    };
+
+    explicit TutorMode(Services services)
+        : _services(std::move(services))
+    { }
+
+    // The trees may still be on their way.
+    void activate(const std::optional<UITrees> &uiTrees);
+    void deactivate();
+    // The trees of the session when they arrive; a second delivery is refused.
+    void setUiTrees(const UITrees &uiTrees);
+    void setTarget(const UIElementPtr &element);
+
+    bool active() const { return _active; }
+    const UIElementPtr &targetElement() const { return _targetElement; }
+
+    // The rows of an element, sorted by key, those without text left out.
+    static std::vector<TutorRow> rows(const UIElement &element);
+
+private:
+    Services _services;
+    bool _active = false;
+    std::optional<UITrees> _uiTrees;
+    UIElementPtr _targetElement;
+    std::unique_ptr<TutorWindow> _tutorWindowController;
+};
+
+} // namespace tarnvik

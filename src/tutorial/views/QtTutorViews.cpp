@@ -1,0 +1,175 @@
+#include "tutorial/views/QtTutorViews.h"
+
+#include "click/views/QtTargetsWindow.h"
+#include "labels/LabelTheme.h"
+#include "tutorial/TutorMode.h"
+
+#include <QGridLayout>
+#include <QGuiApplication>
+#include <QLabel>
+#include <QPainter>
+#include <QScreen>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace tarnvik {
+
+namespace {
+
+// The element's frame: the blue box, translucent, or its border alone where nothing can be.
+class TutorTargetView : public QWidget
+{
+public:
+    explicit TutorTargetView(bool hasCompositor)
+        : _hasCompositor(hasCompositor)
+    {
+        makeOverlayWindow(*this, "Tarnvik Tutor Target", {}, hasCompositor);
+    }
+
+    void place(QRect frame, bool boxHidden)
+    {
+        _boxHidden = boxHidden;
+        setGeometry(frame);
+        if (!_hasCompositor)
+            setMask(boxHidden ? QRegion(0, 0, 1, 1) : ringOf(QRectF(rect())));
+        update();
+    }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        if (_boxHidden)
+            return;
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        QColor fill = systemBlue();
+        fill.setAlphaF(0.4f);
+        const double radius = std::min(5.0, std::min(width(), height()) * 0.5);
+        painter.setPen(QPen(systemBlue(), 2.0));
+        painter.setBrush(_hasCompositor ? QBrush(fill) : QBrush(Qt::NoBrush));
+        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), radius, radius);
+    }
+
+private:
+    bool _hasCompositor;
+    bool _boxHidden = false;
+};
+
+QLabel *label(const QString &text, QWidget *parent, double pointSize, QFont::Weight weight)
+{
+    auto *l = new QLabel(text, parent);
+    l->setTextFormat(Qt::PlainText);
+    QFont font = l->font();
+    if (pointSize > 0)
+        font.setPointSizeF(pointSize);
+    font.setWeight(weight);
+    l->setFont(font);
+    return l;
+}
+
+// The popover: the title, a row for each property, the footer.
+class TutorPopoverView : public QWidget
+{
+public:
+    explicit TutorPopoverView(const std::vector<TutorRow> &rows)
+    {
+        setWindowFlags(Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint
+                       | Qt::X11BypassWindowManagerHint | Qt::WindowDoesNotAcceptFocus | Qt::Tool);
+        setAttribute(Qt::WA_ShowWithoutActivating);
+        setAttribute(Qt::WA_X11DoNotAcceptFocus);
+        setWindowTitle("Tarnvik Tutor");
+        setAutoFillBackground(true);
+        auto *stack = new QVBoxLayout(this);
+        stack->setContentsMargins(25, 12, 25, 8);
+        stack->setAlignment(Qt::AlignHCenter);
+        auto *title = label(TutorMode::title, this, 16.0, QFont::Bold);
+        title->setAlignment(Qt::AlignHCenter);
+        stack->addWidget(title);
+        stack->addSpacing(12);
+        auto *grid = new QGridLayout;
+        grid->setHorizontalSpacing(2);
+        int row = 0;
+        for (const auto &[key, value] : rows) {
+            auto *name = label(QString::fromStdString(key) + ":", this, 0, QFont::Bold);
+            grid->addWidget(name, row, 0, Qt::AlignRight | Qt::AlignTop);
+            auto *text = label(QString::fromStdString(value), this, 0, QFont::Normal);
+            text->setWordWrap(true);
+            text->setFixedWidth(200);
+            // Five lines at the most.
+            text->setMaximumHeight(5 * text->fontMetrics().lineSpacing());
+            text->setAccessibleName(QString::fromStdString(key));
+            grid->addWidget(text, row, 1, Qt::AlignLeft | Qt::AlignTop);
+            ++row;
+        }
+        stack->addLayout(grid);
+        stack->addSpacing(15);
+        auto *footer = label(TutorMode::footer, this, font().pointSizeF() * 0.85,
+                             QFont::DemiBold);
+        footer->setForegroundRole(QPalette::PlaceholderText);
+        footer->setAlignment(Qt::AlignHCenter);
+        stack->addWidget(footer);
+        adjustSize();
+    }
+
+    // Below the element, centred on it; above it where the screen ends first.
+    void placeBelow(QRect element)
+    {
+        const QRect screen = QGuiApplication::primaryScreen()->geometry();
+        int x = element.center().x() - width() / 2;
+        x = std::clamp(x, screen.left(), std::max(screen.left(), screen.right() - width()));
+        int y = element.bottom() + 4;
+        if (y + height() > screen.bottom())
+            y = std::max(screen.top(), element.top() - height() - 4);
+        move(x, y);
+    }
+};
+
+class QtTutorWindow final : public TutorWindow
+{
+public:
+    explicit QtTutorWindow(const QtTutorViews::Environment &environment)
+        : _environment(environment)
+        , _target(environment.hasCompositor)
+    { }
+
+    void orderFront() override { }
+
+    void close() override
+    {
+        clear();
+        _target.hide();
+    }
+
+    void clear() override
+    {
+        _target.hide();
+        _popover.reset();
+    }
+
+    void show(CGRect frame, bool boxHidden, const std::vector<TutorRow> &rows) override
+    {
+        const double y = _environment.firstScreenHeight() - frame.origin.y - frame.size.height;
+        const QRect element = QRectF(frame.origin.x, y, frame.size.width, frame.size.height)
+                                  .toAlignedRect();
+        _target.place(element, boxHidden);
+        _target.show();
+        _popover = std::make_unique<TutorPopoverView>(rows);
+        _popover->placeBelow(element);
+        _popover->show();
+    }
+
+private:
+    QtTutorViews::Environment _environment;
+    TutorTargetView _target;
+    std::unique_ptr<TutorPopoverView> _popover;
+};
+
+} // namespace
+
+std::unique_ptr<TutorWindow> QtTutorViews::createTutorWindow()
+{
+    return std::make_unique<QtTutorWindow>(_environment);
+}
+
+} // namespace tarnvik

@@ -1,0 +1,100 @@
+#include "platform/KeyCodes.h"
+#include "support/ModeSession.h"
+#include "tutorial/TutorMode.h"
+
+#include <gtest/gtest.h>
+
+namespace tarnvik {
+namespace {
+
+using Rows = std::vector<TutorRow>;
+
+TEST(TutorRows, SortedByKeyWithTheCustomAttributesAmongThemAndEmptyOnesLeftOut)
+{
+    UIElement e(std::nullopt, "AXButton", {}, {});
+    e.title = "Open";
+    e.help = "Opens a file";
+    e.placeholderValue = "";
+    e.customAttributes = {{"MissionControl", "Files"}, {"App", "Nautilus"}};
+    EXPECT_EQ(TutorMode::rows(e), (Rows {{"App", "Nautilus"},
+                                        {"Help", "Opens a file"},
+                                        {"MissionControl", "Files"},
+                                        {"Role", "AXButton"},
+                                        {"Title", "Open"}}));
+
+    UIElement identified(std::nullopt, "", {}, {});
+    identified.identifier = "open-button";
+    EXPECT_TRUE(TutorMode::rows(identified).empty()) << "the identifier is no row";
+}
+
+class TutorTest : public test::ModeTest
+{
+protected:
+    TutorTest()
+    {
+        mode.activate(false);
+        scheduler.runPending();
+    }
+    bool question() { return input.type(44, ModifierFlag::shift, EventType::keyDown, "?"); }
+    std::string shownTitle() const
+    {
+        for (const auto &row : tutorViews.shown->rows)
+            if (row.key == "Title")
+                return row.value;
+        return {};
+    }
+};
+
+TEST_F(TutorTest, QuestionMarkShowsTheFocusedElementTabMovesItAndTypingDismissesIt)
+{
+    // Search mode focuses the first result.
+    EXPECT_FALSE(question()) << "swallowed";
+    ASSERT_TRUE(tutorMode.active());
+    ASSERT_TRUE(tutorViews.shown);
+    EXPECT_EQ(shownTitle(), "Button 0");
+    EXPECT_TRUE(tutorViews.shown->boxHidden) << "the focus frame marks it already";
+    EXPECT_EQ(tutorViews.shown->frame, makeRect(10, 900 - 40 - 24, 80, 24)) << "screen space";
+
+    press(KeyCode::tab);
+    EXPECT_EQ(shownTitle(), "Button 1");
+
+    const auto typed = views.w.typed.size();
+    EXPECT_FALSE(input.type(2, 0, EventType::keyDown, "d"));
+    EXPECT_FALSE(tutorMode.active());
+    EXPECT_EQ(tutorViews.open, 0);
+    EXPECT_EQ(views.w.typed.size(), typed + 1) << "the letter narrows the search all the same";
+
+    question();
+    EXPECT_TRUE(tutorMode.active());
+    question();
+    EXPECT_FALSE(tutorMode.active()) << "? again dismisses it";
+    question();
+    press(KeyCode::escape);
+    EXPECT_FALSE(mode.active());
+    EXPECT_FALSE(tutorMode.active());
+
+    mode.activate(false);
+    scheduler.runPending();
+    for (const char *letter : {"z", "q"})
+        input.type(6, 0, EventType::keyDown, letter);
+    scheduler.runPending();
+    ASSERT_FALSE(mode.targetsView()->focusedElement()) << "nothing found";
+    question();
+    EXPECT_FALSE(tutorMode.active()) << "nothing focused: nothing to show";
+}
+
+TEST_F(TutorTest, ASecondDeliveryOfTheTreesIsRefusedAndTheFirstKept)
+{
+    const UITrees trees = *mode.uiTrees();
+    tutorMode.activate(std::nullopt);
+    tutorMode.setUiTrees(trees);
+    ::testing::internal::CaptureStdout();
+    tutorMode.setUiTrees(trees);
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "unsupported behaviour!\n");
+    tutorMode.deactivate();
+    tutorMode.setUiTrees(trees);
+    EXPECT_FALSE(tutorMode.active()) << "no effect when it isn't active";
+}
+
+} // namespace
+} // namespace tarnvik
