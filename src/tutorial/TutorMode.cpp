@@ -9,8 +9,12 @@ namespace tarnvik {
 std::vector<TutorRow> TutorMode::rows(const UIElement &e)
 {
     std::vector<std::pair<std::string, std::optional<std::string>>> pairs = {
-        {"Description", e.description}, {"Help", e.help},   {"Placeholder", e.placeholderValue},
-        {"Role", e.role},               {"Subrole", e.subrole}, {"Title", e.title},
+        {"Description", e.description},
+        {"Help", e.help},
+        {"Placeholder", e.placeholderValue},
+        {"Role", e.role},
+        {"Subrole", e.subrole},
+        {"Title", e.title},
         {"Value", e.value}};
     for (const auto &[key, value] : e.customAttributes)
         pairs.emplace_back(key, value);

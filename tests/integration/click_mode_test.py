@@ -12,9 +12,10 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (Application, OverlaySession, ResidentTarnvik, assert_typing_reaches,
-                          key, label_at, label_drawn_below, labels_mapped, menu_window,
-                          pointer_drawn, poll, process_frame, rect, screen_pixels, targets)
+from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window,
+                          assert_typing_reaches, key, label_at, label_drawn_below, labels_mapped,
+                          menu_window, pointer_drawn, poll, process_frame, rect, screen_pixels,
+                          targets, window_mapped)
 
 
 def pixels_in(box, pixels):
@@ -169,6 +170,37 @@ class ClickMode(OverlaySession):
         poll("the first toggle button clicked",
              lambda: first.getState().contains(pyatspi.STATE_CHECKED) != was, 10)
         self.assertIsNotNone(button)
+
+    def test_question_mark_explains_the_focused_entry_and_a_letter_dismisses_it(self):
+        self.tarnvik.start("search-shortcut=\u21e7\u2318F\n")
+        key("shift+super+f")
+        poll("the overlay", labels_mapped, 10)
+        # The entry is found by its placeholder text, and focused as the first match.
+        key(*"click", "space", *"ico")
+        poll("the search narrowed to the entry", lambda: len(
+            targets("--search", "click ico")["targets"]) == 1, 10)
+        time.sleep(0.5)  # the session's own search runs after the last letter
+        key("question")
+        popover = poll("the tutor's popover", lambda: accessible_window("Tarnvik Tutor"), 10)
+
+        # Each row is its key's label and then its value's, as a screen reader reads them.
+        texts = [a.name for a in pyatspi.findAllDescendants(
+            popover, lambda a: a is not None and a.getRole() == pyatspi.ROLE_LABEL)]
+
+        def row(name):
+            return texts[texts.index(name + ":") + 1]
+        self.assertEqual(row("Role"), "AXTextField")
+        self.assertEqual(row("Placeholder"), "Click icon to change mode")
+        self.assertTrue(self.window.getState().contains(pyatspi.STATE_ACTIVE),
+                        "gtk3-widget-factory keeps the focus")
+
+        key("n")
+        poll("the tutor dismissed", lambda: not window_mapped("Tarnvik Tutor"), 10)
+        bar = poll("the search bar", lambda: accessible_window("Search Bar"), 10)
+        field = next(a for a in pyatspi.findAllDescendants(
+            bar, lambda a: a is not None and a.getRole() == pyatspi.ROLE_TEXT))
+        poll("the letter in the search", lambda: field.queryText().getText(0, -1) == "click icon",
+             10)
 
     def test_a_click_elsewhere_ends_search_mode_and_gives_the_keyboard_back(self):
         self.tarnvik.start("search-shortcut=\u21e7\u2318F\n")

@@ -16,11 +16,12 @@ TEST(TutorRows, SortedByKeyWithTheCustomAttributesAmongThemAndEmptyOnesLeftOut)
     e.help = "Opens a file";
     e.placeholderValue = "";
     e.customAttributes = {{"MissionControl", "Files"}, {"App", "Nautilus"}};
-    EXPECT_EQ(TutorMode::rows(e), (Rows {{"App", "Nautilus"},
-                                        {"Help", "Opens a file"},
-                                        {"MissionControl", "Files"},
-                                        {"Role", "AXButton"},
-                                        {"Title", "Open"}}));
+    EXPECT_EQ(TutorMode::rows(e),
+              (Rows {{"App", "Nautilus"},
+                     {"Help", "Opens a file"},
+                     {"MissionControl", "Files"},
+                     {"Role", "AXButton"},
+                     {"Title", "Open"}}));
 
     UIElement identified(std::nullopt, "", {}, {});
     identified.identifier = "open-button";

@@ -285,11 +285,14 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
     if (name == NSAccessibilityValueAttribute)
         return text(n.text).value_or(Value(AXError::NoValue));
     if (name == NSAccessibilityPlaceholderValueAttribute) {
-        const auto found = n.attributes ? n.attributes->find("placeholder-text")
-                                        : std::map<std::string, std::string>::const_iterator {};
-        if (!n.attributes || found == n.attributes->end())
-            return AXError::NoValue;
-        return Value(found->second);
+        // GTK names it "placeholder-text", Chromium "placeholder".
+        for (const char *key : {"placeholder-text", "placeholder"}) {
+            if (!n.attributes)
+                break;
+            if (auto found = n.attributes->find(key); found != n.attributes->end())
+                return Value(found->second);
+        }
+        return AXError::NoValue;
     }
     if (name == NSAccessibilityIdentifierAttribute) {
         if (!n.id || n.id->empty())

@@ -24,7 +24,7 @@ public:
     explicit TutorTargetView(bool hasCompositor)
         : _hasCompositor(hasCompositor)
     {
-        makeOverlayWindow(*this, "Tarnvik Tutor Target", {}, hasCompositor);
+        makeOverlayWindow(*this, "Tarnvik Highlight", {}, hasCompositor);
     }
 
     void place(QRect frame, bool boxHidden)
@@ -98,18 +98,24 @@ public:
             text->setFixedWidth(200);
             // Five lines at the most.
             text->setMaximumHeight(5 * text->fontMetrics().lineSpacing());
-            text->setAccessibleName(QString::fromStdString(key));
             grid->addWidget(text, row, 1, Qt::AlignLeft | Qt::AlignTop);
             ++row;
         }
         stack->addLayout(grid);
         stack->addSpacing(15);
-        auto *footer = label(TutorMode::footer, this, font().pointSizeF() * 0.85,
-                             QFont::DemiBold);
+        auto *footer = label(TutorMode::footer, this, font().pointSizeF() * 0.85, QFont::DemiBold);
         footer->setForegroundRole(QPalette::PlaceholderText);
         footer->setAlignment(Qt::AlignHCenter);
         stack->addWidget(footer);
         adjustSize();
+    }
+
+    // Its edge, to stand apart from the window under it.
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        painter.setPen(QPen(palette().mid().color(), 1.0));
+        painter.drawRect(rect().adjusted(0, 0, -1, -1));
     }
 
     // Below the element, centred on it; above it where the screen ends first.
@@ -150,8 +156,8 @@ public:
     void show(CGRect frame, bool boxHidden, const std::vector<TutorRow> &rows) override
     {
         const double y = _environment.firstScreenHeight() - frame.origin.y - frame.size.height;
-        const QRect element = QRectF(frame.origin.x, y, frame.size.width, frame.size.height)
-                                  .toAlignedRect();
+        const QRect element =
+            QRectF(frame.origin.x, y, frame.size.width, frame.size.height).toAlignedRect();
         _target.place(element, boxHidden);
         _target.show();
         _popover = std::make_unique<TutorPopoverView>(rows);
