@@ -13,7 +13,6 @@
 #define explicit xkb_explicit
 #include <xcb/xkb.h>
 #undef explicit
-#include <xkbcommon/xkbcommon-x11.h>
 
 namespace tarnvik::linux {
 
@@ -67,13 +66,7 @@ public:
 std::unique_ptr<X11KeyWatch> X11KeyWatch::connect()
 {
     auto x = std::make_unique<Connection>();
-    x->c = xcb_connect(nullptr, nullptr);
-    if (xcb_connection_has_error(x->c))
-        return nullptr;
-    x->root = xcb_setup_roots_iterator(xcb_get_setup(x->c)).data->root;
-    if (!xkb_x11_setup_xkb_extension(
-            x->c, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
-            XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, &x->xkbEvents, nullptr))
+    if (!connectWithXkb(x->c, x->root, &x->xkbEvents))
         return nullptr;
     x->xinput = xinput22(x->c);
     const auto caps = xKeyCode(capsLockKeyCode);

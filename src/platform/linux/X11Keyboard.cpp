@@ -146,13 +146,7 @@ public:
 std::unique_ptr<X11Keyboard> X11Keyboard::connect()
 {
     auto x = std::make_unique<Connection>();
-    x->c = xcb_connect(nullptr, nullptr);
-    if (xcb_connection_has_error(x->c))
-        return nullptr;
-    x->root = xcb_setup_roots_iterator(xcb_get_setup(x->c)).data->root;
-    if (!xkb_x11_setup_xkb_extension(
-            x->c, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
-            XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, nullptr, nullptr))
+    if (!connectWithXkb(x->c, x->root))
         return nullptr;
     x->keyboardDevice = xkb_x11_get_core_keyboard_device_id(x->c);
     x->context = xkb_context_new(XKB_CONTEXT_NO_FLAGS);

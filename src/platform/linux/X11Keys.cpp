@@ -7,6 +7,7 @@
 #include <utility>
 #include <xcb/xcb.h>
 #include <xcb/xinput.h>
+#include <xkbcommon/xkbcommon-x11.h>
 
 namespace tarnvik::linux {
 
@@ -76,6 +77,18 @@ std::uint64_t modifierFlags(std::uint16_t state)
         if (state & mask)
             flags |= flag;
     return flags;
+}
+
+bool connectWithXkb(xcb_connection_t *&c, std::uint32_t &root, std::uint8_t *xkbEvents)
+{
+    c = xcb_connect(nullptr, nullptr);
+    if (xcb_connection_has_error(c))
+        return false;
+    root = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
+    return xkb_x11_setup_xkb_extension(
+               c, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
+               XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, xkbEvents, nullptr)
+        != 0;
 }
 
 std::uint8_t xinput22(xcb_connection_t *c)

@@ -39,6 +39,11 @@ constexpr std::uint16_t fourModifiers = shift | control | alt | super;
 std::uint16_t xModifiers(std::uint64_t flags);
 std::uint64_t modifierFlags(std::uint16_t state);
 
+// Connects `c` to the display and sets up its XKB extension; false when either fails. A
+// connection made stays in `c` for its owner to close. `root` is the first screen's root, and
+// `xkbEvents`, where given, XKB's first event code.
+bool connectWithXkb(xcb_connection_t *&c, std::uint32_t &root, std::uint8_t *xkbEvents = nullptr);
+
 // The XInput extension's major opcode where the server speaks XInput 2.2, whose raw events reach
 // the root whatever holds the keyboard or the pointer; 0 where it doesn't.
 std::uint8_t xinput22(xcb_connection_t *c);

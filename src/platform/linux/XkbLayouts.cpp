@@ -1,5 +1,7 @@
 #include "platform/linux/XkbLayouts.h"
 
+#include "platform/linux/X11Keys.h"
+
 #include <QFile>
 #include <QString>
 #include <QStringList>
@@ -11,7 +13,6 @@
 #define explicit xkb_explicit
 #include <xcb/xkb.h>
 #undef explicit
-#include <xkbcommon/xkbcommon-x11.h>
 
 namespace tarnvik::linux {
 
@@ -110,13 +111,7 @@ std::string XkbRegistry::nameOf(const std::string &layout, const std::string &va
 std::unique_ptr<XkbLayouts> XkbLayouts::connect()
 {
     auto x = std::make_unique<Connection>();
-    x->c = xcb_connect(nullptr, nullptr);
-    if (xcb_connection_has_error(x->c))
-        return nullptr;
-    x->root = xcb_setup_roots_iterator(xcb_get_setup(x->c)).data->root;
-    if (!xkb_x11_setup_xkb_extension(
-            x->c, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
-            XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, nullptr, nullptr))
+    if (!connectWithXkb(x->c, x->root))
         return nullptr;
     return std::unique_ptr<XkbLayouts>(new XkbLayouts(std::move(x)));
 }
