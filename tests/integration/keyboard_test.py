@@ -109,6 +109,16 @@ class Keyboard(unittest.TestCase):
             lambda: xdotool("keydown", CAPS), lambda: xdotool("key", "j"),
             lambda: xdotool("keyup", CAPS)), "j", "other applications get the plain key")
 
+        # A keymap loaded meanwhile gives the key its symbol back: its first press takes it
+        # again.
+        subprocess.run(["setxkbmap", "-layout", "us"], check=True)
+        xdotool("key", CAPS)
+        time.sleep(0.3)
+        self.assertFalse(self.xkb.caps_locked())
+        self.assertEqual(self.typed_into_entry(
+            lambda: xdotool("keydown", CAPS), lambda: xdotool("key", "j"),
+            lambda: xdotool("keyup", CAPS)), "j")
+
         self.tarnvik.stop()
         xdotool("key", CAPS)
         poll("Caps Lock itself again", self.xkb.caps_locked, 5)

@@ -5,6 +5,7 @@
 
 #include <QSocketNotifier>
 
+#include <algorithm>
 #include <cstdlib>
 #include <vector>
 #include <xcb/xcb.h>
@@ -182,6 +183,16 @@ void X11KeyWatch::readEvents()
 void X11KeyWatch::rawKey(bool press, std::uint8_t keycode)
 {
     if (keycode == _x->capsKey) {
+        // A keymap loaded since (setxkbmap, the desktop's layout settings) gave the key its
+        // symbol back: it is taken again, so that only this press locked.
+        if (press && _capsLock) {
+            auto symbols = _x->symbolsOf(_x->capsKey);
+            if (std::ranges::any_of(symbols, [](xcb_keysym_t k) { return k != XCB_NO_SYMBOL; })) {
+                _x->capsSymbols = std::move(symbols);
+                _x->setSymbols(_x->capsKey,
+                               std::vector<xcb_keysym_t>(_x->capsSymbols.size(), XCB_NO_SYMBOL));
+            }
+        }
         if (_capsLock) {
             // A copy: the handler may be replaced while it runs.
             const auto handler = _capsLock;
