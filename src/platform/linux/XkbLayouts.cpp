@@ -124,12 +124,18 @@ XkbLayouts::~XkbLayouts() = default;
 
 std::vector<InputSource> XkbLayouts::inputSources()
 {
+    return layouts(true);
+}
+
+std::vector<InputSource> XkbLayouts::layouts(bool named)
+{
     const QStringList names = _x->rulesNames();
     if (names.size() < 4)
         return {};
+    // The registry is read for the names alone: the settings show them, a session doesn't.
     QFile file(rulesFolder + names[0] + ".xml");
-    const XkbRegistry registry(file.open(QIODevice::ReadOnly) ? file.readAll().toStdString()
-                                                              : std::string());
+    const XkbRegistry registry(
+        named && file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : std::string());
     const QStringList layouts = names[2].split(',');
     const QStringList variants = names[3].split(',');
     std::vector<InputSource> sources;
@@ -152,7 +158,7 @@ std::optional<InputSource> XkbLayouts::currentInputSource()
         return std::nullopt;
     const int group = state->lockedGroup;
     std::free(state);
-    for (const auto &source : inputSources())
+    for (const auto &source : layouts(false))
         if (source.platformIndex == group)
             return source;
     return std::nullopt;

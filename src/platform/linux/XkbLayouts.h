@@ -24,6 +24,8 @@ public:
 private:
     struct Connection;
     explicit XkbLayouts(std::unique_ptr<Connection> connection);
+    // The groups; with their readable names only when `named`.
+    std::vector<InputSource> layouts(bool named);
 
     std::unique_ptr<Connection> _x;
 };
