@@ -80,8 +80,6 @@ void CapsLockController::released()
     }
     // No flags-changed event with no flags is posted to clear what others took from the events:
     // on X no event was given the four modifiers.
-    if (onKeyUp)
-        onKeyUp();
 }
 
 } // namespace tarnvik

@@ -40,8 +40,6 @@ public:
     // Hyperkey being held.
     bool recordingKeyDown();
 
-    // Called on every release of the key; unset here.
-    std::function<void()> onKeyUp;
     // Called on the main queue after a release with no key recorded since the press.
     std::function<void()> onHyperkeyOnly;
 

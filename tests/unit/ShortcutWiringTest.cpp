@@ -112,7 +112,7 @@ TEST_F(ShortcutWiringTest, TheHyperkeyWithAKeyAndAloneFiresAndTheLockStaysOff)
     EXPECT_TRUE(mode.active());
     capsLock(false);
     EXPECT_TRUE(scrollMode.active()) << "after a key, the release fires the Hyperkey alone too, "
-                                        "as designed: scrolling replaces the click session";
+                                        "on purpose: scrolling replaces the click session";
     EXPECT_FALSE(mode.active());
 }
 

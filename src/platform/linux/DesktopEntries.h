@@ -24,7 +24,7 @@ struct DesktopEntry
 std::optional<DesktopEntry> readDesktopEntry(const std::string &path, const std::string &id = {});
 
 // The "applications" folders to look in, by precedence: XDG_DATA_HOME's, then XDG_DATA_DIRS's
-// (each with the specification's default when unset).
+// (each with the freedesktop base directory default when unset).
 std::vector<std::string> applicationFolders();
 
 // The applications a menu lists: of each ID the entry in the first folder that has it, kept
