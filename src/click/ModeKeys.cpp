@@ -171,9 +171,7 @@ KeyDisposition Mode::localMonitor(const KeyEvent &event)
         appendLabelCharacter(std::string(1, text[0]), key, m);
         return KeyDisposition::swallow;
     }
-    // The modifiers' own keys type nothing: Shift let go after "?" leaves the tutor up.
-    if (!isModifierKey(key))
-        _services.tutorMode.deactivate();
+    _services.tutorMode.deactivate();
     return KeyDisposition::pass;
 }
 

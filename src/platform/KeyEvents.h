@@ -41,7 +41,8 @@ struct KeyEvent
 enum class KeyDisposition { pass, swallow };
 
 // Takes every key of the session before the focused application sees it, and lets a handler
-// decide per event whether that application gets it. Events reach the handler on the main
+// decide per event whether that application gets it. The modifiers' own keys are not among
+// them: their state comes with the keys that follow. Events reach the handler on the main
 // thread, one at a time, in order; the keyboard waits for each answer, so handlers must only
 // decide and post their work.
 class KeyboardCapture

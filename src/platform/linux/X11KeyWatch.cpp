@@ -22,25 +22,24 @@ namespace {
 constexpr std::uint16_t capsLockKeyCode = 57;
 constexpr std::uint8_t xkbStateNotify = XCB_XKB_STATE_NOTIFY;
 
+// Lock counts while it is locked, as Caps Lock's bit does, not while its key is held.
+std::uint64_t flagsOf(std::uint16_t effectiveMods, std::uint16_t lockedMods)
+{
+    return modifierFlags(static_cast<std::uint16_t>(effectiveMods & ~XMod::lock))
+        | ((lockedMods & XMod::lock) ? ModifierFlag::capsLock : 0);
+}
+
 } // namespace
 
-class X11KeyWatch::Connection
+class X11KeyWatch::Connection : public XConnection
 {
 public:
-    xcb_connection_t *c = nullptr;
-    xcb_window_t root = 0;
     std::uint8_t xinput = 0;
     // The first event code of XKB's events.
     std::uint8_t xkbEvents = 0;
     std::uint8_t capsKey = 0;
     // The Caps Lock key's symbols while the program has the key, to be given back.
     std::vector<xcb_keysym_t> capsSymbols;
-
-    ~Connection()
-    {
-        if (c)
-            xcb_disconnect(c);
-    }
 
     // The symbols of one key, as many as the keymap has for each key.
     std::vector<xcb_keysym_t> symbolsOf(std::uint8_t key)
@@ -67,30 +66,19 @@ public:
 std::unique_ptr<X11KeyWatch> X11KeyWatch::connect()
 {
     auto x = std::make_unique<Connection>();
-    if (!connectWithXkb(x->c, x->root, &x->xkbEvents))
+    if (!x->connectWithXkb(&x->xkbEvents))
         return nullptr;
     x->xinput = xinput22(x->c);
     const auto caps = xKeyCode(capsLockKeyCode);
     if (!x->xinput || !caps)
         return nullptr;
     x->capsKey = *caps;
-    // The modifiers: every change of the core keyboard's modifier state.
-    const std::uint16_t modifierParts = XCB_XKB_STATE_PART_MODIFIER_STATE
-        | XCB_XKB_STATE_PART_MODIFIER_BASE | XCB_XKB_STATE_PART_MODIFIER_LATCH
-        | XCB_XKB_STATE_PART_MODIFIER_LOCK;
-    xcb_xkb_select_events_details_t details {};
-    details.affectState = modifierParts;
-    details.stateDetails = modifierParts;
-    xcb_xkb_select_events_aux(x->c, XCB_XKB_ID_USE_CORE_KBD, XCB_XKB_EVENT_TYPE_STATE_NOTIFY, 0,
-                              XCB_XKB_EVENT_TYPE_STATE_NOTIFY, 0, 0, &details);
-    xcb_flush(x->c);
     return std::unique_ptr<X11KeyWatch>(new X11KeyWatch(std::move(x)));
 }
 
 X11KeyWatch::X11KeyWatch(std::unique_ptr<Connection> connection)
     : _x(std::move(connection))
 {
-    _flags = isCapsLockOn() ? ModifierFlag::capsLock : 0;
     _events =
         std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(_x->c), QSocketNotifier::Read);
     QObject::connect(_events.get(), &QSocketNotifier::activated, [this] { readEvents(); });
@@ -133,6 +121,25 @@ void X11KeyWatch::claimCapsLockKey(bool claim)
 // wake the program.
 void X11KeyWatch::selectEvents()
 {
+    // The modifiers' changes too, only while watched: otherwise every Shift typed anywhere
+    // would wake the program. The watch starts from the state as it stands.
+    const std::uint16_t modifierParts = XCB_XKB_STATE_PART_MODIFIER_STATE
+        | XCB_XKB_STATE_PART_MODIFIER_BASE | XCB_XKB_STATE_PART_MODIFIER_LATCH
+        | XCB_XKB_STATE_PART_MODIFIER_LOCK;
+    xcb_xkb_select_events_details_t details {};
+    details.affectState = modifierParts;
+    details.stateDetails = _monitor ? modifierParts : 0;
+    const std::uint16_t stateNotify = XCB_XKB_EVENT_TYPE_STATE_NOTIFY;
+    xcb_xkb_select_events_aux(_x->c, XCB_XKB_ID_USE_CORE_KBD, stateNotify,
+                              _monitor ? 0 : stateNotify, _monitor ? stateNotify : 0, 0, 0,
+                              &details);
+    if (_monitor) {
+        auto *state = xcb_xkb_get_state_reply(
+            _x->c, xcb_xkb_get_state(_x->c, XCB_XKB_ID_USE_CORE_KBD), nullptr);
+        _flags = state ? flagsOf(state->mods, state->lockedMods) : 0;
+        std::free(state);
+    }
+
     std::uint32_t mask = 0;
     if (_monitor || _capsLock)
         mask |= XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS;
@@ -204,9 +211,8 @@ void X11KeyWatch::rawKey(bool press, std::uint8_t keycode)
     if (!press || !_monitor || !keyCode)
         return;
     // Modifier keys speak through the state's changes.
-    for (const auto &position : keyPositions())
-        if (position.keyCode == *keyCode && position.isModifier())
-            return;
+    if (isModifierKey(*keyCode))
+        return;
     KeyEvent event;
     event.type = EventType::keyDown;
     event.keyCode = *keyCode;
@@ -217,10 +223,7 @@ void X11KeyWatch::rawKey(bool press, std::uint8_t keycode)
 
 void X11KeyWatch::stateChanged(std::uint16_t effectiveMods, std::uint16_t lockedMods)
 {
-    // Lock counts while it is locked, as Caps Lock's bit does, not while its key is held.
-    const std::uint64_t flags =
-        modifierFlags(static_cast<std::uint16_t>(effectiveMods & ~XMod::lock))
-        | ((lockedMods & XMod::lock) ? ModifierFlag::capsLock : 0);
+    const std::uint64_t flags = flagsOf(effectiveMods, lockedMods);
     if (flags == _flags)
         return;
     _flags = flags;

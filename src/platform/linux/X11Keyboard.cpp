@@ -38,11 +38,9 @@ std::string utf8(xkb_keysym_t sym)
 
 } // namespace
 
-class X11Keyboard::Connection
+class X11Keyboard::Connection : public XConnection
 {
 public:
-    xcb_connection_t *c = nullptr;
-    xcb_window_t root = 0;
     std::int32_t keyboardDevice = -1;
     // The XInput extension's major opcode.
     std::uint8_t xinput = 0;
@@ -61,8 +59,6 @@ public:
             xkb_keymap_unref(keymap);
         if (context)
             xkb_context_unref(context);
-        if (c)
-            xcb_disconnect(c);
     }
 
     // The layout is read anew for each capture, so a layout switched meanwhile is seen.
@@ -146,7 +142,7 @@ public:
 std::unique_ptr<X11Keyboard> X11Keyboard::connect()
 {
     auto x = std::make_unique<Connection>();
-    if (!connectWithXkb(x->c, x->root))
+    if (!x->connectWithXkb())
         return nullptr;
     x->keyboardDevice = xkb_x11_get_core_keyboard_device_id(x->c);
     x->context = xkb_context_new(XKB_CONTEXT_NO_FLAGS);
@@ -553,6 +549,16 @@ void X11Keyboard::keyEvent(bool press, std::uint8_t keycode, std::uint16_t state
     KeyEvent event;
     event.type = eventType;
     event.keyCode = virtualKeyCode(keycode).value_or(KeyCode::none);
+    // A modifier's own key is no key to the handler: its state comes with the keys that follow,
+    // and the application keeps it, as where the per-key grabs leave modifiers out.
+    if (isModifierKey(event.keyCode)) {
+        if (!_exclusive) {
+            xcb_allow_events(_x->c, press ? XCB_ALLOW_REPLAY_KEYBOARD : XCB_ALLOW_ASYNC_KEYBOARD,
+                             XCB_CURRENT_TIME);
+            xcb_flush(_x->c);
+        }
+        return;
+    }
     event.flags = modifierFlags(state) | keyPositionFlags(event.keyCode);
     event.isARepeat = press && !_keysDown.insert(keycode).second;
     if (!press)

@@ -79,13 +79,25 @@ std::uint64_t modifierFlags(std::uint16_t state)
     return flags;
 }
 
-bool connectWithXkb(xcb_connection_t *&c, std::uint32_t &root, std::uint8_t *xkbEvents)
+XConnection::~XConnection()
+{
+    if (c)
+        xcb_disconnect(c);
+}
+
+bool XConnection::connect()
 {
     c = xcb_connect(nullptr, nullptr);
     if (xcb_connection_has_error(c))
         return false;
     root = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
-    return xkb_x11_setup_xkb_extension(
+    return true;
+}
+
+bool XConnection::connectWithXkb(std::uint8_t *xkbEvents)
+{
+    return connect()
+        && xkb_x11_setup_xkb_extension(
                c, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
                XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, xkbEvents, nullptr)
         != 0;

@@ -39,10 +39,24 @@ constexpr std::uint16_t fourModifiers = shift | control | alt | super;
 std::uint16_t xModifiers(std::uint64_t flags);
 std::uint64_t modifierFlags(std::uint16_t state);
 
-// Connects `c` to the display and sets up its XKB extension; false when either fails. A
-// connection made stays in `c` for its owner to close. `root` is the first screen's root, and
-// `xkbEvents`, where given, XKB's first event code.
-bool connectWithXkb(xcb_connection_t *&c, std::uint32_t &root, std::uint8_t *xkbEvents = nullptr);
+// A connection of the program's own to the display, closed with it, and the first screen's
+// root. Each part of the X backend has one, so that none waits on another's replies.
+struct XConnection
+{
+    XConnection() = default;
+    XConnection(const XConnection &) = delete;
+    XConnection &operator=(const XConnection &) = delete;
+    ~XConnection();
+
+    // False when the display can't be reached.
+    bool connect();
+    // False as well without the XKB extension; `xkbEvents`, where given, gets XKB's first event
+    // code.
+    bool connectWithXkb(std::uint8_t *xkbEvents = nullptr);
+
+    xcb_connection_t *c = nullptr;
+    std::uint32_t root = 0;
+};
 
 // The XInput extension's major opcode where the server speaks XInput 2.2, whose raw events reach
 // the root whatever holds the keyboard or the pointer; 0 where it doesn't.

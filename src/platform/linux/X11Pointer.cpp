@@ -28,19 +28,11 @@ std::uint16_t modifiersOfClick(std::uint64_t flags)
 
 } // namespace
 
-class X11Pointer::Connection
+class X11Pointer::Connection : public XConnection
 {
 public:
-    xcb_connection_t *c = nullptr;
-    xcb_window_t root = 0;
     // The XInput extension's major opcode; 0 without XInput 2.2.
     std::uint8_t xinput = 0;
-
-    ~Connection()
-    {
-        if (c)
-            xcb_disconnect(c);
-    }
 
     // The four modifiers as the keyboard holds them now, and where the pointer stands.
     std::optional<std::pair<std::uint16_t, std::pair<int, int>>> pointerState()
@@ -65,10 +57,8 @@ public:
 std::unique_ptr<X11Pointer> X11Pointer::connect(std::function<double()> doubleClickInterval)
 {
     auto x = std::make_unique<Connection>();
-    x->c = xcb_connect(nullptr, nullptr);
-    if (xcb_connection_has_error(x->c))
+    if (!x->connect())
         return nullptr;
-    x->root = xcb_setup_roots_iterator(xcb_get_setup(x->c)).data->root;
     std::free(xcb_xfixes_query_version_reply(x->c, xcb_xfixes_query_version(x->c, 4, 0), nullptr));
     auto *test = xcb_test_get_version_reply(x->c, xcb_test_get_version(x->c, 2, 2), nullptr);
     if (!test)

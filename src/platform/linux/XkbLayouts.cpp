@@ -28,17 +28,8 @@ std::string idOf(const std::string &layout, const std::string &variant)
 
 } // namespace
 
-struct XkbLayouts::Connection
+struct XkbLayouts::Connection : XConnection
 {
-    xcb_connection_t *c = nullptr;
-    xcb_window_t root = 0;
-
-    ~Connection()
-    {
-        if (c)
-            xcb_disconnect(c);
-    }
-
     // _XKB_RULES_NAMES: the rules, model, layouts, variants and options the keymap was made
     // of, NUL-separated.
     QStringList rulesNames()
@@ -111,7 +102,7 @@ std::string XkbRegistry::nameOf(const std::string &layout, const std::string &va
 std::unique_ptr<XkbLayouts> XkbLayouts::connect()
 {
     auto x = std::make_unique<Connection>();
-    if (!connectWithXkb(x->c, x->root))
+    if (!x->connectWithXkb())
         return nullptr;
     return std::unique_ptr<XkbLayouts>(new XkbLayouts(std::move(x)));
 }
