@@ -67,6 +67,26 @@ std::optional<std::uint16_t> functionKeyCode(int number)
     return functionKeys[static_cast<std::size_t>(number - 1)];
 }
 
+std::uint64_t modifierFlagOfKey(std::uint16_t keyCode)
+{
+    switch (keyCode) {
+    case 54:
+    case 55:
+        return ModifierFlag::command;
+    case 56:
+    case 60:
+        return ModifierFlag::shift;
+    case 58:
+    case 61:
+        return ModifierFlag::option;
+    case 59:
+    case 62:
+        return ModifierFlag::control;
+    default:
+        return 0;
+    }
+}
+
 std::optional<int> functionKeyNumber(std::uint16_t keyCode)
 {
     for (std::size_t i = 0; i < functionKeys.size(); ++i)

@@ -43,6 +43,8 @@ constexpr bool isModifierKey(std::uint16_t keyCode)
 {
     return keyCode >= 54 && keyCode <= 63;
 }
+// The modifier flag a modifier's key holds down; 0 for Caps Lock, Function and other keys.
+std::uint64_t modifierFlagOfKey(std::uint16_t keyCode);
 // F1 to F20; nothing for other numbers.
 std::optional<std::uint16_t> functionKeyCode(int number);
 // 1 to 20 for F1 to F20.

@@ -199,11 +199,11 @@ TEST_F(SettingsWindowTest, TheRecorderTakesAKeyByPositionAndRefusesOneInUse)
 
     // Modifiers pressed and let go with no key between: the modifiers alone.
     recorder->click();
-    key(recorder, QEvent::KeyPress, Qt::Key_Control, Qt::NoModifier);
-    key(recorder, QEvent::KeyPress, Qt::Key_Alt, Qt::ControlModifier);
+    key(recorder, QEvent::KeyPress, Qt::Key_Control, Qt::NoModifier, 59);
+    key(recorder, QEvent::KeyPress, Qt::Key_Alt, Qt::ControlModifier, 58);
     EXPECT_EQ(recorder->text(), QString("⌃⌥")) << "shown while held";
-    key(recorder, QEvent::KeyRelease, Qt::Key_Control, Qt::ControlModifier | Qt::AltModifier);
-    key(recorder, QEvent::KeyRelease, Qt::Key_Alt, Qt::AltModifier);
+    key(recorder, QEvent::KeyRelease, Qt::Key_Control, Qt::ControlModifier | Qt::AltModifier, 59);
+    key(recorder, QEvent::KeyRelease, Qt::Key_Alt, Qt::AltModifier, 58);
     EXPECT_EQ(store.stringValue(Keys::nonSearchShortcut), "⌃⌥");
 
     // With the Hyperkey held a key carries ⌃⌥⇧⌘; the Caps Lock key itself records nothing.

@@ -30,28 +30,6 @@ std::uint64_t flagsOf(Qt::KeyboardModifiers modifiers)
     return flags;
 }
 
-bool isModifierKey(int key)
-{
-    return key == Qt::Key_Shift || key == Qt::Key_Control || key == Qt::Key_Alt
-        || key == Qt::Key_Meta || key == Qt::Key_Super_L || key == Qt::Key_Super_R
-        || key == Qt::Key_AltGr || key == Qt::Key_Hyper_L || key == Qt::Key_Hyper_R;
-}
-
-// A modifier's own press carries the state from before it, its release the state with it.
-std::uint64_t withKey(std::uint64_t flags, int key, bool pressed)
-{
-    std::uint64_t bit = 0;
-    if (key == Qt::Key_Shift)
-        bit = ModifierFlag::shift;
-    else if (key == Qt::Key_Control)
-        bit = ModifierFlag::control;
-    else if (key == Qt::Key_Alt)
-        bit = ModifierFlag::option;
-    else if (key == Qt::Key_Meta || key == Qt::Key_Super_L || key == Qt::Key_Super_R)
-        bit = ModifierFlag::command;
-    return pressed ? flags | bit : flags & ~bit;
-}
-
 } // namespace
 
 ShortcutRecorderView::ShortcutRecorderView(const char *userDefaultsKey, Services services,
@@ -164,15 +142,16 @@ void ShortcutRecorderView::keyPressEvent(QKeyEvent *event)
     event->accept();
     if (event->isAutoRepeat())
         return;
-    if (isModifierKey(event->key())) {
-        _heldModifiers |= withKey(flagsOf(event->modifiers()), event->key(), true);
-        showValue();
-        return;
-    }
     const auto keyCode = _services.keyCodeOfScanCode(event->nativeScanCode());
     // The Caps Lock key speaks through the Hyperkey, when it is one.
     if (keyCode == KeyCode::capsLock)
         return;
+    // A modifier's own press carries the modifiers from before it.
+    if (keyCode && isModifierKey(*keyCode)) {
+        _heldModifiers |= flagsOf(event->modifiers()) | modifierFlagOfKey(*keyCode);
+        showValue();
+        return;
+    }
     _heldModifiers = 0;
     if (!keyCode) {
         QApplication::beep();
@@ -191,11 +170,13 @@ void ShortcutRecorderView::keyReleaseEvent(QKeyEvent *event)
         return;
     }
     event->accept();
-    if (event->isAutoRepeat() || !isModifierKey(event->key()))
+    const auto keyCode = _services.keyCodeOfScanCode(event->nativeScanCode());
+    if (event->isAutoRepeat() || !keyCode || !isModifierKey(*keyCode))
         return;
     // The last modifier let go, with no key between: the modifiers held together are the
     // shortcut.
-    if (withKey(flagsOf(event->modifiers()), event->key(), false) == 0 && _heldModifiers) {
+    const auto stillHeld = flagsOf(event->modifiers()) & ~modifierFlagOfKey(*keyCode);
+    if (stillHeld == 0 && _heldModifiers) {
         const auto modifiers = _heldModifiers;
         _heldModifiers = 0;
         offer(SRShortcut::shortcutWithCode(KeyCode::none, modifiers));
