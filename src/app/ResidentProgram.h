@@ -24,6 +24,7 @@
 #include "platform/qt/QtAccessibility.h"
 #include "platform/qt/QtScheduler.h"
 #include "platform/qt/QtSoundPlayer.h"
+#include "platform/qt/SplitAccessibility.h"
 #include "platform/qt/XdgAutostart.h"
 #include "preferences/Preferences.h"
 #include "scroll/BufferAndRateScroller.h"

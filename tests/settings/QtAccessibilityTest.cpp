@@ -2,6 +2,7 @@
 
 #include "platform/AXNames.h"
 #include "platform/fake/FakeDesktop.h"
+#include "platform/qt/SplitAccessibility.h"
 
 #include <QCheckBox>
 #include <QMainWindow>

@@ -13,7 +13,7 @@ namespace tarnvik {
 
 namespace {
 
-// Quoted as the Desktop Entry specification asks of Exec arguments with reserved characters.
+// Quoted as freedesktop's Desktop Entry format asks of Exec arguments with reserved characters.
 QString quoted(QString argument)
 {
     if (!argument.contains(QRegularExpression(R"([\s"'\\`$<>~|&;*?#()])")))
