@@ -202,6 +202,16 @@ class ResidentTarnvik:
         self.stop()
         subprocess.run(["rm", "-rf", self.config])
 
+    def start_again(self):
+        """Starts tarnvik a second time, as a person does to reach the settings; answers how
+        that second one ended."""
+        return subprocess.run([TARNVIK], env=dict(os.environ, XDG_CONFIG_HOME=self.config),
+                              capture_output=True, timeout=20)
+
+    def settings_file(self):
+        with open(os.path.join(self.config, "tarnvik", "tarnvik.conf"), encoding="utf-8") as f:
+            return f.read()
+
 
 PROMPT = "Tarnvik requires Accessibility permission"
 
@@ -215,6 +225,22 @@ def set_accessibility(on):
 
 def key(*keys):
     subprocess.run(["xdotool", "key", "--delay", "30", *keys], check=True)
+
+
+def click(accessible, button=1):
+    """A click of the pointer at the element's middle."""
+    x, y, w, h = rect(accessible)
+    subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click",
+                    str(button)], check=True)
+
+
+def showing_descendant(root, role, name=None):
+    """The first showing element of that role (and name) under root, waited for."""
+    return poll(f"a showing {name or role}", lambda: next(
+        (a for a in pyatspi.findAllDescendants(root, lambda a: a is not None
+                                               and a.getRole() == role
+                                               and (name is None or a.name == name))
+         if showing(a)), None), 10)
 
 
 def window_mapped(title):
@@ -234,6 +260,22 @@ def screen_pixels():
 
 def labels_mapped():
     return window_mapped("Tarnvik Labels")
+
+
+def brings_labels(application, press, release=lambda: None):
+    """Whether `press` brings labels over the application, brought to the front; then
+    `release` lets go of what it holds, and the labels are taken away again."""
+    application.bring_to_front()
+    press()
+    try:
+        poll("the labels", labels_mapped, 2)
+    except AssertionError:
+        return False
+    finally:
+        release()
+    key("Escape")
+    poll("the labels gone", lambda: not labels_mapped(), 10)
+    return True
 
 
 def label_drawn_below(frame, pixels=None):

@@ -11,9 +11,9 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (TARNVIK, Application, ResidentTarnvik, Xkb, accessible_window, key,
-                          label_at, labels_mapped, pointer, poll, process_frame, rect, showing,
-                          targets, window_mapped)
+from desktop_apps import (Application, ResidentTarnvik, Xkb, accessible_window, brings_labels,
+                          click, key, label_at, labels_mapped, pointer, poll, process_frame, rect,
+                          showing, showing_descendant, targets, window_mapped)
 
 CAPS = "66"  # Caps Lock's X key code
 LISTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "scroll_lists.py")
@@ -21,19 +21,6 @@ LISTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "
 
 def xdotool(*arguments):
     subprocess.run(["xdotool", *arguments], check=True)
-
-
-def click(accessible):
-    x, y, w, h = rect(accessible)
-    xdotool("mousemove", str(x + w // 2), str(y + h // 2), "click", "1")
-
-
-def descendant(root, role, name=None):
-    return poll(f"a showing {name or role}", lambda: next(
-        (a for a in pyatspi.findAllDescendants(root, lambda a: a is not None
-                                               and a.getRole() == role
-                                               and (name is None or a.name == name))
-         if showing(a)), None), 10)
 
 
 class Keyboard(unittest.TestCase):
@@ -57,24 +44,13 @@ class Keyboard(unittest.TestCase):
         if window_mapped("Tarnvik Labels"):
             key("Escape")
 
-    def shows_labels(self, *press):
-        """Whether the keys, pressed over gtk3-widget-factory, bring labels (taken away
-        again)."""
-        self.app.bring_to_front()
-        for step in press:
-            step()
-        try:
-            poll("the labels", labels_mapped, 2)
-        except AssertionError:
-            return False
-        finally:
-            xdotool("keyup", "super", "alt", CAPS, "space")
-        key("Escape")
-        poll("the labels gone", lambda: not labels_mapped(), 10)
-        return True
+    def shows_labels(self, *held):
+        """Whether the keys, held down together over gtk3-widget-factory, bring labels."""
+        return brings_labels(self.app, lambda: xdotool(*sum((["keydown", k] for k in held), [])),
+                             lambda: xdotool(*sum((["keyup", k] for k in reversed(held)), [])))
 
     def typed_into_entry(self, *press):
-        entry = descendant(self.window, pyatspi.ROLE_TEXT)
+        entry = showing_descendant(self.window, pyatspi.ROLE_TEXT)
         entry.queryComponent().grabFocus()
         poll("the entry focused", lambda: entry.getState().contains(pyatspi.STATE_FOCUSED), 10)
         key("End")
@@ -89,18 +65,16 @@ class Keyboard(unittest.TestCase):
     def test_caps_lock_held_is_the_hyperkey_of_a_shortcut_recorded_with_it(self):
         self.tarnvik.start("enable-hyper-key=true\n")
         # Recorded as a person records it: Caps Lock held and Space, in the settings.
-        subprocess.run([TARNVIK], env=dict(os.environ, XDG_CONFIG_HOME=self.tarnvik.config),
-                       check=True, timeout=20)
+        self.assertEqual(self.tarnvik.start_again().returncode, 0)
         settings = poll("the settings", lambda: accessible_window("Tarnvik Settings"), 20)
-        click(descendant(settings, pyatspi.ROLE_LIST_ITEM, "Clicking"))
-        click(descendant(settings, pyatspi.ROLE_PUSH_BUTTON, "Shortcut"))
+        click(showing_descendant(settings, pyatspi.ROLE_LIST_ITEM, "Clicking"))
+        click(showing_descendant(settings, pyatspi.ROLE_PUSH_BUTTON, "Shortcut"))
         xdotool("keydown", CAPS, "key", "space", "keyup", CAPS)
-        conf = os.path.join(self.tarnvik.config, "tarnvik", "tarnvik.conf")
-        poll("⌃⌥⇧⌘Space stored", lambda: "non-search-shortcut=⌃⌥⇧⌘Space" in open(
-            conf, encoding="utf-8").read(), 10)
+        poll("⌃⌥⇧⌘Space stored",
+             lambda: "non-search-shortcut=⌃⌥⇧⌘Space" in self.tarnvik.settings_file(), 10)
 
-        self.assertTrue(poll("Caps Lock and Space to show the labels", lambda: self.shows_labels(
-            lambda: xdotool("keydown", CAPS), lambda: xdotool("key", "space")), 10))
+        self.assertTrue(poll("Caps Lock and Space to show the labels",
+                             lambda: self.shows_labels(CAPS, "space"), 10))
         self.assertFalse(self.xkb.caps_locked())
         xdotool("key", CAPS)
         time.sleep(0.3)  # the lock would show at once
@@ -126,8 +100,8 @@ class Keyboard(unittest.TestCase):
 
     def test_a_shortcut_of_super_and_alt_fires_when_both_are_down(self):
         self.tarnvik.start("non-search-shortcut=⌥⌘\n")
-        self.assertFalse(self.shows_labels(lambda: xdotool("keydown", "super")), "Super alone")
-        self.assertTrue(self.shows_labels(lambda: xdotool("keydown", "super", "keydown", "alt")))
+        self.assertFalse(self.shows_labels("super"), "Super alone")
+        self.assertTrue(self.shows_labels("super", "alt"))
 
     def test_each_mode_types_on_the_chosen_layout_and_gives_the_other_back(self):
         subprocess.run(["setxkbmap", "-layout", "us,ru"], check=True)

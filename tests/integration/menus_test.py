@@ -6,14 +6,13 @@ menu bar: every assertion is on what the applications report through AT-SPI
 or on what the screen shows."""
 
 import os
-import subprocess
 import time
 import unittest
 
 import pyatspi
 
 from desktop_apps import (PAGES, Application, ResidentTarnvik, accessible_window, assert_typing_reaches,
-                          chromium, firefox, key, label_at, label_drawn_below, labels_mapped,
+                          chromium, click, firefox, key, label_at, label_drawn_below, labels_mapped,
                           menu_window, poll, process_frame, rect, showing, targets, window_mapped)
 
 QT_PROGRAM = os.environ["QT_CONTROLS"]
@@ -26,12 +25,6 @@ def find(root, predicate):
 
 def label_of(accessible):
     return label_at(rect(accessible), targets("--search", "")["targets"])
-
-
-def click_at(accessible, button):
-    x, y, w, h = rect(accessible)
-    subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click",
-                    str(button)], check=True)
 
 
 class OpenMenus(unittest.TestCase):
@@ -71,7 +64,7 @@ class OpenMenus(unittest.TestCase):
     def open_context_menu(self, entry):
         self.gtk.bring_to_front()
         entry.queryComponent().grabFocus()
-        click_at(entry, 3)
+        click(entry, 3)
         return poll("the entry's context menu", self.gtk_menu, 10)
 
     def labels_over_context_menu_item(self, entry, name):
@@ -124,14 +117,14 @@ class OpenMenus(unittest.TestCase):
         def item(name):
             return find(combo, lambda a: a.getRole() == pyatspi.ROLE_MENU_ITEM and a.name == name
                         and showing(a))
-        click_at(combo, 1)
+        click(combo, 1)
         middle = poll("the pop-up's items", lambda: item("Middle"), 10)
         key("shift+super+space")
         poll("the labels over the pop-up", lambda: label_drawn_below(rect(middle)), 10)
         key(*[c.lower() for c in label_of(middle)])
         poll("Middle chosen", lambda: combo.name == "Middle", 10)
         # Put back for the other tests.
-        click_at(combo, 1)
+        click(combo, 1)
         poll("the pop-up's items", lambda: item("Left"), 10).queryAction().doAction(0)
         poll("Left chosen", lambda: combo.name == "Left", 10)
 
@@ -207,12 +200,12 @@ class BrowserContextMenu:
         field = poll("the page's text field", lambda: find(
             self.window, lambda a: a.getRole() == pyatspi.ROLE_ENTRY and a.name == "Type here"
             and showing(a) and rect(a)[2] > 0))
-        click_at(field, 1)
+        click(field, 1)
         key("e", "n", "t", "r", "y")
         text = field.queryText()
         poll("the text typed", lambda: text.getText(0, -1) == "entry", 10)
         key("Home")
-        click_at(field, 3)
+        click(field, 3)
         select_all = poll("the context menu", lambda: self.item(self.select_all), 10)
         key("shift+super+space")
         poll("the labels over the menu's items", lambda: label_drawn_below(rect(select_all)), 10)
@@ -244,7 +237,7 @@ class FirefoxPopups(BrowserContextMenu, unittest.TestCase):
             return find(self.window.getApplication(), lambda a: a.name == name
                         and a.getRole() == pyatspi.ROLE_MENU_ITEM and showing(a)
                         and rect(a)[2] > 0)
-        click_at(select, 1)
+        click(select, 1)
         three = poll("the open list", lambda: option("Three"), 10)
         key("shift+super+space")
         poll("the labels over the list's options", lambda: label_drawn_below(rect(three)), 10)

@@ -3,34 +3,16 @@
 mouse and with XTest keys, and with Tarnvik's own labels. Each test asserts on the settings
 file and on what the shortcuts then do over gtk3-widget-factory."""
 
-import os
-import pathlib
-import subprocess
 import time
 import unittest
 
 import pyatspi
 
-from desktop_apps import (TARNVIK, Application, ResidentTarnvik, accessible_window, key,
-                          label_at, labels_mapped, poll, process_frame, rect, showing, targets,
-                          window_mapped)
+from desktop_apps import (Application, ResidentTarnvik, accessible_window, brings_labels, click,
+                          key, label_at, labels_mapped, poll, process_frame, rect,
+                          showing_descendant, targets)
 
 SETTINGS = "Tarnvik Settings"
-
-
-def click(accessible):
-    x, y, w, h = rect(accessible)
-    subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "1"],
-                   check=True)
-
-
-def control(window, role, name):
-    """The showing control of that role and name: of two pages' "Shortcut" rows, the shown
-    page's."""
-    return poll(f"{name} showing", lambda: next(
-        (a for a in pyatspi.findAllDescendants(window, lambda a: a is not None
-                                               and a.getRole() == role and a.name == name)
-         if showing(a)), None), 10)
 
 
 class Settings(unittest.TestCase):
@@ -53,46 +35,32 @@ class Settings(unittest.TestCase):
     def tearDown(self):
         self.tarnvik.stop()
 
-    def settings_file(self):
-        return pathlib.Path(self.tarnvik.config, "tarnvik", "tarnvik.conf").read_text("utf-8")
-
     def open_settings(self, tab):
-        """Starts tarnvik a second time, which opens the first one's settings, on `tab`."""
-        second = subprocess.run([TARNVIK], env=dict(os.environ,
-                                                    XDG_CONFIG_HOME=self.tarnvik.config),
-                                capture_output=True, timeout=20)
-        self.assertEqual(second.returncode, 0)
+        """Opens the running tarnvik's settings as a person does, on `tab`."""
+        self.assertEqual(self.tarnvik.start_again().returncode, 0)
         window = poll("the settings on the bus", lambda: accessible_window(SETTINGS), 20)
-        click(control(window, pyatspi.ROLE_LIST_ITEM, tab))
+        click(showing_descendant(window, pyatspi.ROLE_LIST_ITEM, tab))
         return window
 
     def shortcut_shows_labels(self, keys, app=None):
-        """Whether the shortcut brings labels over the application, brought to the front (and
-        takes them away again); gtk3-widget-factory unless another is given."""
-        (app or self.app).bring_to_front()
-        key(keys)
-        try:
-            poll("the labels", labels_mapped, 2)
-        except AssertionError:
-            return False
-        key("Escape")
-        poll("the labels gone", lambda: not labels_mapped(), 10)
-        return True
+        """Whether the shortcut brings labels over gtk3-widget-factory, or the application
+        given."""
+        return brings_labels(app or self.app, lambda: key(keys))
 
     def test_a_recorded_shortcut_works_at_once_and_the_old_one_no_longer(self):
         window = self.open_settings("Clicking")
-        recorder = control(window, pyatspi.ROLE_PUSH_BUTTON, "Shortcut")
+        recorder = showing_descendant(window, pyatspi.ROLE_PUSH_BUTTON, "Shortcut")
         # The program's own hot keys are paused while it records: the current shortcut is
         # recorded again rather than starting a session.
         click(recorder)
         key("shift+super+space")
         poll("the same shortcut stored",
-             lambda: "non-search-shortcut=⇧⌘Space" in self.settings_file(), 10)
+             lambda: "non-search-shortcut=⇧⌘Space" in self.tarnvik.settings_file(), 10)
         self.assertFalse(labels_mapped())
         click(recorder)
         key("ctrl+alt+k")
         poll("the new shortcut stored",
-             lambda: "non-search-shortcut=⌃⌥K" in self.settings_file(), 10)
+             lambda: "non-search-shortcut=⌃⌥K" in self.tarnvik.settings_file(), 10)
 
         self.assertTrue(poll("the new shortcut's labels",
                              lambda: self.shortcut_shows_labels("ctrl+alt+k"), 10))
@@ -110,27 +78,27 @@ class Settings(unittest.TestCase):
             "shift+super+space", gtk4), 20))
 
         window = self.open_settings("Ignored Apps")
-        click(control(window, pyatspi.ROLE_PUSH_BUTTON, "Select Apps"))
-        click(control(window, pyatspi.ROLE_TEXT, "Search apps"))
+        click(showing_descendant(window, pyatspi.ROLE_PUSH_BUTTON, "Select Apps"))
+        click(showing_descendant(window, pyatspi.ROLE_TEXT, "Search apps"))
         key(*"widget")
-        click(control(window, pyatspi.ROLE_LIST_ITEM, "Widget Factory"))
+        click(showing_descendant(window, pyatspi.ROLE_LIST_ITEM, "Widget Factory"))
         key("space")
-        click(control(window, pyatspi.ROLE_PUSH_BUTTON, "Done"))
+        click(showing_descendant(window, pyatspi.ROLE_PUSH_BUTTON, "Done"))
         poll("the application stored",
-             lambda: "org.gtk.WidgetFactory4.desktop" in self.settings_file(), 10)
+             lambda: "org.gtk.WidgetFactory4.desktop" in self.tarnvik.settings_file(), 10)
         time.sleep(1)  # a shortcut that does nothing shows nothing in this time
         self.assertFalse(self.shortcut_shows_labels("shift+super+space", gtk4))
 
         window = self.open_settings("Ignored Apps")
-        click(control(window, pyatspi.ROLE_PUSH_BUTTON, "Remove Widget Factory"))
+        click(showing_descendant(window, pyatspi.ROLE_PUSH_BUTTON, "Remove Widget Factory"))
         poll("the application taken off",
-             lambda: "org.gtk.WidgetFactory4.desktop" not in self.settings_file(), 10)
+             lambda: "org.gtk.WidgetFactory4.desktop" not in self.tarnvik.settings_file(), 10)
         self.assertTrue(poll("labels over it again", lambda: self.shortcut_shows_labels(
             "shift+super+space", gtk4), 20))
 
     def test_tarnvik_labels_drive_its_own_settings(self):
         window = self.open_settings("Clicking")
-        chain = control(window, pyatspi.ROLE_CHECK_BOX, "Chain clicks")
+        chain = showing_descendant(window, pyatspi.ROLE_CHECK_BOX, "Chain clicks")
         self.assertFalse(chain.getState().contains(pyatspi.STATE_CHECKED))
         listing = targets()["targets"]
         label = label_at(rect(chain), listing)
@@ -140,7 +108,7 @@ class Settings(unittest.TestCase):
         poll("labels over the settings", labels_mapped, 10)
         key(*label.lower())
         poll("the toggle flipped", lambda: chain.getState().contains(pyatspi.STATE_CHECKED), 10)
-        poll("the preference written", lambda: "chain-clicks=true" in self.settings_file(), 10)
+        poll("the preference written", lambda: "chain-clicks=true" in self.tarnvik.settings_file(), 10)
         poll("the labels gone", lambda: not labels_mapped(), 10)
 
 

@@ -1,6 +1,7 @@
 #include "platform/linux/X11Desktop.h"
 
 #include "platform/linux/DesktopIdentity.h"
+#include "platform/linux/X11Keys.h"
 
 #include <QSocketNotifier>
 
@@ -344,10 +345,7 @@ void X11Desktop::observeActivations(std::function<void(const RunningApplication 
         xcb_change_window_attributes(_x->connection, _x->root, XCB_CW_EVENT_MASK, &mask);
         xcb_flush(_x->connection);
     }
-    _events = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(_x->connection),
-                                                QSocketNotifier::Read);
-    QObject::connect(_events.get(), &QSocketNotifier::activated, _events.get(),
-                     [this] { readEvents(); });
+    _events = watchEvents(_x->connection, [this] { readEvents(); });
 }
 
 void X11Desktop::readEvents()

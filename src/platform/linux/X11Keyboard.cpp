@@ -171,9 +171,7 @@ std::unique_ptr<X11Keyboard> X11Keyboard::connect()
 X11Keyboard::X11Keyboard(std::unique_ptr<Connection> connection)
     : _x(std::move(connection))
 {
-    _events =
-        std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(_x->c), QSocketNotifier::Read);
-    QObject::connect(_events.get(), &QSocketNotifier::activated, [this] { readEvents(); });
+    _events = watchEvents(_x->c, [this] { readEvents(); });
 }
 
 X11Keyboard::~X11Keyboard()

@@ -2,6 +2,8 @@
 
 #include "platform/KeyEvents.h"
 
+#include <QSocketNotifier>
+
 #include <array>
 #include <cstdlib>
 #include <utility>
@@ -126,6 +128,15 @@ void selectXInputEvents(xcb_connection_t *c, std::uint32_t root, std::uint16_t d
         std::uint32_t mask;
     } events {{devices, 1}, mask};
     xcb_input_xi_select_events(c, root, 1, &events.head);
+}
+
+std::unique_ptr<QSocketNotifier> watchEvents(xcb_connection_t *c, std::function<void()> readEvents)
+{
+    auto notifier =
+        std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(c), QSocketNotifier::Read);
+    QObject::connect(notifier.get(), &QSocketNotifier::activated, notifier.get(),
+                     std::move(readEvents));
+    return notifier;
 }
 
 } // namespace tarnvik::linux

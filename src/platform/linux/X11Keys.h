@@ -3,9 +3,12 @@
 #include "platform/KeyCodes.h"
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 
+class QSocketNotifier;
 struct xcb_connection_t;
 
 namespace tarnvik::linux {
@@ -57,6 +60,9 @@ struct XConnection
     xcb_connection_t *c = nullptr;
     std::uint32_t root = 0;
 };
+
+// Calls `readEvents` from the event loop whenever the connection has something to read.
+std::unique_ptr<QSocketNotifier> watchEvents(xcb_connection_t *c, std::function<void()> readEvents);
 
 // The XInput extension's major opcode where the server speaks XInput 2.2, whose raw events reach
 // the root whatever holds the keyboard or the pointer; 0 where it doesn't.

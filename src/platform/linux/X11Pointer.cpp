@@ -78,9 +78,7 @@ X11Pointer::X11Pointer(std::unique_ptr<Connection> connection,
 {
     _queueTimer->setSingleShot(true);
     QObject::connect(_queueTimer.get(), &QTimer::timeout, [this] { postQueued(); });
-    _events =
-        std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(_x->c), QSocketNotifier::Read);
-    QObject::connect(_events.get(), &QSocketNotifier::activated, [this] { readEvents(); });
+    _events = watchEvents(_x->c, [this] { readEvents(); });
 }
 
 X11Pointer::~X11Pointer()
