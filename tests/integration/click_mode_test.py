@@ -15,7 +15,8 @@ import pyatspi
 from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window,
                           assert_typing_reaches, key, label_at, label_drawn_below, labels_mapped,
                           menu_window, pointer_drawn, poll, process_frame, rect, screen_pixels,
-                          targets, window_mapped)
+                          showing_all, showing_descendant, targets, window_mapped,
+                          xdotool)
 
 
 def pixels_in(box, pixels):
@@ -40,17 +41,8 @@ class ClickMode(OverlaySession):
         cls.window = poll("the window on the bus", lambda: process_frame(cls.app.process.pid))
 
     def controls(self, role, name):
-        found = []
-
-        def visit(accessible):
-            if accessible.getRole() == role and accessible.name == name:
-                found.append(accessible)
-            for child in accessible:
-                if child is not None:
-                    visit(child)
-        visit(self.window)
-        return [c for c in found if c.getState().contains(pyatspi.STATE_SHOWING)
-                and c.getState().contains(pyatspi.STATE_SENSITIVE)]
+        return showing_all(self.window, lambda a: a.getRole() == role and a.name == name
+                           and a.getState().contains(pyatspi.STATE_SENSITIVE))
 
     def assert_typing_reaches_an_entry(self, letters):
         assert_typing_reaches(next(e for e in self.controls(pyatspi.ROLE_TEXT, "")
@@ -182,8 +174,7 @@ class ClickMode(OverlaySession):
             targets("--search", "click ico")["targets"]) == 1, 10)
         time.sleep(0.5)  # the session's own search runs after the last letter
         # "?" as a person types it: the slash let go before the Shift.
-        subprocess.run(["xdotool", "keydown", "shift", "key", "slash", "keyup", "shift"],
-                       check=True)
+        xdotool("keydown", "shift", "key", "slash", "keyup", "shift")
         popover = poll("the tutor's popover", lambda: accessible_window("Tarnvik Tutor"), 10)
 
         # Each row is its key's label and then its value's, as a screen reader reads them.
@@ -200,8 +191,7 @@ class ClickMode(OverlaySession):
         key("n")
         poll("the tutor dismissed", lambda: not window_mapped("Tarnvik Tutor"), 10)
         bar = poll("the search bar", lambda: accessible_window("Search Bar"), 10)
-        field = next(a for a in pyatspi.findAllDescendants(
-            bar, lambda a: a is not None and a.getRole() == pyatspi.ROLE_TEXT))
+        field = showing_descendant(bar, pyatspi.ROLE_TEXT)
         poll("the letter in the search", lambda: field.queryText().getText(0, -1) == "click icon",
              10)
 
@@ -211,8 +201,7 @@ class ClickMode(OverlaySession):
         poll("the overlay", labels_mapped, 10)
         key("t", "o", "g")
         x, y, w, h = rect(self.window)
-        subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h - 5), "click", "1"],
-                       check=True)
+        xdotool("mousemove", str(x + w // 2), str(y + h - 5), "click", "1")
         poll("the overlay gone", lambda: not labels_mapped(), 10)
         self.assert_typing_reaches_an_entry("kj")
 

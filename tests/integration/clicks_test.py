@@ -4,14 +4,13 @@ it received (tests/apps/press_log.py) tells, through AT-SPI, what X gave it: the
 how many presses and double clicks came."""
 
 import os
-import subprocess
 import time
 import unittest
 
 import pyatspi
 
 from desktop_apps import (OverlaySession, assert_typing_reaches, key, label_at, poll, rect,
-                          targets, window_mapped)
+                          targets, window_mapped, xdotool)
 
 PRESS_LOG = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "press_log.py")
 
@@ -42,9 +41,9 @@ class Clicks(OverlaySession):
         before = button.name
         if len(label) > 1:
             key(*label[:-1])
-        subprocess.run(["xdotool", "keydown", held, "key", label[-1]], check=True)
+        xdotool("keydown", held, "key", label[-1])
         time.sleep(how_long)
-        subprocess.run(["xdotool", "keyup", held], check=True)
+        xdotool("keyup", held)
         return poll("a press", lambda: button.name if button.name != before else None,
                     10).split(",")[0]
 
@@ -67,8 +66,7 @@ class Clicks(OverlaySession):
                 int(part.split()[0]) for part in name.split(", ")[1:])
         presses, doubles = counts()
         # The second press comes before the first click's own release was due.
-        subprocess.run(["xdotool", "key", "--delay", "60", *label, label[-1], label[-1]],
-                       check=True)
+        xdotool("key", "--delay", "60", *label, label[-1], label[-1])
         poll("three presses", lambda: counts()[0] == presses + 3, 10)
         self.assertEqual(counts()[1], doubles + 1, "the second of them a double click")
 

@@ -223,24 +223,30 @@ def set_accessibility(on):
                     f"variant:boolean:{str(on).lower()}"], check=True, capture_output=True)
 
 
+def xdotool(*arguments):
+    subprocess.run(["xdotool", *arguments], check=True)
+
+
 def key(*keys):
-    subprocess.run(["xdotool", "key", "--delay", "30", *keys], check=True)
+    xdotool("key", "--delay", "30", *keys)
 
 
 def click(accessible, button=1):
     """A click of the pointer at the element's middle."""
     x, y, w, h = rect(accessible)
-    subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click",
-                    str(button)], check=True)
+    xdotool("mousemove", str(x + w // 2), str(y + h // 2), "click", str(button))
+
+
+def showing_all(root, test):
+    """The showing elements under root that pass `test`."""
+    return [a for a in pyatspi.findAllDescendants(root, lambda a: a is not None and test(a))
+            if showing(a)]
 
 
 def showing_descendant(root, role, name=None):
     """The first showing element of that role (and name) under root, waited for."""
-    return poll(f"a showing {name or role}", lambda: next(
-        (a for a in pyatspi.findAllDescendants(root, lambda a: a is not None
-                                               and a.getRole() == role
-                                               and (name is None or a.name == name))
-         if showing(a)), None), 10)
+    return poll(f"a showing {name or role}", lambda: next(iter(showing_all(
+        root, lambda a: a.getRole() == role and (name is None or a.name == name))), None), 10)
 
 
 def window_mapped(title):

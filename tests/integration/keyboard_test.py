@@ -13,14 +13,11 @@ import pyatspi
 
 from desktop_apps import (Application, ResidentTarnvik, Xkb, accessible_window, brings_labels,
                           click, key, label_at, labels_mapped, pointer, poll, process_frame, rect,
-                          showing, showing_descendant, targets, window_mapped)
+                          showing_all, showing_descendant, targets, window_mapped,
+                          xdotool)
 
 CAPS = "66"  # Caps Lock's X key code
 LISTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "scroll_lists.py")
-
-
-def xdotool(*arguments):
-    subprocess.run(["xdotool", *arguments], check=True)
 
 
 class Keyboard(unittest.TestCase):
@@ -109,9 +106,8 @@ class Keyboard(unittest.TestCase):
         poll("the Russian layout in use", lambda: self.xkb.group() == 1, 5)
         self.tarnvik.start("auto-switch-input-source-id=us\n")
 
-        box = next(a for a in pyatspi.findAllDescendants(
-            self.window, lambda a: a is not None and a.getRole() == pyatspi.ROLE_CHECK_BOX)
-            if showing(a) and a.getState().contains(pyatspi.STATE_SENSITIVE))
+        box = showing_all(self.window, lambda a: a.getRole() == pyatspi.ROLE_CHECK_BOX
+                          and a.getState().contains(pyatspi.STATE_SENSITIVE))[0]
         checked = box.getState().contains(pyatspi.STATE_CHECKED)
         self.app.bring_to_front()
         label = label_at(rect(box), targets()["targets"])
@@ -129,9 +125,8 @@ class Keyboard(unittest.TestCase):
         window = poll("the lists", lambda: accessible_window("Scroll Lists"))
         self.tarnvik.start("auto-switch-input-source-id=us\nscroll-keys=hjkl\n")
         lists.bring_to_front()
-        bars = [a for a in pyatspi.findAllDescendants(
-            window, lambda a: a is not None and a.getRole() == pyatspi.ROLE_SCROLL_BAR
-            and a.getState().contains(pyatspi.STATE_VERTICAL)) if showing(a)]
+        bars = showing_all(window, lambda a: a.getRole() == pyatspi.ROLE_SCROLL_BAR
+                           and a.getState().contains(pyatspi.STATE_VERTICAL))
 
         def positions():
             return [bar.queryValue().currentValue for bar in bars]
@@ -141,9 +136,7 @@ class Keyboard(unittest.TestCase):
         self.assertEqual(self.xkb.group(), 0)
         # The areas come once the window's tree is read: 2, the second list, until the pointer
         # stands in it.
-        panes = [a for a in pyatspi.findAllDescendants(
-            window, lambda a: a is not None and a.getRole() == pyatspi.ROLE_SCROLL_PANE)
-            if showing(a)]
+        panes = showing_all(window, lambda a: a.getRole() == pyatspi.ROLE_SCROLL_PANE)
 
         def in_a_list():
             key("2")

@@ -4,7 +4,6 @@ jumps, area changes, Escape. Every assertion is on what the lists report through
 the pointer stands, and what the screen shows."""
 
 import os
-import subprocess
 import sys
 import time
 import unittest
@@ -12,13 +11,10 @@ import unittest
 import pyatspi
 
 from desktop_apps import (PAGES, OverlaySession, chromium, key, label_colour_in, pointer,
-                          pointer_drawn, poll, rect, screen_pixels, showing, window_mapped)
+                          pointer_drawn, poll, rect, screen_pixels, showing_all, window_mapped,
+                          xdotool)
 
 LISTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "scroll_lists.py")
-
-
-def xdotool(*arguments):
-    subprocess.run(["xdotool", *arguments], check=True)
 
 
 def overlay_mapped():
@@ -56,9 +52,8 @@ class ScrollMode(OverlaySession):
     @classmethod
     def setUpClass(cls):
         cls.open_application(lambda home: [sys.executable, LISTS], "Scroll Lists")
-        panes = sorted((pane for pane in pyatspi.utils.findAllDescendants(
-            cls.window, lambda a: a.getRole() == pyatspi.ROLE_SCROLL_PANE) if showing(pane)),
-            key=lambda pane: rect(pane)[0])
+        panes = sorted(showing_all(cls.window, lambda a: a.getRole() == pyatspi.ROLE_SCROLL_PANE),
+                       key=lambda pane: rect(pane)[0])
         assert len(panes) == 2, panes
         cls.left, cls.right = panes
         cls.tarnvik.start()
@@ -150,8 +145,7 @@ class ChromiumScrollBox(OverlaySession):
                              "Tarnvik Scroll")
 
         def named(name):
-            return next((a for a in pyatspi.utils.findAllDescendants(
-                cls.window, lambda a: a is not None and a.name == name) if showing(a)), None)
+            return next(iter(showing_all(cls.window, lambda a: a.name == name)), None)
         cls.box = poll("the scroll box", lambda: named("Scroll Box"))
         cls.first_line = named("Line 1")
         cls.top_button = named("Top Button")

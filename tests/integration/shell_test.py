@@ -4,7 +4,6 @@ tray item with its menu as a panel reads it over the StatusNotifierItem protocol
 watcher stands in for the panel."""
 
 import os
-import pathlib
 import subprocess
 import sys
 import time
@@ -15,7 +14,7 @@ from gi.repository import Gio, GLib
 
 from desktop_apps import (PROMPT, TARNVIK, Application, ResidentTarnvik, assert_typing_reaches,
                           key, labels_mapped, poll, process_frame, set_accessibility,
-                          window_mapped)
+                          showing_all, window_mapped)
 
 SETTINGS = "Tarnvik Settings"
 
@@ -55,18 +54,8 @@ class Shell(unittest.TestCase):
         self.tarnvik.stop()
 
     def entry(self):
-        found = []
-
-        def visit(accessible):
-            if accessible.getRole() == pyatspi.ROLE_TEXT and accessible.getState().contains(
-                    pyatspi.STATE_EDITABLE) and accessible.getState().contains(
-                        pyatspi.STATE_SHOWING):
-                found.append(accessible)
-            for child in accessible:
-                if child is not None and not found:
-                    visit(child)
-        visit(self.window)
-        return found[0]
+        return showing_all(self.window, lambda a: a.getRole() == pyatspi.ROLE_TEXT
+                           and a.getState().contains(pyatspi.STATE_EDITABLE))[0]
 
     def test_a_second_start_exits_and_opens_the_settings_of_the_first(self):
         self.tarnvik.start()
@@ -131,9 +120,8 @@ class Shell(unittest.TestCase):
                  GLib.Variant("(isvu)", (number, "clicked", GLib.Variant("s", ""), 0)), "()")
 
         choose(titles[2])
-        conf = os.path.join(self.tarnvik.config, "tarnvik", "tarnvik.conf")
         poll("the application on the ignore list",
-             lambda: "disabled-bundle-paths" in pathlib.Path(conf).read_text(encoding="utf-8"))
+             lambda: "disabled-bundle-paths" in self.tarnvik.settings_file())
         self.assertEqual(entries()[2][1], titles[2].replace("Disable", "Enable", 1))
         key("shift+super+space")
         time.sleep(1)

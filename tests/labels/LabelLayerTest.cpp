@@ -260,21 +260,6 @@ TEST(LabelLayer, ShadowFallsBelowTheBounds)
     EXPECT_LT(above, below);
 }
 
-TEST(LabelLayer, WarnsWhenDrawnBeforeLayout)
-{
-    LabelLayer early("XY", themeColors("original"), 10.0, 1.0);
-    testing::internal::CaptureStdout();
-    early.image();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "warning: LabelLayer XY - invalid nub width/radius parameters\n");
-
-    LabelLayer laidOut("XY", themeColors("original"), {.nubWidth = 10.0}, 1.0);
-    laidOut.layoutLabel();
-    testing::internal::CaptureStdout();
-    laidOut.image();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-}
-
 TEST(LabelLayer, PaintsAtItsPlaceOnlyWhenShown)
 {
     LabelLayer layer("AB", themeColors("original"), 10.0, 1.0);

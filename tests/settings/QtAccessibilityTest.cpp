@@ -57,8 +57,7 @@ protected:
     QMainWindow window;
     QPushButton *button;
     QCheckBox *check;
-    QtAccessibility own;
-    QtAccessibility &ax = own;
+    QtAccessibility ax;
 };
 
 TEST_F(QtAccessibilityTest, TheProgramsWindowsReadAsTheVocabularySaysAndTheirControlsPress)
@@ -114,7 +113,7 @@ TEST_F(QtAccessibilityTest, TheSplitSendsThisProcessToQtAndTheRestToThePlatform)
 {
     fake::FakeDesktop desktop;
     desktop.addApplication({.processIdentifier = 7, .localizedName = "Other"});
-    SplitAccessibility split(desktop, own);
+    SplitAccessibility split(desktop, ax);
 
     const auto ownApp = split.createApplication(getpid());
     EXPECT_TRUE(QtAccessibility::owns(ownApp));

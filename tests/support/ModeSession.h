@@ -42,7 +42,6 @@ struct Windows
     int targetsWindows = 0;
     int open = 0;
     int shows = 0;
-    int flashes = 0;
     TargetsView *shown = nullptr;
     std::vector<KeyEvent> typed;
     std::string searchText;
@@ -75,7 +74,6 @@ public:
     void update() override { }
     void playClickAnimation(std::function<void()> completion) override
     {
-        ++_w.flashes;
         if (completion && _w.shown && _w.shown->focusedElement())
             completion();
     }

@@ -77,23 +77,6 @@ TEST_F(MonitorTest, TheActionAddedLastIsTriedFirst)
     EXPECT_EQ(keys.hotKeyCount(), 1u);
 }
 
-TEST_F(MonitorTest, PauseTakesEveryHotKeyAwayAndResumeBringsThemBack)
-{
-    int calls = 0;
-    monitor.addAction(action(j, true, calls), EventType::keyDown);
-    monitor.pause();
-    EXPECT_EQ(keys.hotKeyCount(), 0u);
-    EXPECT_TRUE(keys.type(38, ModifierFlag::shift | ModifierFlag::command));
-    monitor.resume();
-    EXPECT_EQ(keys.hotKeyCount(), 1u);
-    EXPECT_FALSE(keys.type(38, ModifierFlag::shift | ModifierFlag::command));
-    EXPECT_EQ(calls, 1);
-
-    monitor.removeAllActions();
-    EXPECT_EQ(keys.hotKeyCount(), 0u);
-    EXPECT_TRUE(monitor.actions().empty());
-}
-
 TEST_F(MonitorTest, ModifierOnlyShortcutsAreNotHotKeys)
 {
     int calls = 0;

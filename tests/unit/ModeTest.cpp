@@ -1,30 +1,13 @@
 #include "click/Mode.h"
 
-#include "click/ClickUtils.h"
-#include "click/CursorManager.h"
-#include "click/DoubleClickManager.h"
-#include "click/SearchBarWindowController.h"
-#include "click/TargetsView.h"
-#include "keyboard/SRGlobalShortcutMonitor.h"
-#include "platform/AXNames.h"
 #include "platform/KeyCodes.h"
-#include "platform/SoundPlayer.h"
-#include "platform/fake/FakeDesktop.h"
-#include "platform/fake/FakeInput.h"
-#include "platform/fake/FakePreferenceStore.h"
-#include "preferences/Preferences.h"
-#include "sounds/SoundEffectManager.h"
-#include "support/FrontWindow.h"
 #include "support/ModeSession.h"
 
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 
 namespace tarnvik {
 namespace {
 
-using fake::FakeInput;
 using test::ModeTest;
 
 constexpr std::uint16_t keyA = 0, keyS = 1, keyD = 2, keyF = 3, keyZ = 6;

@@ -84,18 +84,5 @@ TEST_F(TutorTest, QuestionMarkShowsTheFocusedElementTabMovesItAndTypingDismisses
     EXPECT_FALSE(tutorMode.active()) << "nothing focused: nothing to show";
 }
 
-TEST_F(TutorTest, ASecondDeliveryOfTheTreesIsRefusedAndTheFirstKept)
-{
-    const UITrees trees = *mode.uiTrees();
-    tutorMode.activate(std::nullopt);
-    tutorMode.setUiTrees(trees);
-    ::testing::internal::CaptureStdout();
-    tutorMode.setUiTrees(trees);
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "unsupported behaviour!\n");
-    tutorMode.deactivate();
-    tutorMode.setUiTrees(trees);
-    EXPECT_FALSE(tutorMode.active()) << "no effect when it isn't active";
-}
-
 } // namespace
 } // namespace tarnvik
