@@ -58,17 +58,15 @@ struct Reading
     {
         if (!inItem)
             return;
-        if (cdata) {
-            if (currentElement == "description")
-                currentDescription += text;
+        // Only the description holds markup, in CDATA or escaped.
+        if (currentElement == "description")
+            currentDescription += text;
+        else if (cdata)
             return;
-        }
-        if (currentElement == "sparkle:shortVersionString")
+        else if (currentElement == "sparkle:shortVersionString")
             currentVersion += text;
         else if (currentElement == "pubDate")
             currentDate += text;
-        else if (currentElement == "description")
-            currentDescription += text;
     }
 
     void ended(const QString &name)

@@ -107,12 +107,10 @@ void SettingsPage::addWidget(QWidget *widget)
 QCheckBox *PreferenceBindings::toggle(const char *key, Changed changed)
 {
     auto *box = new QCheckBox;
-    auto read = [this, box, key] {
+    bind([this, box, key] {
         const QSignalBlocker quiet(box);
         box->setChecked(_preferences.boolForKey(key));
-    };
-    read();
-    onReload(read);
+    });
     QObject::connect(box, &QCheckBox::toggled, box, [this, key, changed](bool on) {
         _preferences.setBool(key, on);
         if (changed)
@@ -128,13 +126,11 @@ QSlider *PreferenceBindings::slider(const char *key, double minimum, double maxi
     slider->setRange(0, static_cast<int>(std::lround((maximum - minimum) / step)));
     slider->setPageStep(1);
     slider->setMinimumWidth(200);
-    auto read = [this, slider, key, minimum, step] {
+    bind([this, slider, key, minimum, step] {
         const QSignalBlocker quiet(slider);
         slider->setValue(
             static_cast<int>(std::lround((_preferences.doubleForKey(key) - minimum) / step)));
-    };
-    read();
-    onReload(read);
+    });
     QObject::connect(slider, &QSlider::valueChanged, slider,
                      [this, slider, key, minimum, step, released](int index) {
                          _preferences.setDouble(key, minimum + index * step);
@@ -158,12 +154,10 @@ QWidget *PreferenceBindings::segmented(const char *key, std::pair<QString, bool>
         row->addWidget(choice);
         group->addButton(choice, value ? 1 : 0);
     }
-    auto read = [this, group, key] {
+    bind([this, group, key] {
         const QSignalBlocker quiet(group);
         group->button(_preferences.boolForKey(key) ? 1 : 0)->setChecked(true);
-    };
-    read();
-    onReload(read);
+    });
     QObject::connect(group, &QButtonGroup::idClicked, box,
                      [this, key](int id) { _preferences.setBool(key, id == 1); });
     return box;
@@ -174,15 +168,13 @@ QLineEdit *PreferenceBindings::textField(const char *key, const QString &placeho
     auto *field = new QLineEdit;
     field->setPlaceholderText(placeholder);
     // Its own writes come back as a change of the file: the text being typed stays as it is.
-    auto read = [this, field, key] {
+    bind([this, field, key] {
         const QString stored = QString::fromStdString(_preferences.stringForKey(key).value_or(""));
         if (field->text() == stored)
             return;
         const QSignalBlocker quiet(field);
         field->setText(stored);
-    };
-    read();
-    onReload(read);
+    });
     QObject::connect(field, &QLineEdit::textEdited, field, [this, key](const QString &text) {
         _preferences.setString(key, text.toStdString());
     });
@@ -196,14 +188,12 @@ QComboBox *PreferenceBindings::popUp(const char *key,
     auto *box = new QComboBox;
     for (const auto &[title, value] : choices)
         box->addItem(title, value);
-    auto read = [this, box, key, fallback] {
+    bind([this, box, key, fallback] {
         const QSignalBlocker quiet(box);
         const auto stored = _preferences.stringForKey(key);
         const int at = box->findData(stored ? QString::fromStdString(*stored) : fallback);
         box->setCurrentIndex(std::max(at, box->findData(fallback)));
-    };
-    read();
-    onReload(read);
+    });
     QObject::connect(box, &QComboBox::activated, box, [this, box, key, changed](int index) {
         const QString value = box->itemData(index).toString();
         if (value.isEmpty())

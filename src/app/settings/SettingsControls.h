@@ -79,6 +79,13 @@ public:
     void onReload(std::function<void()> reloader) { _reloaders.push_back(std::move(reloader)); }
 
 private:
+    // Shows the stored value now and at every reload.
+    void bind(std::function<void()> read)
+    {
+        read();
+        onReload(std::move(read));
+    }
+
     Preferences &_preferences;
     std::vector<std::function<void()>> _reloaders;
 };

@@ -61,6 +61,14 @@ public:
                                     symbols.data());
         xcb_flush(c);
     }
+
+    // Keeps the Caps Lock key's symbols and leaves the key without any.
+    void takeCapsKey(std::vector<xcb_keysym_t> symbols)
+    {
+        capsSymbols = std::move(symbols);
+        if (!capsSymbols.empty())
+            setSymbols(capsKey, std::vector<xcb_keysym_t>(capsSymbols.size(), XCB_NO_SYMBOL));
+    }
 };
 
 std::unique_ptr<X11KeyWatch> X11KeyWatch::connect()
@@ -105,10 +113,7 @@ void X11KeyWatch::claimCapsLockKey(bool claim)
     if (claim == !_x->capsSymbols.empty())
         return;
     if (claim) {
-        _x->capsSymbols = _x->symbolsOf(_x->capsKey);
-        if (!_x->capsSymbols.empty())
-            _x->setSymbols(_x->capsKey,
-                           std::vector<xcb_keysym_t>(_x->capsSymbols.size(), XCB_NO_SYMBOL));
+        _x->takeCapsKey(_x->symbolsOf(_x->capsKey));
         return;
     }
     _x->setSymbols(_x->capsKey, _x->capsSymbols);
@@ -192,11 +197,8 @@ void X11KeyWatch::rawKey(bool press, std::uint8_t keycode)
         // symbol back: it is taken again, so that only this press locked.
         if (press && _capsLock) {
             auto symbols = _x->symbolsOf(_x->capsKey);
-            if (std::ranges::any_of(symbols, [](xcb_keysym_t k) { return k != XCB_NO_SYMBOL; })) {
-                _x->capsSymbols = std::move(symbols);
-                _x->setSymbols(_x->capsKey,
-                               std::vector<xcb_keysym_t>(_x->capsSymbols.size(), XCB_NO_SYMBOL));
-            }
+            if (std::ranges::any_of(symbols, [](xcb_keysym_t k) { return k != XCB_NO_SYMBOL; }))
+                _x->takeCapsKey(std::move(symbols));
         }
         if (_capsLock) {
             // A copy: the handler may be replaced while it runs.
