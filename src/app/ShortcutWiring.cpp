@@ -127,8 +127,8 @@ void ShortcutWiring::monitorHandler(const Wired &wired, int mask, const KeyEvent
         });
         return;
     }
-    if (event.type != EventType::keyDown || !_capsLockController
-        || !_capsLockController->isHyperKeyActive())
+    // A key down: watched only with the Hyperkey on.
+    if (!_capsLockController || !_capsLockController->isHyperKeyActive())
         return;
     toggleFirst(wired, [&event](const SRShortcut &s) {
         return !s.isModifierOnly() && s.keyCode() == event.keyCode

@@ -59,6 +59,18 @@ auto onMainThread(F work) -> decltype(work())
     return std::move(*result);
 }
 
+// The element's interface given to `use` on the main thread; an element gone is invalid.
+template<class R, class F>
+R withInterface(const AXUIElement &element, F use)
+{
+    return onMainThread([&]() -> R {
+        auto *iface = interfaceOf(element);
+        if (!iface)
+            return AXError::InvalidUIElement;
+        return use(iface);
+    });
+}
+
 struct AxRoleOf
 {
     const char *role;
@@ -278,22 +290,15 @@ AXUIElement QtAccessibility::createApplication(pid_t)
 AXResult<Value> QtAccessibility::copyAttributeValue(const AXUIElement &element,
                                                     const std::string &name)
 {
-    return onMainThread([&]() -> AXResult<Value> {
-        auto *iface = interfaceOf(element);
-        if (!iface)
-            return AXError::InvalidUIElement;
-        return attribute(iface, name);
-    });
+    return withInterface<AXResult<Value>>(
+        element, [&](QAccessibleInterface *iface) { return attribute(iface, name); });
 }
 
 AXResult<ValueArray>
 QtAccessibility::copyMultipleAttributeValues(const AXUIElement &element,
                                              const std::vector<std::string> &names)
 {
-    return onMainThread([&]() -> AXResult<ValueArray> {
-        auto *iface = interfaceOf(element);
-        if (!iface)
-            return AXError::InvalidUIElement;
+    return withInterface<AXResult<ValueArray>>(element, [&](QAccessibleInterface *iface) {
         ValueArray slots;
         for (const auto &name : names) {
             auto v = attribute(iface, name);
@@ -305,10 +310,7 @@ QtAccessibility::copyMultipleAttributeValues(const AXUIElement &element,
 
 AXResult<ValueArray> QtAccessibility::copyActionNames(const AXUIElement &element)
 {
-    return onMainThread([&]() -> AXResult<ValueArray> {
-        auto *iface = interfaceOf(element);
-        if (!iface)
-            return AXError::InvalidUIElement;
+    return withInterface<AXResult<ValueArray>>(element, [&](QAccessibleInterface *iface) {
         ValueArray names;
         if (auto *actions = iface->actionInterface()) {
             for (const auto &qtName : actions->actionNames())
@@ -327,21 +329,19 @@ AXResult<Value> QtAccessibility::copyParameterizedAttributeValue(const AXUIEleme
 AXResult<AXUIElement> QtAccessibility::copyElementAtPosition(const AXUIElement &application,
                                                              float x, float y)
 {
-    return onMainThread([&]() -> AXResult<AXUIElement> {
-        auto *app = interfaceOf(application);
-        if (!app)
-            return AXError::InvalidUIElement;
-        const QPoint point(static_cast<int>(x), static_cast<int>(y));
-        for (auto *window : windowsOf(app)) {
-            if (!window->rect().contains(point))
-                continue;
-            auto *current = window;
-            while (auto *hit = current->childAt(point.x(), point.y()))
-                current = hit;
-            return handleOf(current);
-        }
-        return AXError::NoValue;
-    });
+    return withInterface<AXResult<AXUIElement>>(
+        application, [&](QAccessibleInterface *app) -> AXResult<AXUIElement> {
+            const QPoint point(static_cast<int>(x), static_cast<int>(y));
+            for (auto *window : windowsOf(app)) {
+                if (!window->rect().contains(point))
+                    continue;
+                auto *current = window;
+                while (auto *hit = current->childAt(point.x(), point.y()))
+                    current = hit;
+                return handleOf(current);
+            }
+            return AXError::NoValue;
+        });
 }
 
 AXError QtAccessibility::setAttributeValue(const AXUIElement &, const std::string &, const Value &)
@@ -351,10 +351,7 @@ AXError QtAccessibility::setAttributeValue(const AXUIElement &, const std::strin
 
 AXError QtAccessibility::performAction(const AXUIElement &element, const std::string &action)
 {
-    return onMainThread([&]() -> AXError {
-        auto *iface = interfaceOf(element);
-        if (!iface)
-            return AXError::InvalidUIElement;
+    return withInterface<AXError>(element, [&](QAccessibleInterface *iface) {
         auto *actions = iface->actionInterface();
         if (!actions)
             return AXError::ActionUnsupported;
