@@ -79,6 +79,8 @@ void AppDelegate::setUp()
                                     .preferences = _services.preferences,
                                     .deactivateModes = _services.deactivateModes});
     _axEnablerService->start();
+    if (_services.startMissionControlObserver)
+        _services.startMissionControlObserver();
     _services.readAhead();
 }
 

@@ -37,6 +37,8 @@ public:
         std::function<void()> readAhead;
         // Turns the shortcut preferences into hot keys, at set-up.
         std::function<void()> wireShortcuts;
+        // Starts watching the desktop's window overview, at set-up.
+        std::function<void()> startMissionControlObserver;
         // Ends whichever mode runs.
         std::function<void()> deactivateModes;
         // The status item's commands; its "Settings…", "Check for Updates…" and "Changelog"

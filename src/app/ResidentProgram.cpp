@@ -117,13 +117,16 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
     , _inputSources(*_c.layouts)
     , _cursor(*_c.pointer)
     , _doubleClick(_scheduler, _shortcuts)
+    , _overview(_gnomeExtension, _accessibility)
+    , _overviewKeys(_gnomeExtension, *_c.keyboard)
     , _views(_preferences,
              {.firstScreenHeight = [this] { return firstScreenHeight(); },
               .overlay = {.hasCompositor = _x.hasCompositor(),
                           .reduceMotion = [this] { return _x.appearance().reduceMotion; },
                           .labelsPainted = labelsPaintedTrace()},
               .highContrast = [this] { return _x.appearance().highContrast; },
-              .labelZoom = desktopScale(qtScaleFactor)})
+              .labelZoom = desktopScale(qtScaleFactor),
+              .overview = _overview})
     , _tutorViews({.firstScreenHeight = [this] { return firstScreenHeight(); },
                    .hasCompositor = _x.hasCompositor()})
     , _tutorMode({.views = _tutorViews,
@@ -147,7 +150,10 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
              .treeQueue = _treeQueue,
              .searchQueue = _searchQueue,
              .inputSources = _inputSources,
-             .tutorMode = _tutorMode})
+             .tutorMode = _tutorMode,
+             .overview = _overview,
+             .overviewKeyboard = _overviewKeys,
+             .reduceMotion = [this] { return _x.appearance().reduceMotion; }})
     , _frameClock(refreshPeriod)
     , _scroller(_frameClock, *_c.scrollPosting)
     , _scrollViews(_preferences,
@@ -165,6 +171,11 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                    .views = _scrollViews,
                    .treeQueue = _scrollTreeQueue,
                    .inputSources = _inputSources})
+    , _missionControlObserver({.overview = _overview,
+                               .preferences = _preferences,
+                               .scheduler = _scheduler,
+                               .isInMode = [this] { return _mode.active() || _scrollMode.active(); },
+                               .activateClickMode = [this] { _mode.activate(true); }})
     , _wiring({.preferences = _preferences,
                .shortcuts = _shortcuts,
                .mode = _mode,
@@ -230,6 +241,7 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                          printRunning();
                      },
                  .wireShortcuts = [this] { _wiring.wireShortcuts(); },
+                 .startMissionControlObserver = [this] { _missionControlObserver.start(); },
                  .deactivateModes = [this] { deactivateModes(); },
                  .menuActions = {.openGithubIssues = [] { openPage("README.md"); },
                                  .openSupportMail = [] { openPage("README.md"); },
@@ -242,7 +254,9 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
         _wiring.preferencesChanged();
         _delegate.preferencesChanged();
     })
-{ }
+{
+    _mode.setMissionControlObserver(&_missionControlObserver);
+}
 
 ResidentProgram::~ResidentProgram()
 {

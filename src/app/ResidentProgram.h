@@ -10,7 +10,9 @@
 #include "click/views/QtModeViews.h"
 #include "keyboard/InputSources.h"
 #include "keyboard/RecordingSlot.h"
+#include "overview/MissionControlObserver.h"
 #include "platform/WorkQueue.h"
+#include "platform/gnome/GnomeOverview.h"
 #include "platform/linux/AtspiSwitch.h"
 #include "platform/linux/LinuxDesktop.h"
 #include "platform/linux/TimerFrameClock.h"
@@ -115,6 +117,9 @@ private:
     SerialWorkQueue _treeQueue;
     SerialWorkQueue _searchQueue;
     SerialWorkQueue _scrollTreeQueue;
+    gnome::TarnvikGnomeExtension _gnomeExtension;
+    gnome::GnomeOverview _overview;
+    gnome::GnomeOverviewKeys _overviewKeys;
     QtModeViews _views;
     QtTutorViews _tutorViews;
     TutorMode _tutorMode;
@@ -123,6 +128,7 @@ private:
     BufferAndRateScroller _scroller;
     QtScrollViews _scrollViews;
     ScrollMode _scrollMode;
+    MissionControlObserver _missionControlObserver;
     ShortcutWiring _wiring;
     FirstReads _firstReads;
     linux::AtspiSwitch _accessibilitySwitch;

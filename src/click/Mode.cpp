@@ -71,6 +71,9 @@ void Mode::activate(bool isSearchDisabled)
         return;
     _isSearchDisabled = isSearchDisabled;
     _services.doubleClick.reset(true);
+    // The overview is no application's window: whichever is in front, the session labels it.
+    if (_services.overview.isOpen())
+        return activateOverOverview();
 
     auto &workspace = _services.platform.workspace;
     const auto app = workspace.frontmostApplication();
@@ -112,7 +115,7 @@ void Mode::activate(bool isSearchDisabled)
     }
     const bool autoClick = _services.preferences.boolForKey(Preferences::Keys::isAutoClickEnabled);
     _targetsWindowController = std::make_shared<TargetsWindowController>(
-        _services.views.createTargetsWindow(*_screen), _services.preferences,
+        _services.views.createTargetsWindow(*_screen, false), _services.preferences,
         _isSearchDisabled && autoClick);
     _targetsWindowController->window().orderFront();
 
@@ -228,7 +231,8 @@ void Mode::deactivate(bool closeWindow)
         _cancelQuery();
     _uiTrees.reset();
 
-    _services.keyboard.stop();
+    sessionKeyboard().stop();
+    endMissionControl();
     _services.pointerMotion.observe({});
     _services.pointerMotion.observePresses({});
 
@@ -315,6 +319,8 @@ void Mode::rotateClusters()
 
 void Mode::clickFocused(std::uint16_t keyCode)
 {
+    if (_isMissionControlMode)
+        return pickFocusedPreview();
     auto *view = targetsView();
     if (!view || !view->focusedElement() || !_uiTrees)
         return;
@@ -354,6 +360,8 @@ void Mode::rightClickFocused()
 
 void Mode::clickFocusedWith(int button, std::uint64_t flags)
 {
+    if (_isMissionControlMode)
+        return pickFocusedPreview();
     auto *view = targetsView();
     if (!view || !view->focusedElement() || !_uiTrees)
         return;

@@ -4,12 +4,14 @@
 #include "accessibility/UITrees.h"
 #include "keyboard/InputSources.h"
 #include "platform/KeyEvents.h"
+#include "platform/Overview.h"
 #include "platform/Scheduler.h"
 #include "platform/Screens.h"
 #include "tutorial/TutorMode.h"
 
 #include <atomic>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -20,6 +22,7 @@ class ClickUtils;
 class CursorManager;
 class DoubleClickManager;
 class EventPosting;
+class MissionControlObserver;
 class ModeViews;
 class PointerMotion;
 class Preferences;
@@ -54,6 +57,11 @@ public:
         WorkQueue &searchQueue;
         InputSources &inputSources;
         TutorMode &tutorMode;
+        // The desktop's window overview, and the keys typed while it is open.
+        Overview &overview;
+        KeyboardCapture &overviewKeyboard;
+        // The desktop asks for less motion.
+        std::function<bool()> reduceMotion;
     };
 
     explicit Mode(Services services);
@@ -63,6 +71,10 @@ public:
     void deactivate(bool closeWindow);
     bool active() const { return _active; }
     bool isSearchDisabled() const { return _isSearchDisabled; }
+    // The session labels the overview's windows.
+    bool isMissionControlMode() const { return _isMissionControlMode; }
+    // The observer that starts sessions over the overview, told when one ends; set once.
+    void setMissionControlObserver(MissionControlObserver *observer) { _observer = observer; }
 
     void runSearch();
     void resetLabelQuery();
@@ -75,6 +87,8 @@ public:
     void commandClickFocused();
     void rightClickFocused();
     void rotateClusters();
+    // The overview changes workspace: its previews slide, so the labels go until they stand.
+    void hideLabelsForSpaceChange();
     void appendLabelCharacter(const std::string &character, std::uint16_t keyCode,
                               std::uint64_t modifiers);
 
@@ -95,6 +109,18 @@ private:
     struct Session;
 
     void fail();
+    // Over the overview: its previews, labelled in the desktop's shell. ModeOverview.cpp.
+    void activateOverOverview();
+    void activateMissionControl(UITreePtr uiTree);
+    void scheduleMissionControlTick(Seconds period, void (Mode::*tick)());
+    void dismissalCheck();
+    void stabilisingTick();
+    void fullyOpen();
+    void setLabelsVisible(bool visible);
+    void endMissionControl();
+    // Picks the focused preview's window, ending the session.
+    void pickFocusedPreview();
+    KeyboardCapture &sessionKeyboard();
     // The tutor, when it shows, follows the focus.
     void retargetTutor();
     void startTreeBuilding(const RunningApplication &app, const UIElementPtr &window,
@@ -129,6 +155,14 @@ private:
     std::optional<Scheduler::TimerId> _resetLabelQueryTimer;
     std::function<void()> _cancelSearch;
     std::optional<Scheduler::TimerId> _chainClickTimer;
+    MissionControlObserver *_observer = nullptr;
+    bool _isMissionControlMode = false;
+    std::optional<Scheduler::TimerId> _missionControlCheckTimer;
+    // Labels hidden because the previews move, the previews' frames at the last tick, and the
+    // ticks since they last moved.
+    bool _mcLabelsHidden = false;
+    std::map<std::string, CGRect> _mcLastPositions;
+    int _mcStableFrameCount = 0;
     // Each activation's number: a result of an earlier one is dropped.
     std::uint64_t _session = 0;
     // Answers late work that outlives the Mode (a tree build in flight at destruction).

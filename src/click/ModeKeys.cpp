@@ -60,8 +60,11 @@ KeyDisposition Mode::tapCallback(const KeyEvent &event)
             post([this] { deactivate(true); });
         return KeyDisposition::pass;
     }
-    if ((key == KeyCode::left || key == KeyCode::right) && withControl)
+    if ((key == KeyCode::left || key == KeyCode::right) && withControl) {
+        if (down)
+            post([this] { hideLabelsForSpaceChange(); });
         return KeyDisposition::pass;
+    }
     if (key == KeyCode::down) {
         if (down)
             post([this] { focusNext(); });

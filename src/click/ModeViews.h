@@ -25,6 +25,8 @@ public:
     virtual void show(TargetsView &view) = 0;
     // The shown view changed: focus, typed prefixes, rotation.
     virtual void update() = 0;
+    // Hides or shows every label at once, keeping them as they are.
+    virtual void setLabelsVisible(bool visible) = 0;
     // The flash of a click on the focused element; `completion` runs when it ends, and only
     // when something was focused.
     virtual void playClickAnimation(std::function<void()> completion) = 0;
@@ -56,7 +58,9 @@ class ModeViews
 {
 public:
     virtual ~ModeViews() = default;
-    virtual std::unique_ptr<TargetsWindow> createTargetsWindow(const Screen &screen) = 0;
+    // Over the desktop's window overview with `overOverview`.
+    virtual std::unique_ptr<TargetsWindow> createTargetsWindow(const Screen &screen,
+                                                               bool overOverview) = 0;
     virtual std::unique_ptr<SearchBarWindow> createSearchBar() = 0;
 };
 

@@ -17,6 +17,8 @@ inline constexpr const char *NSAccessibilityEnabledAttribute = "AXEnabled";
 inline constexpr const char *NSAccessibilityActivationPointAttribute = "AXActivationPoint";
 inline constexpr const char *NSAccessibilityIdentifierAttribute = "AXIdentifier";
 inline constexpr const char *NSAccessibilityChildrenAttribute = "AXChildren";
+// The element whose text names this one.
+inline constexpr const char *NSAccessibilityTitleUIElementAttribute = "AXTitleUIElement";
 inline constexpr const char *NSAccessibilityVisibleChildrenAttribute = "AXVisibleChildren";
 inline constexpr const char *NSAccessibilityVisibleRowsAttribute = "AXVisibleRows";
 inline constexpr const char *NSAccessibilityParentAttribute = "AXParent";

@@ -13,6 +13,7 @@
 #include "keyboard/SRGlobalShortcutMonitor.h"
 #include "platform/AXNames.h"
 #include "platform/SoundPlayer.h"
+#include "platform/fake/FakeOverview.h"
 #include "sounds/SoundEffectManager.h"
 #include "support/FrontWindow.h"
 #include "tutorial/TutorMode.h"
@@ -42,6 +43,8 @@ struct Windows
     int targetsWindows = 0;
     int open = 0;
     int shows = 0;
+    bool overOverview = false;
+    bool labelsVisible = true;
     TargetsView *shown = nullptr;
     std::vector<KeyEvent> typed;
     std::string searchText;
@@ -72,6 +75,7 @@ public:
                           makeRect(0, 0, 1440, 900));
     }
     void update() override { }
+    void setLabelsVisible(bool visible) override { _w.labelsVisible = visible; }
     void playClickAnimation(std::function<void()> completion) override
     {
         if (completion && _w.shown && _w.shown->focusedElement())
@@ -147,8 +151,9 @@ struct RecordingTutorViews : TutorViews
 class RecordingViews : public ModeViews
 {
 public:
-    std::unique_ptr<TargetsWindow> createTargetsWindow(const Screen &) override
+    std::unique_ptr<TargetsWindow> createTargetsWindow(const Screen &, bool overOverview) override
     {
+        w.overOverview = overOverview;
         return std::make_unique<RecordingTargetsWindow>(w);
     }
     std::unique_ptr<SearchBarWindow> createSearchBar() override
@@ -187,22 +192,25 @@ protected:
 
     Mode::Services services()
     {
-        return {{desktop, desktop, desktop},
-                screens,
-                preferences,
-                scheduler,
-                input,
-                input,
-                input,
-                cursor,
-                input,
-                sounds,
-                views,
-                doubleClick,
-                treeQueue,
-                searchQueue,
-                inputSources,
-                tutorMode};
+        return {.platform = {desktop, desktop, desktop},
+                .screens = screens,
+                .preferences = preferences,
+                .scheduler = scheduler,
+                .keyboard = input,
+                .keyboardLayout = input,
+                .pointerMotion = input,
+                .cursor = cursor,
+                .events = input,
+                .sounds = sounds,
+                .views = views,
+                .doubleClick = doubleClick,
+                .treeQueue = treeQueue,
+                .searchQueue = searchQueue,
+                .inputSources = inputSources,
+                .tutorMode = tutorMode,
+                .overview = overview,
+                .overviewKeyboard = input,
+                .reduceMotion = [this] { return reduceMotion; }};
     }
 
     std::vector<FakeInput::MouseEvent> presses() const
@@ -214,6 +222,8 @@ protected:
         return result;
     }
 
+    fake::FakeOverview overview;
+    bool reduceMotion = false;
     CursorManager cursor {input};
     InputSources inputSources {input};
     RecordingTutorViews tutorViews;

@@ -1,5 +1,7 @@
 #include "click/views/QtModeViews.h"
 
+#include "click/views/OverviewTargetsWindow.h"
+
 #include "click/LabelMaker.h"
 #include "click/views/QtSearchBar.h"
 #include "click/views/QtTargetsWindow.h"
@@ -24,9 +26,15 @@ void QtModeViews::useLabelImagesFor(const Screen &screen)
             std::make_shared<LabelImageCache>(colors, textSize, screen.scaleFactor, zoom);
 }
 
-std::unique_ptr<TargetsWindow> QtModeViews::createTargetsWindow(const Screen &screen)
+std::unique_ptr<TargetsWindow> QtModeViews::createTargetsWindow(const Screen &screen,
+                                                              bool overOverview)
 {
     useLabelImagesFor(screen);
+    if (overOverview) {
+        const QRectF g = geometryOf(screen);
+        return std::make_unique<OverviewTargetsWindow>(
+            _environment.overview, _labelImages, makeRect(g.x(), g.y(), g.width(), g.height()));
+    }
     return std::make_unique<QtTargetsWindow>(_overlays, geometryOf(screen), _labelImages);
 }
 

@@ -2,6 +2,7 @@
 
 #include "click/ModeViews.h"
 #include "click/views/QtTargetsWindow.h"
+#include "platform/Overview.h"
 
 #include <functional>
 
@@ -23,6 +24,8 @@ public:
         // How many of the screen space's units a label's point takes: the desktop's scale
         // where that space counts pixels, as on X. One when absent.
         std::function<double()> labelZoom;
+        // Where the labels of a session over the desktop's overview go.
+        Overview &overview;
     };
 
     QtModeViews(const Preferences &preferences, Environment environment)
@@ -31,7 +34,8 @@ public:
         , _overlays(_environment.overlay)
     { }
 
-    std::unique_ptr<TargetsWindow> createTargetsWindow(const Screen &screen) override;
+    std::unique_ptr<TargetsWindow> createTargetsWindow(const Screen &screen,
+                                                       bool overOverview) override;
     std::unique_ptr<SearchBarWindow> createSearchBar() override;
     // Does at start-up what the first session would otherwise wait for: the label images of
     // the usual windows are drawn, which loads the font, and an overlay window is made.

@@ -344,6 +344,16 @@ void QtTargetsWindow::update()
         _widget->refresh();
 }
 
+void QtTargetsWindow::setLabelsVisible(bool visible)
+{
+    if (!_widget)
+        return;
+    if (visible)
+        _widget->orderFront();
+    else
+        _widget->hide();
+}
+
 void QtTargetsWindow::playClickAnimation(std::function<void()> completion)
 {
     if (_widget)

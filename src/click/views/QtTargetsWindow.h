@@ -144,6 +144,7 @@ public:
     void close() override;
     void show(TargetsView &view) override;
     void update() override;
+    void setLabelsVisible(bool visible) override;
     void playClickAnimation(std::function<void()> completion) override;
     // The window itself, for measuring its drawing.
     QWidget *widget() const { return _widget.get(); }

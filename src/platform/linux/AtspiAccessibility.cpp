@@ -249,6 +249,16 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
         }
         return AXError::NoValue;
     }
+    if (name == NSAccessibilityTitleUIElementAttribute) {
+        // GNOME Shell names its window previews only through a hidden label.
+        constexpr std::uint32_t labelledBy = 2;
+        auto reply = s.bus().call(*ref, accessibleInterface, "GetRelationSet", {},
+                                  s.timeoutFor(*ref));
+        const auto targets = readRelationTargets(reply.reply(), labelledBy);
+        if (!targets)
+            return AXError::CannotComplete;
+        return targets->empty() ? Value(AXError::NoValue) : Value(handleOf(targets->front()));
+    }
     const unsigned needs = needsOf(name);
     if (needs == 0)
         return AXError::NoValue;

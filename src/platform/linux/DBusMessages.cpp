@@ -224,6 +224,32 @@ std::optional<std::vector<ObjectRef>> readObjects(DBusMessage *m)
     return ok ? std::optional(objects) : std::nullopt;
 }
 
+std::optional<std::vector<ObjectRef>> readRelationTargets(DBusMessage *m, std::uint32_t type)
+{
+    DBusMessageIter i;
+    if (!first(m, i))
+        return std::nullopt;
+    std::vector<ObjectRef> targets;
+    const bool ok = forEach(i, [&](DBusMessageIter &relation) {
+        if (dbus_message_iter_get_arg_type(&relation) != DBUS_TYPE_STRUCT)
+            return false;
+        DBusMessageIter fields;
+        dbus_message_iter_recurse(&relation, &fields);
+        const auto kind = basic<std::uint32_t>(fields, DBUS_TYPE_UINT32);
+        if (!kind || !dbus_message_iter_next(&fields))
+            return false;
+        if (*kind != type)
+            return true;
+        return forEach(fields, [&](DBusMessageIter &e) {
+            auto o = object(e);
+            if (o)
+                targets.push_back(std::move(*o));
+            return o.has_value();
+        });
+    });
+    return ok ? std::optional(targets) : std::nullopt;
+}
+
 std::optional<Extents> readExtents(DBusMessage *m)
 {
     DBusMessageIter i;

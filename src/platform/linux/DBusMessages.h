@@ -79,6 +79,8 @@ std::optional<bool> readBoolVariant(DBusMessage *m);
 std::optional<ObjectRef> readObject(DBusMessage *m);
 std::optional<ObjectRef> readObjectVariant(DBusMessage *m);
 std::optional<std::vector<ObjectRef>> readObjects(DBusMessage *m);
+// The targets of the relations of one type in a(ua(so)) of Accessible.GetRelationSet.
+std::optional<std::vector<ObjectRef>> readRelationTargets(DBusMessage *m, std::uint32_t type);
 std::optional<Extents> readExtents(DBusMessage *m);
 std::optional<std::vector<std::uint32_t>> readUints(DBusMessage *m);
 std::optional<std::map<std::string, std::string>> readStringMap(DBusMessage *m);

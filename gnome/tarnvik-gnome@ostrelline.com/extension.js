@@ -1,0 +1,291 @@
+// Tarnvik's hands inside GNOME Shell. No client window can show over the Activities overview,
+// and the overview holds the keyboard while it is open, so Tarnvik asks this extension to draw
+// its labels above the overview and to hand it the keys typed there. Every decision (which
+// labels, where, what a key does) is Tarnvik's: this only draws what it is told and reports
+// what the overview shows. It answers the one Tarnvik process that registered, and nobody else.
+'use strict';
+
+const { Clutter, Gio, GLib, St } = imports.gi;
+const Main = imports.ui.main;
+const { WindowPreview } = imports.ui.windowPreview;
+
+const INTERFACE = `<node>
+  <interface name="com.ostrelline.Tarnvik.Overview">
+    <method name="Register"/>
+    <method name="ShowLabels">
+      <arg name="labels" type="aa{sv}" direction="in"/>
+    </method>
+    <method name="SetLabelsVisible">
+      <arg name="visible" type="b" direction="in"/>
+    </method>
+    <method name="ClearLabels"/>
+    <method name="Previews">
+      <arg name="previews" type="a(sdddd)" direction="out"/>
+    </method>
+    <method name="PickAt">
+      <arg name="x" type="d" direction="in"/>
+      <arg name="y" type="d" direction="in"/>
+      <arg name="picked" type="b" direction="out"/>
+    </method>
+    <method name="HoldKeys">
+      <arg name="hold" type="b" direction="in"/>
+    </method>
+    <signal name="Shown"/>
+    <signal name="Key">
+      <arg name="keycode" type="u"/>
+      <arg name="state" type="u"/>
+      <arg name="pressed" type="b"/>
+      <arg name="repeat" type="b"/>
+    </signal>
+  </interface>
+</node>`;
+
+const OBJECT_PATH = '/com/ostrelline/Tarnvik/Overview';
+const INTERFACE_NAME = 'com.ostrelline.Tarnvik.Overview';
+const ERROR = 'com.ostrelline.Tarnvik.Overview.Error';
+// The program's file name: a process whose executable is named otherwise may not register.
+const PROGRAM = 'tarnvik';
+
+function callerPid(sender) {
+    const reply = Gio.DBus.session.call_sync('org.freedesktop.DBus', '/org/freedesktop/DBus',
+        'org.freedesktop.DBus', 'GetConnectionUnixProcessID', new GLib.Variant('(s)', [sender]),
+        new GLib.VariantType('(u)'), Gio.DBusCallFlags.NONE, 1000, null);
+    return reply.deepUnpack()[0];
+}
+
+function executableName(pid) {
+    try {
+        return GLib.path_get_basename(GLib.file_read_link(`/proc/${pid}/exe`));
+    } catch (e) {
+        return '';
+    }
+}
+
+// The window previews the overview shows now, found among its visible actors.
+function visiblePreviews() {
+    const found = [];
+    const visit = actor => {
+        if (!actor.visible)
+            return;
+        if (actor instanceof WindowPreview) {
+            found.push(actor);
+            return;
+        }
+        for (const child of actor.get_children())
+            visit(child);
+    };
+    visit(Main.layoutManager.overviewGroup);
+    return found;
+}
+
+function extentsOf(actor) {
+    const rect = actor.get_transformed_extents();
+    return [rect.origin.x, rect.origin.y, rect.size.width, rect.size.height];
+}
+
+function labelMarkup(text, typed) {
+    const characters = [...text];
+    const done = GLib.markup_escape_text(characters.slice(0, typed).join(''), -1);
+    const rest = GLib.markup_escape_text(characters.slice(typed).join(''), -1);
+    return typed > 0 ? `<span foreground="#000000" alpha="40%">${done}</span>${rest}` : rest;
+}
+
+class LabelLayer {
+    constructor() {
+        this.actor = new St.Widget({ name: 'tarnvikLabels', accessible_name: 'Tarnvik labels' });
+        Main.layoutManager.uiGroup.add_child(this.actor);
+    }
+
+    show(labels) {
+        this.actor.destroy_all_children();
+        for (const label of labels)
+            this._add(label);
+        // Above the overview and everything the shell put up since.
+        Main.layoutManager.uiGroup.set_child_above_sibling(this.actor, null);
+        this.actor.show();
+    }
+
+    _add(label) {
+        if (label.icon) {
+            this.actor.add_child(new St.Icon({
+                icon_name: label.icon, icon_size: label.iconSize,
+                x: label.iconX, y: label.iconY,
+            }));
+        }
+        const widget = new St.Label({
+            x: label.x, y: label.y, width: label.width, height: label.height,
+            style: `background-color: ${label.background}; color: ${label.color};` +
+                `border: 1px solid ${label.border}; border-radius: 3px;` +
+                `font-size: ${label.fontSize}px; font-weight: bold; text-align: center;`,
+            y_align: Clutter.ActorAlign.CENTER,
+        });
+        widget.clutter_text.set_markup(labelMarkup(label.text, label.typed ?? 0));
+        widget.accessible_name = label.text;
+        this.actor.add_child(widget);
+    }
+
+    destroy() {
+        this.actor.destroy();
+    }
+}
+
+class OverviewService {
+    constructor() {
+        this._client = null;
+        this._labels = new LabelLayer();
+        this._stageEventId = 0;
+        this._dbus = Gio.DBusExportedObject.wrapJSObject(INTERFACE, this);
+        this._dbus.export(Gio.DBus.session, OBJECT_PATH);
+        this._shownId = Main.overview.connect('shown', () => this._emit('Shown', null));
+        this._hiddenId = Main.overview.connect('hidden', () => this._labels.show([]));
+    }
+
+    destroy() {
+        this._forget();
+        Main.overview.disconnect(this._shownId);
+        Main.overview.disconnect(this._hiddenId);
+        this._dbus.unexport();
+        this._labels.destroy();
+    }
+
+    // Only to the registered client: keys typed are nobody else's business.
+    _emit(name, parameters) {
+        if (this._client)
+            Gio.DBus.session.emit_signal(this._client.name, OBJECT_PATH, INTERFACE_NAME, name,
+                parameters);
+    }
+
+    _forget() {
+        if (!this._client)
+            return;
+        Gio.bus_unwatch_name(this._client.watch);
+        this._client = null;
+        this._holdKeys(false);
+        this._labels.show([]);
+    }
+
+    // Runs `answer` for the registered client, refuses everyone else.
+    _serve(invocation, answer) {
+        if (!this._client || invocation.get_sender() !== this._client.name) {
+            invocation.return_dbus_error(`${ERROR}.NotRegistered`,
+                'Only the Tarnvik process that registered may call this');
+            return;
+        }
+        try {
+            invocation.return_value(answer());
+        } catch (e) {
+            invocation.return_dbus_error(`${ERROR}.Failed`, String(e));
+        }
+    }
+
+    RegisterAsync(parameters, invocation) {
+        const sender = invocation.get_sender();
+        const pid = callerPid(sender);
+        if (executableName(pid) !== PROGRAM) {
+            invocation.return_dbus_error(`${ERROR}.NotTarnvik`,
+                `Only ${PROGRAM} may register; process ${pid} is not it`);
+            return;
+        }
+        if (this._client && this._client.name !== sender) {
+            invocation.return_dbus_error(`${ERROR}.Taken`,
+                `Tarnvik process ${this._client.pid} is registered already`);
+            return;
+        }
+        if (!this._client) {
+            const watch = Gio.bus_watch_name_on_connection(Gio.DBus.session, sender,
+                Gio.BusNameWatcherFlags.NONE, null, () => this._forget());
+            this._client = { name: sender, pid, watch };
+        }
+        invocation.return_value(null);
+    }
+
+    ShowLabelsAsync([labels], invocation) {
+        this._serve(invocation, () => {
+            this._labels.show(labels.map(l => GLib.Variant.new('a{sv}', l).recursiveUnpack()));
+            return null;
+        });
+    }
+
+    SetLabelsVisibleAsync([visible], invocation) {
+        this._serve(invocation, () => {
+            this._labels.actor.visible = visible;
+            return null;
+        });
+    }
+
+    ClearLabelsAsync(parameters, invocation) {
+        this._serve(invocation, () => {
+            this._labels.show([]);
+            return null;
+        });
+    }
+
+    PreviewsAsync(parameters, invocation) {
+        this._serve(invocation, () => {
+            const previews = Main.overview.visible ? visiblePreviews() : [];
+            return new GLib.Variant('(a(sdddd))', [previews.map(p =>
+                [String(p.metaWindow.get_id()), ...extentsOf(p)])]);
+        });
+    }
+
+    PickAtAsync([x, y], invocation) {
+        this._serve(invocation, () => {
+            const preview = (Main.overview.visible ? visiblePreviews() : []).find(p => {
+                const [left, top, width, height] = extentsOf(p);
+                return x >= left && x < left + width && y >= top && y < top + height;
+            });
+            if (preview)
+                Main.activateWindow(preview.metaWindow);
+            return new GLib.Variant('(b)', [preview !== undefined]);
+        });
+    }
+
+    HoldKeysAsync([hold], invocation) {
+        this._serve(invocation, () => {
+            this._holdKeys(hold);
+            return null;
+        });
+    }
+
+    _holdKeys(hold) {
+        if (hold && !this._stageEventId) {
+            this._stageEventId = global.stage.connect('captured-event',
+                (actor, event) => this._onEvent(event));
+        } else if (!hold && this._stageEventId) {
+            global.stage.disconnect(this._stageEventId);
+            this._stageEventId = 0;
+        }
+    }
+
+    // Every key goes to Tarnvik. Escape and keys with Control, Alt or Super go on to the shell
+    // as well (they close the overview or change the workspace there); the rest would start
+    // the overview's search, and stop here.
+    _onEvent(event) {
+        const type = event.type();
+        if (type !== Clutter.EventType.KEY_PRESS && type !== Clutter.EventType.KEY_RELEASE)
+            return Clutter.EVENT_PROPAGATE;
+        const state = event.get_state();
+        this._emit('Key', new GLib.Variant('(uubb)', [event.get_key_code(), state,
+            type === Clutter.EventType.KEY_PRESS,
+            (event.get_flags() & (Clutter.EventFlags.FLAG_REPEATED ?? 0)) !== 0]));
+        const shellKeys = Clutter.ModifierType.CONTROL_MASK | Clutter.ModifierType.MOD1_MASK |
+            Clutter.ModifierType.SUPER_MASK | Clutter.ModifierType.MOD4_MASK;
+        const passes = (state & shellKeys) !== 0 || event.get_key_symbol() === Clutter.KEY_Escape;
+        return passes ? Clutter.EVENT_PROPAGATE : Clutter.EVENT_STOP;
+    }
+}
+
+class Extension {
+    enable() {
+        this._service = new OverviewService();
+    }
+
+    disable() {
+        this._service.destroy();
+        this._service = null;
+    }
+}
+
+function init() {
+    return new Extension();
+}

@@ -1,0 +1,85 @@
+#include "click/views/OverviewTargetsWindow.h"
+
+#include "click/views/QtTargetsWindow.h"
+#include "labels/LabelTheme.h"
+
+namespace tarnvik {
+
+namespace {
+
+constexpr double iconSize = 48.0;
+constexpr double iconInset = 8.0;
+
+} // namespace
+
+OverviewTargetsWindow::OverviewTargetsWindow(Overview &overview,
+                                             std::shared_ptr<LabelImageCache> labels,
+                                             CGRect screen)
+    : _overview(overview)
+    , _labels(std::move(labels))
+    , _screen(screen)
+{ }
+
+void OverviewTargetsWindow::close()
+{
+    _view = nullptr;
+    _overview.clearLabels();
+}
+
+void OverviewTargetsWindow::show(TargetsView &view)
+{
+    std::vector<CGSize> sizes;
+    const double zoom = _labels->zoom();
+    for (const auto &label : view.labels()) {
+        const auto size = _labels->layer(label, 0).size();
+        sizes.push_back({size.width() * zoom, size.height() * zoom});
+    }
+    view.layoutLabels(sizes, _screen);
+    _view = &view;
+    update();
+}
+
+void OverviewTargetsWindow::update()
+{
+    if (!_view)
+        return;
+    const double zoom = _labels->zoom();
+    std::vector<OverviewLabel> drawn;
+    for (std::size_t i = 0; i < _view->labels().size(); ++i) {
+        if (_view->isLabelHidden(i))
+            continue;
+        const auto &layer = _labels->layer(_view->labels()[i], 0);
+        const auto frame = _view->labelFrames()[i];
+        // The shell draws the body; the nub above it points at nothing it could see.
+        const auto body = layer.bodyRect();
+        OverviewLabel label {
+            .text = _view->labels()[i],
+            .frame = makeRect(_screen.origin.x + frame.origin.x + body.x() * zoom,
+                              _screen.origin.y + frame.origin.y + body.y() * zoom,
+                              body.width() * zoom, body.height() * zoom),
+            .typed = _view->matchedPrefixes()[i],
+            .textColor = colorText(layer.colors().text),
+            .backgroundColor = colorText(layer.colors().background1),
+            .borderColor = colorText(layer.colors().border),
+            .fontSize = layer.geometry().textSize * zoom,
+        };
+        const auto &element = *_view->elements()[i];
+        if (element.appIcon) {
+            label.icon = element.appIcon;
+            const auto target = element.frame();
+            label.iconFrame = makeRect(target.origin.x + target.size.width - iconSize - iconInset,
+                                       target.origin.y + target.size.height - iconSize - iconInset,
+                                       iconSize, iconSize);
+        }
+        drawn.push_back(std::move(label));
+    }
+    _overview.showLabels(drawn);
+}
+
+void OverviewTargetsWindow::playClickAnimation(std::function<void()> completion)
+{
+    if (completion && _view && _view->focusedElement())
+        completion();
+}
+
+} // namespace tarnvik

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "click/ModeViews.h"
+#include "platform/Overview.h"
+
+#include <memory>
+
+namespace tarnvik {
+
+class LabelImageCache;
+
+// The labels of a session over the desktop's window overview, which no window of this program
+// can cover: the overview's own shell draws them, sized and placed here as the overlay would
+// place them, with the icon of each window's application at its preview's lower right corner.
+class OverviewTargetsWindow final : public TargetsWindow
+{
+public:
+    // `screen` is the overview's screen in Qt's space, whose y runs down.
+    OverviewTargetsWindow(Overview &overview, std::shared_ptr<LabelImageCache> labels,
+                          CGRect screen);
+
+    void orderFront() override { }
+    void close() override;
+    void show(TargetsView &view) override;
+    void update() override;
+    void setLabelsVisible(bool visible) override { _overview.setLabelsVisible(visible); }
+    // The overview closes as its window comes to the front: no flash to see.
+    void playClickAnimation(std::function<void()> completion) override;
+
+private:
+    Overview &_overview;
+    std::shared_ptr<LabelImageCache> _labels;
+    const CGRect _screen;
+    TargetsView *_view = nullptr;
+};
+
+} // namespace tarnvik

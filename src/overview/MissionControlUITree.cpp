@@ -1,0 +1,196 @@
+#include "overview/MissionControlUITree.h"
+
+#include "accessibility/CGWindow.h"
+#include "platform/AXNames.h"
+
+#include <QString>
+
+#include <algorithm>
+#include <charconv>
+
+namespace tarnvik {
+
+namespace {
+
+std::optional<std::uint32_t> windowNumber(std::string_view text)
+{
+    std::uint32_t number = 0;
+    const auto *end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    if (text.empty() || error != std::errc() || stop != end)
+        return std::nullopt;
+    return number;
+}
+
+std::optional<AXUIElement> elementValue(Accessibility &ax, const AXUIElement &ref,
+                                        const char *attribute)
+{
+    auto value = ax.copyAttributeValue(ref, attribute);
+    if (!value.ok())
+        return std::nullopt;
+    if (const auto *element = value.value().get<AXUIElement>())
+        return *element;
+    return std::nullopt;
+}
+
+std::optional<std::string> stringValue(Accessibility &ax, const AXUIElement &ref,
+                                       const char *attribute)
+{
+    auto value = ax.copyAttributeValue(ref, attribute);
+    if (!value.ok())
+        return std::nullopt;
+    if (const auto *text = value.value().get<std::string>(); text && !text->empty())
+        return *text;
+    return std::nullopt;
+}
+
+// What shows of the element's children; all of them where the platform can't tell.
+std::vector<AXUIElement> shownChildren(Accessibility &ax, const AXUIElement &ref)
+{
+    auto children = ax.copyAttributeValue(ref, NSAccessibilityVisibleChildrenAttribute);
+    if (!children.ok())
+        children = ax.copyAttributeValue(ref, NSAccessibilityChildrenAttribute);
+    std::vector<AXUIElement> found;
+    if (!children.ok())
+        return found;
+    if (const auto *array = children.value().get<ValueArray>())
+        for (const auto &child : *array)
+            if (const auto *element = child.get<AXUIElement>())
+                found.push_back(*element);
+    return found;
+}
+
+} // namespace
+
+MissionControlUITree::MissionControlUITree(Services services)
+    : _services(services)
+{
+    fillCaches();
+}
+
+void MissionControlUITree::fillCaches()
+{
+    const auto apps = _services.workspace.runningApplications();
+    const auto iconOf = [&apps](pid_t pid) -> std::optional<std::string> {
+        const auto app = std::find_if(apps.begin(), apps.end(),
+                                      [pid](const auto &a) { return a.processIdentifier == pid; });
+        return app == apps.end() ? std::nullopt : app->iconPath;
+    };
+    for (const auto &window : CGWindow::onScreenWindows(_services.windowList)) {
+        const auto icon = iconOf(window.pid);
+        if (!icon)
+            continue;
+        _pidIconCache.emplace(window.pid, *icon);
+        const auto *number = window.rawInfo.find(kCGWindowNumber);
+        if (const auto *n = number ? number->get<std::int64_t>() : nullptr; n && *n >= 0)
+            _windowIconCache.emplace(static_cast<std::uint32_t>(*n), *icon);
+    }
+    auto &ax = _services.ax;
+    for (const auto &[pid, icon] : _pidIconCache) {
+        auto windows =
+            ax.copyAttributeValue(ax.createApplication(pid), NSAccessibilityWindowsAttribute);
+        const auto *array = windows.ok() ? windows.value().get<ValueArray>() : nullptr;
+        if (!array)
+            continue;
+        for (const auto &window : *array)
+            if (const auto *ref = window.get<AXUIElement>())
+                if (auto title = stringValue(ax, *ref, NSAccessibilityTitleAttribute))
+                    _titleToIconCache[*title] = icon;
+    }
+}
+
+std::optional<AXUIElement> MissionControlUITree::findRootElement() const
+{
+    return _services.overview.rootElement();
+}
+
+void MissionControlUITree::populate(UITree &uiTree, const UIElement &parent,
+                                    const AXUIElement &parentRef)
+{
+    for (const auto &child : shownChildren(_services.ax, parentRef)) {
+        if (auto element = preview(child)) {
+            element->customAttributes.emplace_back("MissionControl", "true");
+            addIcon(*element);
+            uiTree.add(element, parent.id);
+        } else {
+            populate(uiTree, parent, child);
+        }
+    }
+}
+
+UIElementPtr MissionControlUITree::preview(const AXUIElement &ref)
+{
+    auto &ax = _services.ax;
+    auto role = stringValue(ax, ref, NSAccessibilityRoleAttribute);
+    if (role != "AXButton" || stringValue(ax, ref, NSAccessibilityTitleAttribute))
+        return nullptr;
+    const auto caption = elementValue(ax, ref, NSAccessibilityTitleUIElementAttribute);
+    if (!caption)
+        return nullptr;
+    auto element = UIElement::lightElement(ax, ref);
+    if (!element)
+        return nullptr;
+    element->title = stringValue(ax, *caption, NSAccessibilityTitleAttribute);
+    if (!element->title)
+        element->title = stringValue(ax, *caption, NSAccessibilityValueAttribute);
+    return element;
+}
+
+void MissionControlUITree::addIcon(UIElement &element) const
+{
+    if (element.identifier
+        && (element.identifier->find("window") != std::string::npos
+            || element.identifier->find("preview") != std::string::npos))
+        element.appIcon = iconForIdentifier(*element.identifier);
+    if (!element.appIcon && element.role == "AXButton" && element.size.width > 100.0
+        && element.size.height > 60.0 && element.title && !element.title->empty())
+        element.appIcon = iconForTitle(*element.title);
+}
+
+std::optional<std::string>
+MissionControlUITree::iconForIdentifier(const std::string &identifier) const
+{
+    const auto lookUp = [this](std::optional<std::uint32_t> number) -> std::optional<std::string> {
+        if (!number)
+            return std::nullopt;
+        const auto found = _windowIconCache.find(*number);
+        return found == _windowIconCache.end() ? std::nullopt : std::optional(found->second);
+    };
+    std::vector<std::string_view> parts;
+    std::string_view rest = identifier;
+    while (!rest.empty()) {
+        const auto dot = rest.find('.');
+        if (dot != 0)
+            parts.push_back(rest.substr(0, dot));
+        rest = dot == std::string_view::npos ? std::string_view() : rest.substr(dot + 1);
+    }
+    for (auto part = parts.rbegin(); part != parts.rend(); ++part)
+        if (auto icon = lookUp(windowNumber(*part)))
+            return icon;
+    std::string digits;
+    std::copy_if(identifier.begin(), identifier.end(), std::back_inserter(digits),
+                 [](char c) { return c >= '0' && c <= '9'; });
+    return lookUp(windowNumber(digits));
+}
+
+std::optional<std::string> MissionControlUITree::iconForTitle(const std::string &title) const
+{
+    if (const auto exact = _titleToIconCache.find(title); exact != _titleToIconCache.end())
+        return exact->second;
+    for (const auto &[key, icon] : _titleToIconCache)
+        if (title.find(key) != std::string::npos || key.find(title) != std::string::npos)
+            return icon;
+    const QString lowerTitle = QString::fromStdString(title).toLower();
+    const auto apps = _services.workspace.runningApplications();
+    for (const auto &[pid, icon] : _pidIconCache) {
+        const auto app = std::find_if(apps.begin(), apps.end(),
+                                      [pid](const auto &a) { return a.processIdentifier == pid; });
+        if (app == apps.end() || !app->localizedName)
+            continue;
+        if (lowerTitle.contains(QString::fromStdString(*app->localizedName).toLower()))
+            return icon;
+    }
+    return std::nullopt;
+}
+
+} // namespace tarnvik

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "platform/AXUIElement.h"
+#include "platform/Geometry.h"
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarnvik {
+
+// One label drawn over the overview: its body's frame in the screen space (top-left origin),
+// how many of its characters are typed, its colours as "#rrggbb", and the icon of the window's
+// application beside it.
+struct OverviewLabel
+{
+    std::string text;
+    CGRect frame;
+    int typed = 0;
+    std::string textColor;
+    std::string backgroundColor;
+    std::string borderColor;
+    double fontSize = 0;
+    std::optional<std::string> icon;
+    CGRect iconFrame;
+};
+
+// The desktop's window overview, where it shows every window at once. No ordinary window shows
+// over it and it keeps the keyboard while it is open, so the labels and keys of a session over
+// it go through the desktop itself. Every call is made on the main thread.
+class Overview
+{
+public:
+    virtual ~Overview() = default;
+
+    // `report` runs on the main thread when the overview starts to open and again when it has
+    // finished opening; an empty one ends the watch.
+    virtual void observe(std::function<void()> report) = 0;
+    // Cheap enough to ask 33 times a second.
+    virtual bool isOpen() = 0;
+    // The accessibility element that holds the overview, while it is open.
+    virtual std::optional<AXUIElement> rootElement() = 0;
+    // The window previews' frames now, each under a key of its window; cheap, and read without
+    // the accessibility tree.
+    virtual std::map<std::string, CGRect> previewFrames() = 0;
+    // Why labels can't be drawn over the overview, said as one line that tells how to fix it;
+    // nothing when they can.
+    virtual std::optional<std::string> unavailable() = 0;
+
+    // The labels of a session in place of the last ones, shown.
+    virtual void showLabels(const std::vector<OverviewLabel> &labels) = 0;
+    virtual void setLabelsVisible(bool visible) = 0;
+    virtual void clearLabels() = 0;
+    // Brings the window whose preview stands at `point` to the front, which closes the overview.
+    virtual bool pick(CGPoint point) = 0;
+};
+
+} // namespace tarnvik

@@ -1,0 +1,68 @@
+#include "platform/gnome/GnomeOverview.h"
+
+#include "platform/AXNames.h"
+#include "platform/linux/X11Keys.h"
+
+namespace tarnvik::gnome {
+
+std::optional<AXUIElement> GnomeOverview::rootElement()
+{
+    const auto shell = _extension.shellProcess();
+    if (!isOpen() || !shell)
+        return std::nullopt;
+    // The shell's one window is its stage, which holds the overview while it shows.
+    auto windows = _ax.copyAttributeValue(_ax.createApplication(static_cast<pid_t>(*shell)),
+                                          NSAccessibilityWindowsAttribute);
+    const auto *array = windows.ok() ? windows.value().get<ValueArray>() : nullptr;
+    if (!array || array->empty())
+        return std::nullopt;
+    if (const auto *stage = array->front().get<AXUIElement>())
+        return *stage;
+    return std::nullopt;
+}
+
+std::optional<std::string> GnomeOverview::unavailable()
+{
+    const auto refused = _extension.ensureRegistered();
+    if (!refused)
+        return std::nullopt;
+    return std::string("Tarnvik: labels over the overview need the GNOME Shell extension ")
+        + TarnvikGnomeExtension::uuid + " (" + *refused + "); enable it with: gnome-extensions enable "
+        + TarnvikGnomeExtension::uuid;
+}
+
+bool GnomeOverviewKeys::start(Handler handler)
+{
+    _handler = std::move(handler);
+    _extension.onKey([this](std::uint32_t keycode, std::uint32_t state, bool pressed, bool repeat) {
+        key(keycode, state, pressed, repeat);
+    });
+    return _extension.holdKeys(true);
+}
+
+void GnomeOverviewKeys::stop()
+{
+    if (!_handler)
+        return;
+    _handler = nullptr;
+    _extension.onKey({});
+    _extension.holdKeys(false);
+}
+
+void GnomeOverviewKeys::key(std::uint32_t keycode, std::uint32_t state, bool pressed, bool repeat)
+{
+    const auto keyCode = keycode <= 255 ? linux::virtualKeyCode(static_cast<std::uint8_t>(keycode))
+                                        : std::nullopt;
+    if (!_handler || !keyCode || isModifierKey(*keyCode))
+        return;
+    KeyEvent event {
+        .type = pressed ? EventType::keyDown : EventType::keyUp,
+        .keyCode = *keyCode,
+        .flags = linux::modifierFlags(static_cast<std::uint16_t>(state)),
+        .isARepeat = repeat,
+    };
+    event.characters = event.charactersIgnoringModifiers = _layout.translate(*keyCode);
+    _handler(event);
+}
+
+} // namespace tarnvik::gnome

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "platform/Accessibility.h"
+#include "platform/KeyEvents.h"
+#include "platform/Overview.h"
+#include "platform/gnome/TarnvikGnomeExtension.h"
+
+namespace tarnvik::gnome {
+
+// GNOME Shell's Activities overview: its state from the shell, its previews from the shell's
+// accessibility tree, its labels and picks through the extension. Without GNOME Shell it is
+// never open, and nothing changes.
+class GnomeOverview final : public Overview
+{
+public:
+    GnomeOverview(TarnvikGnomeExtension &extension, Accessibility &ax)
+        : _extension(extension)
+        , _ax(ax)
+    { }
+
+    void observe(std::function<void()> report) override
+    {
+        _extension.onOverviewReport(std::move(report));
+    }
+    bool isOpen() override { return _extension.overviewActive(); }
+    std::optional<AXUIElement> rootElement() override;
+    std::map<std::string, CGRect> previewFrames() override { return _extension.previews(); }
+    std::optional<std::string> unavailable() override;
+    void showLabels(const std::vector<OverviewLabel> &labels) override
+    {
+        _extension.showLabels(labels);
+    }
+    void setLabelsVisible(bool visible) override { _extension.setLabelsVisible(visible); }
+    void clearLabels() override { _extension.clearLabels(); }
+    bool pick(CGPoint point) override { return _extension.pickAt(point); }
+
+private:
+    TarnvikGnomeExtension &_extension;
+    Accessibility &_ax;
+};
+
+// The keys typed while the overview is open, which the shell keeps from every other program:
+// the extension hands them over. Escape and keys with Control, Alt or Super reach the shell as
+// well, the rest only this program, whatever the handler answers.
+class GnomeOverviewKeys final : public KeyboardCapture
+{
+public:
+    GnomeOverviewKeys(TarnvikGnomeExtension &extension, KeyboardLayout &layout)
+        : _extension(extension)
+        , _layout(layout)
+    { }
+
+    bool start(Handler handler) override;
+    void stop() override;
+    bool heldElsewhere() override { return false; }
+
+private:
+    void key(std::uint32_t keycode, std::uint32_t state, bool pressed, bool repeat);
+
+    TarnvikGnomeExtension &_extension;
+    KeyboardLayout &_layout;
+    Handler _handler;
+};
+
+} // namespace tarnvik::gnome

@@ -1,0 +1,192 @@
+#include "platform/gnome/TarnvikGnomeExtension.h"
+
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMetaType>
+#include <QDBusVariant>
+
+namespace tarnvik::gnome {
+
+namespace {
+
+const char *const shellService = "org.gnome.Shell";
+const char *const objectPath = "/com/ostrelline/Tarnvik/Overview";
+const char *const interfaceName = "com.ostrelline.Tarnvik.Overview";
+// The shell draws the desktop: when it doesn't answer in this time, nothing shows anyway, and
+// the program goes on without it.
+constexpr int timeoutMs = 500;
+
+QVariantMap labelMap(const OverviewLabel &label)
+{
+    QVariantMap map {
+        {"text", QString::fromStdString(label.text)},
+        {"x", label.frame.origin.x},
+        {"y", label.frame.origin.y},
+        {"width", label.frame.size.width},
+        {"height", label.frame.size.height},
+        {"typed", label.typed},
+        {"color", QString::fromStdString(label.textColor)},
+        {"background", QString::fromStdString(label.backgroundColor)},
+        {"border", QString::fromStdString(label.borderColor)},
+        {"fontSize", label.fontSize},
+    };
+    if (label.icon) {
+        map.insert("icon", QString::fromStdString(*label.icon));
+        map.insert("iconX", label.iconFrame.origin.x);
+        map.insert("iconY", label.iconFrame.origin.y);
+        map.insert("iconSize", label.iconFrame.size.width);
+    }
+    return map;
+}
+
+} // namespace
+
+TarnvikGnomeExtension::TarnvikGnomeExtension()
+{
+    qDBusRegisterMetaType<QList<QVariantMap>>();
+    auto bus = QDBusConnection::sessionBus();
+    bus.connect(shellService, "/org/gnome/Shell", "org.freedesktop.DBus.Properties",
+                "PropertiesChanged", this, SLOT(propertiesChanged(QDBusMessage)));
+    bus.connect(shellService, objectPath, interfaceName, "Shown", this, SLOT(shown()));
+    bus.connect(shellService, objectPath, interfaceName, "Key", this,
+                SLOT(key(uint, uint, bool, bool)));
+    bus.connect("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                "NameOwnerChanged", this, SLOT(shellOwnerChanged(QString, QString, QString)));
+    readOverviewActive();
+}
+
+TarnvikGnomeExtension::~TarnvikGnomeExtension()
+{
+    if (_registered) {
+        holdKeys(false);
+        clearLabels();
+    }
+}
+
+QDBusMessage TarnvikGnomeExtension::call(const char *method, const QList<QVariant> &arguments,
+                                         bool wait) const
+{
+    auto message = QDBusMessage::createMethodCall(shellService, objectPath, interfaceName, method);
+    message.setArguments(arguments);
+    return QDBusConnection::sessionBus().call(message, wait ? QDBus::Block : QDBus::NoBlock,
+                                              timeoutMs);
+}
+
+void TarnvikGnomeExtension::readOverviewActive()
+{
+    auto get = QDBusMessage::createMethodCall(shellService, "/org/gnome/Shell",
+                                              "org.freedesktop.DBus.Properties", "Get");
+    get << QString(shellService) << QString("OverviewActive");
+    const auto reply = QDBusConnection::sessionBus().call(get, QDBus::Block, timeoutMs);
+    _overviewActive = reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().isEmpty()
+        && reply.arguments().front().value<QDBusVariant>().variant().toBool();
+}
+
+std::optional<std::string> TarnvikGnomeExtension::ensureRegistered()
+{
+    if (_registered)
+        return std::nullopt;
+    const auto reply = call("Register");
+    if (reply.type() == QDBusMessage::ErrorMessage)
+        return reply.errorMessage().toStdString();
+    _registered = true;
+    return std::nullopt;
+}
+
+void TarnvikGnomeExtension::propertiesChanged(const QDBusMessage &message)
+{
+    const auto arguments = message.arguments();
+    if (arguments.size() < 2 || arguments[0].toString() != shellService)
+        return;
+    const auto changed = qdbus_cast<QVariantMap>(arguments[1]);
+    const auto active = changed.find("OverviewActive");
+    if (active == changed.end())
+        return;
+    _overviewActive = active->toBool();
+    if (_overviewActive && _report)
+        _report();
+}
+
+void TarnvikGnomeExtension::shown()
+{
+    if (_overviewActive && _report)
+        _report();
+}
+
+void TarnvikGnomeExtension::key(uint keycode, uint state, bool pressed, bool repeat)
+{
+    if (_key)
+        _key(keycode, state, pressed, repeat);
+}
+
+void TarnvikGnomeExtension::shellOwnerChanged(const QString &name, const QString &,
+                                              const QString &)
+{
+    if (name != shellService)
+        return;
+    // A new shell knows nobody; an ended one has no overview.
+    _registered = false;
+    readOverviewActive();
+}
+
+void TarnvikGnomeExtension::showLabels(const std::vector<OverviewLabel> &labels)
+{
+    QList<QVariantMap> maps;
+    for (const auto &label : labels)
+        maps.push_back(labelMap(label));
+    call("ShowLabels", {QVariant::fromValue(maps)}, false);
+}
+
+void TarnvikGnomeExtension::setLabelsVisible(bool visible)
+{
+    call("SetLabelsVisible", {visible}, false);
+}
+
+void TarnvikGnomeExtension::clearLabels()
+{
+    call("ClearLabels", {}, false);
+}
+
+std::map<std::string, CGRect> TarnvikGnomeExtension::previews()
+{
+    std::map<std::string, CGRect> frames;
+    const auto reply = call("Previews");
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
+        return frames;
+    const auto array = reply.arguments().front().value<QDBusArgument>();
+    array.beginArray();
+    while (!array.atEnd()) {
+        QString key;
+        double x = 0, y = 0, width = 0, height = 0;
+        array.beginStructure();
+        array >> key >> x >> y >> width >> height;
+        array.endStructure();
+        frames.emplace(key.toStdString(), makeRect(x, y, width, height));
+    }
+    array.endArray();
+    return frames;
+}
+
+bool TarnvikGnomeExtension::pickAt(CGPoint point)
+{
+    const auto reply = call("PickAt", {point.x, point.y});
+    return reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().isEmpty()
+        && reply.arguments().front().toBool();
+}
+
+bool TarnvikGnomeExtension::holdKeys(bool hold)
+{
+    return call("HoldKeys", {hold}, hold).type() != QDBusMessage::ErrorMessage;
+}
+
+std::optional<std::uint32_t> TarnvikGnomeExtension::shellProcess() const
+{
+    const auto *interface = QDBusConnection::sessionBus().interface();
+    if (!interface)
+        return std::nullopt;
+    const auto pid = interface->servicePid(shellService);
+    return pid.isValid() ? std::optional(pid.value()) : std::nullopt;
+}
+
+} // namespace tarnvik::gnome

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "platform/Geometry.h"
+#include "platform/Overview.h"
+
+#include <QDBusMessage>
+#include <QObject>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarnvik::gnome {
+
+// The GNOME Shell extension tarnvik-gnome, which draws this program's labels above the
+// Activities overview and hands it the keys typed there, and the shell's own OverviewActive.
+// The extension answers only the process that registered with it: this one registers when it
+// is first needed, and again after the shell restarts.
+class TarnvikGnomeExtension final : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr const char *uuid = "tarnvik-gnome@ostrelline.com";
+
+    TarnvikGnomeExtension();
+    ~TarnvikGnomeExtension() override;
+
+    // Registers unless registered; the error of the last try when that fails.
+    std::optional<std::string> ensureRegistered();
+
+    // The shell's OverviewActive, as last reported.
+    bool overviewActive() const { return _overviewActive; }
+    // Each time the overview starts to open, and when it has finished opening.
+    void onOverviewReport(std::function<void()> report) { _report = std::move(report); }
+    void
+    onKey(std::function<void(std::uint32_t keycode, std::uint32_t state, bool pressed, bool repeat)>
+              handler)
+    {
+        _key = std::move(handler);
+    }
+
+    void showLabels(const std::vector<OverviewLabel> &labels);
+    void setLabelsVisible(bool visible);
+    void clearLabels();
+    std::map<std::string, CGRect> previews();
+    bool pickAt(CGPoint point);
+    bool holdKeys(bool hold);
+    // The shell's process, for its accessibility tree.
+    std::optional<std::uint32_t> shellProcess() const;
+
+private Q_SLOTS:
+    void propertiesChanged(const QDBusMessage &message);
+    void shown();
+    void key(uint keycode, uint state, bool pressed, bool repeat);
+    void shellOwnerChanged(const QString &name, const QString &oldOwner, const QString &newOwner);
+
+private:
+    QDBusMessage call(const char *method, const QList<QVariant> &arguments = {},
+                      bool wait = true) const;
+    void readOverviewActive();
+
+    bool _registered = false;
+    bool _overviewActive = false;
+    std::function<void()> _report;
+    std::function<void(std::uint32_t, std::uint32_t, bool, bool)> _key;
+};
+
+} // namespace tarnvik::gnome
