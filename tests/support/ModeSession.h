@@ -210,7 +210,9 @@ protected:
                 .tutorMode = tutorMode,
                 .overview = overview,
                 .overviewKeyboard = input,
-                .reduceMotion = [this] { return reduceMotion; }};
+                .reduceMotion = [this] {
+                    return reduceMotion;
+                }};
     }
 
     std::vector<FakeInput::MouseEvent> presses() const

@@ -15,7 +15,10 @@ public:
     {
         return open ? root : std::optional<AXUIElement>();
     }
-    std::map<std::string, CGRect> previewFrames() override { return open ? frames : decltype(frames) {}; }
+    std::map<std::string, CGRect> previewFrames() override
+    {
+        return open ? frames : decltype(frames) {};
+    }
     std::optional<std::string> unavailable() override { return unavailableReason; }
     void showLabels(const std::vector<OverviewLabel> &shown) override { labels = shown; }
     void setLabelsVisible(bool visible) override { labelsVisible = visible; }
