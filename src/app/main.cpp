@@ -113,6 +113,8 @@ int main(int argc, char *argv[])
     const QString command = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString();
     if (command.isEmpty() || command == "--at-login") {
         const double qtScaleFactor = keepQtFromScaling();
+        // The program speaks X (to Xwayland in a Wayland session), and so do its windows.
+        qputenv("QT_QPA_PLATFORM", "xcb");
         QApplication app(argc, argv);
         QApplication::setApplicationName("tarnvik");
         QApplication::setApplicationDisplayName("Tarnvik");
