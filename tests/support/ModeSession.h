@@ -59,6 +59,7 @@ public:
     {
         ++_w.targetsWindows;
         ++_w.open;
+        _w.labelsVisible = true;
     }
     void orderFront() override { }
     void close() override
