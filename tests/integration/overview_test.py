@@ -1,0 +1,213 @@
+"""Click mode over GNOME Shell's Activities overview, on headless GNOME Shell with the
+extension tarnvik-gnome: as its X11 window manager (TARNVIK_DESKTOP_SHELL=gnome-x11), or as a
+Wayland compositor (gnome-wayland), whose applications here are Wayland clients."""
+
+import os
+import time
+import unittest
+
+import pyatspi
+from gi.repository import Gio, GLib
+
+from desktop_apps import (Application, ResidentTarnvik, label_colour_in, poll, rect,
+                          screen_pixels, xdotool)
+
+WAYLAND = os.environ.get("TARNVIK_DESKTOP_SHELL") == "gnome-wayland"
+BUS = Gio.bus_get_sync(Gio.BusType.SESSION)
+EXTENSION_PATH = "/com/ostrelline/Tarnvik/Overview"
+EXTENSION = "com.ostrelline.Tarnvik.Overview"
+
+
+def shell_call(path, interface, method, arguments=None, reply=None):
+    return BUS.call_sync("org.gnome.Shell", path, interface, method, arguments,
+                         GLib.VariantType(reply) if reply else None, Gio.DBusCallFlags.NONE,
+                         5000, None)
+
+
+def overview_active():
+    return shell_call("/org/gnome/Shell", "org.freedesktop.DBus.Properties", "Get",
+                      GLib.Variant("(ss)", ("org.gnome.Shell", "OverviewActive")),
+                      "(v)").unpack()[0]
+
+
+def set_overview(active):
+    shell_call("/org/gnome/Shell", "org.freedesktop.DBus.Properties", "Set",
+               GLib.Variant("(ssv)", ("org.gnome.Shell", "OverviewActive",
+                                      GLib.Variant("b", active))))
+
+
+def shell_accessible():
+    return next(a for a in pyatspi.Registry.getDesktop(0) if a and a.name == "gnome-shell")
+
+
+def showing_in_shell(test):
+    """The showing objects of the shell's tree that pass `test`, in the tree's order."""
+    found = []
+
+    def walk(accessible, depth):
+        for child in accessible:
+            if child is None:
+                continue
+            if depth > 0 and not child.getState().contains(pyatspi.STATE_SHOWING):
+                continue
+            if test(child):
+                found.append(child)
+            walk(child, depth + 1)
+    walk(shell_accessible(), 0)
+    return found
+
+
+def caption(accessible):
+    for relation in accessible.getRelationSet():
+        if relation.getRelationType() == pyatspi.RELATION_LABELLED_BY:
+            return relation.getTarget(0).name
+    return None
+
+
+def previews():
+    """Each window preview of the overview, by its window's title: a push button without a name
+    of its own, named by a hidden caption."""
+    buttons = showing_in_shell(lambda a: a.getRoleName() == "push button" and not a.name
+                               and caption(a))
+    return {caption(b): rect(b) for b in buttons}
+
+
+def drawn_labels():
+    """What the extension drew: the labels in its layer of the shell's tree, with their frames."""
+    layers = showing_in_shell(lambda a: a.name == "Tarnvik labels")
+    if not layers:
+        return {}
+    return {child.name: rect(child) for child in layers[0] if child.getRoleName() == "label"}
+
+
+class RemoteKeyboard:
+    """Keys typed into GNOME Shell on Wayland, through Mutter's remote desktop session."""
+
+    SERVICE = "org.gnome.Mutter.RemoteDesktop"
+
+    def __init__(self):
+        self.session = self._call("/org/gnome/Mutter/RemoteDesktop", SERVICE_INTERFACE,
+                                  "CreateSession", None, "(o)").unpack()[0]
+        self._call(self.session, SESSION_INTERFACE, "Start")
+
+    def _call(self, path, interface, method, arguments=None, reply=None):
+        return BUS.call_sync(self.SERVICE, path, interface, method, arguments,
+                             GLib.VariantType(reply) if reply else None,
+                             Gio.DBusCallFlags.NONE, 5000, None)
+
+    def type(self, text):
+        for character in text:
+            for down in (True, False):
+                self._call(self.session, SESSION_INTERFACE, "NotifyKeyboardKeysym",
+                           GLib.Variant("(ub)", (ord(character), down)))
+            time.sleep(0.05)
+
+    def stop(self):
+        self._call(self.session, SESSION_INTERFACE, "Stop")
+
+
+SERVICE_INTERFACE = "org.gnome.Mutter.RemoteDesktop"
+SESSION_INTERFACE = "org.gnome.Mutter.RemoteDesktop.Session"
+
+
+# The seat has a keyboard while the session runs: started once, for every key of the tests.
+KEYBOARD = RemoteKeyboard() if WAYLAND else None
+
+
+def type_text(text):
+    if KEYBOARD:
+        KEYBOARD.type(text)
+    else:
+        xdotool("type", "--delay", "50", text)
+
+
+# How the overview captions each application's window.
+CAPTIONS = {"gtk3-widget-factory": "gtk3-widget-factory",
+            "gtk4-widget-factory": "GTK Widget Factory"}
+
+
+def focused_text(application_name):
+    """The text of the application's focused text field, if one has the focus."""
+    def walk(accessible):
+        for child in accessible:
+            if child is None or not child.getState().contains(pyatspi.STATE_SHOWING):
+                continue
+            if child.getState().contains(pyatspi.STATE_FOCUSED):
+                try:
+                    return child.queryText().getText(0, -1)
+                except NotImplementedError:
+                    pass
+            found = walk(child)
+            if found is not None:
+                return found
+        return None
+    for application in pyatspi.Registry.getDesktop(0):
+        if application is not None and application.name == application_name:
+            return walk(application)
+    return None
+
+
+class OverviewTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.apps = [Application(lambda home: ["gtk3-widget-factory"]),
+                    Application(lambda home: ["gtk4-widget-factory"])]
+        poll("both windows in the overview", lambda: len(previews()) == 2, 60)
+        set_overview(False)
+        cls.tarnvik = ResidentTarnvik()
+        cls.tarnvik.start()
+
+    @classmethod
+    def tearDownClass(cls):
+        if KEYBOARD:
+            KEYBOARD.stop()
+        cls.tarnvik.remove()
+        for app in cls.apps:
+            app.stop()
+
+    def tearDown(self):
+        set_overview(False)
+        poll("the overview closed", lambda: not overview_active(), 10)
+
+    def test_opening_the_overview_labels_each_preview_and_a_typed_label_picks_its_window(self):
+        set_overview(True)
+        shown = poll("the previews", lambda: len(previews()) == 2 and previews(), 20)
+        labels = poll("a label per preview", lambda: len(drawn_labels()) == 2 and drawn_labels(),
+                      20)
+        owners = {}
+        for label, frame in labels.items():
+            centre = (frame[0] + frame[2] / 2, frame[1] + frame[3] / 2)
+            # Centred on the preview's lower edge.
+            owner = next((title for title, p in shown.items()
+                          if abs(p[0] + p[2] / 2 - centre[0]) <= 2
+                          and abs(p[1] + p[3] - centre[1]) <= frame[3]), None)
+            self.assertIsNotNone(owner, f"label {label} at {frame} stands on no preview: {shown}")
+            owners[owner] = label
+        self.assertEqual(len(owners), 2)
+        if not WAYLAND:
+            pixels = screen_pixels()
+            for frame in labels.values():
+                self.assertTrue(label_colour_in(pixels, frame), f"no label drawn at {frame}")
+
+        # Started first, it is not the window in front.
+        picked = "gtk3-widget-factory"
+        type_text(owners[CAPTIONS[picked]].lower())
+        poll("the overview to close", lambda: not overview_active(), 10)
+        # Keys now reach the picked window.
+        poll("typing to reach the picked window",
+             lambda: type_text("q") or "q" in (focused_text(picked) or ""), 10)
+        poll("the labels gone", lambda: not drawn_labels(), 10)
+
+    def test_the_extension_answers_no_other_process(self):
+        for method, arguments, error in (
+                ("Register", None, "NotTarnvik"),
+                ("ShowLabels", GLib.Variant("(aa{sv})", ([],)), "NotRegistered"),
+                ("HoldKeys", GLib.Variant("(b)", (True,)), "NotRegistered"),
+                ("PickAt", GLib.Variant("(dd)", (10, 10)), "NotRegistered")):
+            with self.assertRaises(GLib.Error) as refused:
+                shell_call(EXTENSION_PATH, EXTENSION, method, arguments)
+            self.assertIn(f"{EXTENSION}.Error.{error}", str(refused.exception))
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
