@@ -19,6 +19,9 @@ install(FILES data/linux/com.ostrelline.Tarnvik.metainfo.xml
   DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 install(FILES README.md DESTINATION ${TARNVIK_DOC_DIR})
 install(FILES data/appcast.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnvik)
+# GNOME Shell finds its extensions here; each user enables it with gnome-extensions.
+install(DIRECTORY gnome/tarnvik-gnome@ostrelline.com
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/gnome-shell/extensions)
 install(FILES docs/labels-gtk3-widget-factory.png DESTINATION ${TARNVIK_DOC_DIR}/docs)
 install(FILES data/linux/70-tarnvik-uinput.rules DESTINATION ${TARNVIK_UDEV_RULES_DIR})
 install(FILES data/linux/tarnvik-uinput.conf DESTINATION ${TARNVIK_MODULES_LOAD_DIR}

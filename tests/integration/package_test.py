@@ -104,6 +104,9 @@ class DebianPackage(unittest.TestCase):
         root = fresh_root(self.work, "removed")
         dpkg(root, "--install", self.deb)
         self.assertIn("usr/bin/tarnvik", files_under(root))
+        # Where GNOME Shell looks for the extensions of every user.
+        self.assertIn("usr/share/gnome-shell/extensions/tarnvik-gnome@ostrelline.com/extension.js",
+                      files_under(root))
         dpkg(root, "--purge", "tarnvik")
         self.assertEqual(files_under(root), [])
         self.assertEqual(os.listdir(root), ["var"])
