@@ -153,7 +153,10 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
              .tutorMode = _tutorMode,
              .overview = _overview,
              .overviewKeyboard = _overviewKeys,
-             .reduceMotion = [this] { return _x.appearance().reduceMotion; }})
+             .reduceMotion =
+                 [this] {
+                     return _x.appearance().reduceMotion;
+                 }})
     , _frameClock(refreshPeriod)
     , _scroller(_frameClock, *_c.scrollPosting)
     , _scrollViews(_preferences,
@@ -171,11 +174,15 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                    .views = _scrollViews,
                    .treeQueue = _scrollTreeQueue,
                    .inputSources = _inputSources})
-    , _missionControlObserver({.overview = _overview,
-                               .preferences = _preferences,
-                               .scheduler = _scheduler,
-                               .isInMode = [this] { return _mode.active() || _scrollMode.active(); },
-                               .activateClickMode = [this] { _mode.activate(true); }})
+    , _missionControlObserver(
+          {.overview = _overview,
+           .preferences = _preferences,
+           .scheduler = _scheduler,
+           .isInMode = [this] { return _mode.active() || _scrollMode.active(); },
+           .activateClickMode =
+               [this] {
+                   _mode.activate(true);
+               }})
     , _wiring({.preferences = _preferences,
                .shortcuts = _shortcuts,
                .mode = _mode,

@@ -89,9 +89,8 @@ void Mode::activateMissionControl(UITreePtr uiTree)
     // The desktop's dock is a part of its overview: the overview's tree is the only one.
     _uiTrees = UITrees {.missionControlUiTree = std::move(uiTree)};
     runSearch();
-    if (!_services.overviewKeyboard.start([this](const KeyEvent &event) {
-            return tapCallback(event);
-        }))
+    if (!_services.overviewKeyboard.start(
+            [this](const KeyEvent &event) { return tapCallback(event); }))
         printLine("Failed to create event tap");
     _services.pointerMotion.observe([this] { mouseMoved(); });
 

@@ -13,8 +13,7 @@ constexpr double iconInset = 8.0;
 } // namespace
 
 OverviewTargetsWindow::OverviewTargetsWindow(Overview &overview,
-                                             std::shared_ptr<LabelImageCache> labels,
-                                             CGRect screen)
+                                             std::shared_ptr<LabelImageCache> labels, CGRect screen)
     : _overview(overview)
     , _labels(std::move(labels))
     , _screen(screen)

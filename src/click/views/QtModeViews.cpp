@@ -1,8 +1,7 @@
 #include "click/views/QtModeViews.h"
 
-#include "click/views/OverviewTargetsWindow.h"
-
 #include "click/LabelMaker.h"
+#include "click/views/OverviewTargetsWindow.h"
 #include "click/views/QtSearchBar.h"
 #include "click/views/QtTargetsWindow.h"
 #include "preferences/Preferences.h"
@@ -27,7 +26,7 @@ void QtModeViews::useLabelImagesFor(const Screen &screen)
 }
 
 std::unique_ptr<TargetsWindow> QtModeViews::createTargetsWindow(const Screen &screen,
-                                                              bool overOverview)
+                                                                bool overOverview)
 {
     useLabelImagesFor(screen);
     if (overOverview) {

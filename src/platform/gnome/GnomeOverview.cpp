@@ -27,8 +27,8 @@ std::optional<std::string> GnomeOverview::unavailable()
     if (!refused)
         return std::nullopt;
     return std::string("Tarnvik: labels over the overview need the GNOME Shell extension ")
-        + TarnvikGnomeExtension::uuid + " (" + *refused + "); enable it with: gnome-extensions enable "
-        + TarnvikGnomeExtension::uuid;
+        + TarnvikGnomeExtension::uuid + " (" + *refused
+        + "); enable it with: gnome-extensions enable " + TarnvikGnomeExtension::uuid;
 }
 
 bool GnomeOverviewKeys::start(Handler handler)
@@ -51,8 +51,8 @@ void GnomeOverviewKeys::stop()
 
 void GnomeOverviewKeys::key(std::uint32_t keycode, std::uint32_t state, bool pressed, bool repeat)
 {
-    const auto keyCode = keycode <= 255 ? linux::virtualKeyCode(static_cast<std::uint8_t>(keycode))
-                                        : std::nullopt;
+    const auto keyCode =
+        keycode <= 255 ? linux::virtualKeyCode(static_cast<std::uint8_t>(keycode)) : std::nullopt;
     if (!_handler || !keyCode || isModifierKey(*keyCode))
         return;
     KeyEvent event {

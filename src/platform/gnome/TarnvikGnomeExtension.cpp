@@ -120,8 +120,7 @@ void TarnvikGnomeExtension::key(uint keycode, uint state, bool pressed, bool rep
         _key(keycode, state, pressed, repeat);
 }
 
-void TarnvikGnomeExtension::shellOwnerChanged(const QString &name, const QString &,
-                                              const QString &)
+void TarnvikGnomeExtension::shellOwnerChanged(const QString &name, const QString &, const QString &)
 {
     if (name != shellService)
         return;

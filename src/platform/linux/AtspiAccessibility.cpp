@@ -252,8 +252,8 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
     if (name == NSAccessibilityTitleUIElementAttribute) {
         // GNOME Shell names its window previews only through a hidden label.
         constexpr std::uint32_t labelledBy = 2;
-        auto reply = s.bus().call(*ref, accessibleInterface, "GetRelationSet", {},
-                                  s.timeoutFor(*ref));
+        auto reply =
+            s.bus().call(*ref, accessibleInterface, "GetRelationSet", {}, s.timeoutFor(*ref));
         const auto targets = readRelationTargets(reply.reply(), labelledBy);
         if (!targets)
             return AXError::CannotComplete;
