@@ -184,3 +184,28 @@ TEST_F(OverviewTest, ATypedLabelPicksItsWindowAndControlArrowsHideTheLabels)
 
 } // namespace
 } // namespace tarnvik::test
+
+namespace tarnvik::test {
+namespace {
+
+TEST_F(OverviewTest, IconsComeByTheWindowNumberInAnIdentifierOrByTitleThenApplicationName)
+{
+    for (std::int64_t number : {12345, 1234}) {
+        auto entry =
+            *windowInfo(makeRect(0, 0, 500, 400), 2, "Editor", "notes.txt").get<ValueDictionary>();
+        entry.insert(kCGWindowNumber, Value(number));
+        desktop.addRawWindowInfo(Value(entry));
+    }
+    MissionControlUITree tree(
+        {.ax = desktop, .overview = overview, .workspace = desktop, .windowList = desktop});
+    EXPECT_EQ(tree.iconForIdentifier("mc.windows.window.12345"), "org.example.Editor");
+    EXPECT_EQ(tree.iconForIdentifier("win12-34"), "org.example.Editor") << "its digits, 1234";
+    EXPECT_EQ(tree.iconForIdentifier("window.99"), std::nullopt);
+    EXPECT_EQ(tree.iconForTitle("notes"), "org.example.Editor") << "part of a window's title";
+    EXPECT_EQ(tree.iconForTitle("scratch - EDITOR"), "org.example.Editor")
+        << "the application's name, in any case";
+    EXPECT_EQ(tree.iconForTitle("Terminal"), std::nullopt);
+}
+
+} // namespace
+} // namespace tarnvik::test
