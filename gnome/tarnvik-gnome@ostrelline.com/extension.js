@@ -137,7 +137,12 @@ class OverviewService {
         this._dbus = Gio.DBusExportedObject.wrapJSObject(INTERFACE, this);
         this._dbus.export(Gio.DBus.session, OBJECT_PATH);
         this._shownId = Main.overview.connect('shown', () => this._emit('Shown', null));
-        this._hiddenId = Main.overview.connect('hidden', () => this._labels.show([]));
+        // Whatever Tarnvik does, nothing of a session outlives the overview: on Wayland every
+        // key of every window passes the stage, and a held key there would be lost to it.
+        this._hiddenId = Main.overview.connect('hidden', () => {
+            this._holdKeys(false);
+            this._labels.show([]);
+        });
     }
 
     destroy() {
@@ -262,7 +267,8 @@ class OverviewService {
     // the overview's search, and stop here.
     _onEvent(event) {
         const type = event.type();
-        if (type !== Clutter.EventType.KEY_PRESS && type !== Clutter.EventType.KEY_RELEASE)
+        if (type !== Clutter.EventType.KEY_PRESS && type !== Clutter.EventType.KEY_RELEASE ||
+            !Main.overview.visible)
             return Clutter.EVENT_PROPAGATE;
         const state = event.get_state();
         this._emit('Key', new GLib.Variant('(uubb)', [event.get_key_code(), state,
