@@ -30,7 +30,14 @@ const INTERFACE = `<node>
     <method name="HoldKeys">
       <arg name="hold" type="b" direction="in"/>
     </method>
+    <method name="WatchShortcuts">
+      <arg name="keycodes" type="au" direction="in"/>
+      <arg name="modifiers" type="au" direction="in"/>
+    </method>
     <signal name="Shown"/>
+    <signal name="ShortcutPressed">
+      <arg name="index" type="u"/>
+    </signal>
     <signal name="Key">
       <arg name="keycode" type="u"/>
       <arg name="state" type="u"/>
@@ -45,6 +52,10 @@ const INTERFACE_NAME = 'com.ostrelline.Tarnvik.Overview';
 const ERROR = 'com.ostrelline.Tarnvik.Overview.Error';
 // The program's file name: a process whose executable is named otherwise may not register.
 const PROGRAM = 'tarnvik';
+// The modifiers a shortcut is told by: Shift, Control, Alt (Mod1) and Super (Mod4), as X has
+// them; Caps Lock and Num Lock don't count.
+const SHORTCUT_MODIFIERS = Clutter.ModifierType.SHIFT_MASK | Clutter.ModifierType.CONTROL_MASK |
+    Clutter.ModifierType.MOD1_MASK | Clutter.ModifierType.MOD4_MASK;
 
 function callerPid(sender) {
     const reply = Gio.DBus.session.call_sync('org.freedesktop.DBus', '/org/freedesktop/DBus',
@@ -134,19 +145,28 @@ class OverviewService {
         this._client = null;
         this._labels = new LabelLayer();
         this._stageEventId = 0;
+        this._holding = false;
+        // (key code, modifiers) of each of Tarnvik's shortcuts: the shell keeps the keyboard
+        // while the overview shows, so they can't reach Tarnvik the usual way then.
+        this._shortcuts = [];
         this._dbus = Gio.DBusExportedObject.wrapJSObject(INTERFACE, this);
         this._dbus.export(Gio.DBus.session, OBJECT_PATH);
+        this._showingId = Main.overview.connect('showing', () => this._watchStage(true));
         this._shownId = Main.overview.connect('shown', () => this._emit('Shown', null));
         // Whatever Tarnvik does, nothing of a session outlives the overview: on Wayland every
         // key of every window passes the stage, and a held key there would be lost to it.
         this._hiddenId = Main.overview.connect('hidden', () => {
-            this._holdKeys(false);
+            this._watchStage(false);
+            this._holding = false;
             this._labels.show([]);
         });
+        this._watchStage(Main.overview.visible);
     }
 
     destroy() {
         this._forget();
+        this._watchStage(false);
+        Main.overview.disconnect(this._showingId);
         Main.overview.disconnect(this._shownId);
         Main.overview.disconnect(this._hiddenId);
         this._dbus.unexport();
@@ -165,7 +185,8 @@ class OverviewService {
             return;
         Gio.bus_unwatch_name(this._client.watch);
         this._client = null;
-        this._holdKeys(false);
+        this._holding = false;
+        this._shortcuts = [];
         this._labels.show([]);
     }
 
@@ -247,29 +268,51 @@ class OverviewService {
 
     HoldKeysAsync([hold], invocation) {
         this._serve(invocation, () => {
-            this._holdKeys(hold);
+            this._holding = hold && Main.overview.visible;
             return null;
         });
     }
 
-    _holdKeys(hold) {
-        if (hold && !this._stageEventId) {
+    WatchShortcutsAsync([keycodes, modifiers], invocation) {
+        this._serve(invocation, () => {
+            this._shortcuts = keycodes.map((keycode, i) => [keycode, modifiers[i]]);
+            return null;
+        });
+    }
+
+    // The stage sees the keys only while the overview shows.
+    _watchStage(watch) {
+        if (watch && !this._stageEventId) {
             this._stageEventId = global.stage.connect('captured-event',
                 (actor, event) => this._onEvent(event));
-        } else if (!hold && this._stageEventId) {
+        } else if (!watch && this._stageEventId) {
             global.stage.disconnect(this._stageEventId);
             this._stageEventId = 0;
         }
     }
 
+    _onEvent(event) {
+        const type = event.type();
+        if (!this._client ||
+            type !== Clutter.EventType.KEY_PRESS && type !== Clutter.EventType.KEY_RELEASE)
+            return Clutter.EVENT_PROPAGATE;
+        // A shortcut is a shortcut in a session too, as its hot key is elsewhere.
+        const modifiers = event.get_state() & SHORTCUT_MODIFIERS;
+        const index = this._shortcuts.findIndex(([keycode, mods]) =>
+            keycode === event.get_key_code() && mods === modifiers);
+        if (index >= 0) {
+            if (type === Clutter.EventType.KEY_PRESS)
+                this._emit('ShortcutPressed', new GLib.Variant('(u)', [index]));
+            return Clutter.EVENT_STOP;
+        }
+        return this._holding ? this._handOver(event) : Clutter.EVENT_PROPAGATE;
+    }
+
     // Every key goes to Tarnvik. Escape and keys with Control, Alt or Super go on to the shell
     // as well (they close the overview or change the workspace there); the rest would start
     // the overview's search, and stop here.
-    _onEvent(event) {
+    _handOver(event) {
         const type = event.type();
-        if (type !== Clutter.EventType.KEY_PRESS && type !== Clutter.EventType.KEY_RELEASE ||
-            !Main.overview.visible)
-            return Clutter.EVENT_PROPAGATE;
         const state = event.get_state();
         this._emit('Key', new GLib.Variant('(uubb)', [event.get_key_code(), state,
             type === Clutter.EventType.KEY_PRESS,

@@ -107,6 +107,9 @@ private:
     QtScheduler _scheduler;
     QtSoundPlayer _player;
     SoundEffectManager _sounds;
+    // GNOME Shell's extension, where it runs: the overview, and the hot keys while it shows.
+    gnome::TarnvikGnomeExtension _gnomeExtension;
+    gnome::GnomeOverviewHotKeys _overviewHotKeys;
     TimedHotKeys _hotKeys;
     SRGlobalShortcutMonitor _shortcuts;
     RecordingSlot _recordingSlot;
@@ -117,7 +120,6 @@ private:
     SerialWorkQueue _treeQueue;
     SerialWorkQueue _searchQueue;
     SerialWorkQueue _scrollTreeQueue;
-    gnome::TarnvikGnomeExtension _gnomeExtension;
     gnome::GnomeOverview _overview;
     gnome::GnomeOverviewKeys _overviewKeys;
     QtModeViews _views;

@@ -65,4 +65,43 @@ void GnomeOverviewKeys::key(std::uint32_t keycode, std::uint32_t state, bool pre
     _handler(event);
 }
 
+void GnomeOverviewHotKeys::setHandler(Handler handler)
+{
+    _desktop.setHandler(handler);
+    _extension.onShortcut([this, handler](std::uint32_t index) {
+        if (index >= _keys.size() || !handler)
+            return;
+        handler(_keys[index].first, EventType::keyDown);
+        handler(_keys[index].first, EventType::keyUp);
+    });
+}
+
+bool GnomeOverviewHotKeys::registerHotKey(HotKeyId id, std::uint16_t keyCode,
+                                          std::uint64_t modifierFlags)
+{
+    if (!_desktop.registerHotKey(id, keyCode, modifierFlags))
+        return false;
+    if (const auto xKey = linux::xKeyCode(keyCode)) {
+        std::erase_if(_keys, [id](const auto &key) { return key.first == id; });
+        _keys.push_back({id, {*xKey, linux::xModifiers(modifierFlags)}});
+        tellExtension();
+    }
+    return true;
+}
+
+bool GnomeOverviewHotKeys::unregisterHotKey(HotKeyId id)
+{
+    if (std::erase_if(_keys, [id](const auto &key) { return key.first == id; }))
+        tellExtension();
+    return _desktop.unregisterHotKey(id);
+}
+
+void GnomeOverviewHotKeys::tellExtension()
+{
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> shortcuts;
+    for (const auto &key : _keys)
+        shortcuts.push_back(key.second);
+    _extension.watchShortcuts(std::move(shortcuts));
+}
+
 } // namespace tarnvik::gnome

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Accessibility.h"
+#include "platform/HotKeys.h"
 #include "platform/KeyEvents.h"
 #include "platform/Overview.h"
 #include "platform/gnome/TarnvikGnomeExtension.h"
@@ -60,6 +61,29 @@ private:
     TarnvikGnomeExtension &_extension;
     KeyboardLayout &_layout;
     Handler _handler;
+};
+
+// The program's hot keys, which the shell keeps from it while the overview shows: there the
+// extension watches for them and says which was pressed.
+class GnomeOverviewHotKeys final : public HotKeys
+{
+public:
+    GnomeOverviewHotKeys(HotKeys &desktop, TarnvikGnomeExtension &extension)
+        : _desktop(desktop)
+        , _extension(extension)
+    { }
+
+    void setHandler(Handler handler) override;
+    bool registerHotKey(HotKeyId id, std::uint16_t keyCode, std::uint64_t modifierFlags) override;
+    bool unregisterHotKey(HotKeyId id) override;
+
+private:
+    void tellExtension();
+
+    HotKeys &_desktop;
+    TarnvikGnomeExtension &_extension;
+    // Each hot key's X key code and modifier mask, in the order the extension is told them.
+    std::vector<std::pair<HotKeyId, std::pair<std::uint32_t, std::uint32_t>>> _keys;
 };
 
 } // namespace tarnvik::gnome

@@ -45,10 +45,13 @@ QVariantMap labelMap(const OverviewLabel &label)
 TarnvikGnomeExtension::TarnvikGnomeExtension()
 {
     qDBusRegisterMetaType<QList<QVariantMap>>();
+    qDBusRegisterMetaType<QList<uint>>();
     auto bus = QDBusConnection::sessionBus();
     bus.connect(shellService, "/org/gnome/Shell", "org.freedesktop.DBus.Properties",
                 "PropertiesChanged", this, SLOT(propertiesChanged(QDBusMessage)));
     bus.connect(shellService, objectPath, interfaceName, "Shown", this, SLOT(shown()));
+    bus.connect(shellService, objectPath, interfaceName, "ShortcutPressed", this,
+                SLOT(shortcutPressed(uint)));
     bus.connect(shellService, objectPath, interfaceName, "Key", this,
                 SLOT(key(uint, uint, bool, bool)));
     bus.connect("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
@@ -91,7 +94,29 @@ std::optional<std::string> TarnvikGnomeExtension::ensureRegistered()
     if (reply.type() == QDBusMessage::ErrorMessage)
         return reply.errorMessage().toStdString();
     _registered = true;
+    watchShortcuts(std::move(_shortcuts));
     return std::nullopt;
+}
+
+void TarnvikGnomeExtension::watchShortcuts(
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> shortcuts)
+{
+    _shortcuts = std::move(shortcuts);
+    if (!_registered)
+        return;
+    QList<uint> keycodes;
+    QList<uint> modifiers;
+    for (const auto &[keycode, mask] : _shortcuts) {
+        keycodes.push_back(keycode);
+        modifiers.push_back(mask);
+    }
+    call("WatchShortcuts", {QVariant::fromValue(keycodes), QVariant::fromValue(modifiers)}, false);
+}
+
+void TarnvikGnomeExtension::shortcutPressed(uint index)
+{
+    if (_shortcut)
+        _shortcut(index);
 }
 
 void TarnvikGnomeExtension::propertiesChanged(const QDBusMessage &message)
@@ -104,7 +129,12 @@ void TarnvikGnomeExtension::propertiesChanged(const QDBusMessage &message)
     if (active == changed.end())
         return;
     _overviewActive = active->toBool();
-    if (_overviewActive && _report)
+    if (!_overviewActive)
+        return;
+    // Registered from the first opening on, so that the shortcuts work over the overview even
+    // while nothing labels it by itself.
+    ensureRegistered();
+    if (_report)
         _report();
 }
 

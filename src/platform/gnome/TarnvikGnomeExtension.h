@@ -36,6 +36,14 @@ public:
     bool overviewActive() const { return _overviewActive; }
     // Each time the overview starts to open, and when it has finished opening.
     void onOverviewReport(std::function<void()> report) { _report = std::move(report); }
+    // A shortcut given to `watchShortcuts`, by its index, pressed while the overview shows.
+    void onShortcut(std::function<void(std::uint32_t index)> handler)
+    {
+        _shortcut = std::move(handler);
+    }
+    // X key codes and X modifier masks of the program's shortcuts, which the shell keeps from
+    // it while the overview shows; given again at each registration.
+    void watchShortcuts(std::vector<std::pair<std::uint32_t, std::uint32_t>> shortcuts);
     void
     onKey(std::function<void(std::uint32_t keycode, std::uint32_t state, bool pressed, bool repeat)>
               handler)
@@ -55,6 +63,7 @@ public:
 private Q_SLOTS:
     void propertiesChanged(const QDBusMessage &message);
     void shown();
+    void shortcutPressed(uint index);
     void key(uint keycode, uint state, bool pressed, bool repeat);
     void shellOwnerChanged(const QString &name, const QString &oldOwner, const QString &newOwner);
 
@@ -66,6 +75,8 @@ private:
     bool _registered = false;
     bool _overviewActive = false;
     std::function<void()> _report;
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> _shortcuts;
+    std::function<void(std::uint32_t)> _shortcut;
     std::function<void(std::uint32_t, std::uint32_t, bool, bool)> _key;
 };
 
