@@ -209,19 +209,28 @@ std::optional<ObjectRef> readObjectVariant(DBusMessage *m)
     return variant(m, i) ? object(i) : std::nullopt;
 }
 
+namespace {
+
+// Appends the objects of an a(so) to `objects`; false for anything else.
+bool appendObjects(DBusMessageIter &i, std::vector<ObjectRef> &objects)
+{
+    return forEach(i, [&](DBusMessageIter &e) {
+        auto o = object(e);
+        if (o)
+            objects.push_back(std::move(*o));
+        return o.has_value();
+    });
+}
+
+} // namespace
+
 std::optional<std::vector<ObjectRef>> readObjects(DBusMessage *m)
 {
     DBusMessageIter i;
     if (!first(m, i))
         return std::nullopt;
     std::vector<ObjectRef> objects;
-    const bool ok = forEach(i, [&](DBusMessageIter &e) {
-        auto o = object(e);
-        if (o)
-            objects.push_back(std::move(*o));
-        return o.has_value();
-    });
-    return ok ? std::optional(objects) : std::nullopt;
+    return appendObjects(i, objects) ? std::optional(objects) : std::nullopt;
 }
 
 std::optional<std::vector<ObjectRef>> readRelationTargets(DBusMessage *m, std::uint32_t type)
@@ -238,14 +247,7 @@ std::optional<std::vector<ObjectRef>> readRelationTargets(DBusMessage *m, std::u
         const auto kind = basic<std::uint32_t>(fields, DBUS_TYPE_UINT32);
         if (!kind || !dbus_message_iter_next(&fields))
             return false;
-        if (*kind != type)
-            return true;
-        return forEach(fields, [&](DBusMessageIter &e) {
-            auto o = object(e);
-            if (o)
-                targets.push_back(std::move(*o));
-            return o.has_value();
-        });
+        return *kind != type || appendObjects(fields, targets);
     });
     return ok ? std::optional(targets) : std::nullopt;
 }
