@@ -142,6 +142,13 @@ def press_shift_super_k():
         xdotool("key", "shift+super+k")
 
 
+def press_escape():
+    if KEYBOARD:
+        KEYBOARD.chord(0xff1b)
+    else:
+        xdotool("key", "Escape")
+
+
 def focused_text(application_name):
     """The text of the application's focused text field, if one has the focus."""
     def walk(accessible):
@@ -226,6 +233,9 @@ class OverviewTest(unittest.TestCase):
             press_shift_super_k()
             poll("a label per preview", lambda: len(drawn_labels()) == 2, 20)
             self.assertTrue(overview_active(), "the shortcut went to Tarnvik, not the shell")
+            press_escape()
+            poll("Escape to close the overview", lambda: not overview_active(), 10)
+            poll("the labels gone with it", lambda: not drawn_labels(), 10)
         finally:
             self.tarnvik.start()
 
