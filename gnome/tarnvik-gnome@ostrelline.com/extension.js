@@ -5,7 +5,7 @@
 // what the overview shows. It answers the one Tarnvik process that registered, and nobody else.
 'use strict';
 
-const { Clutter, Gio, GLib, St } = imports.gi;
+const { Clutter, Gio, GLib, Shell, St } = imports.gi;
 const Main = imports.ui.main;
 const { WindowPreview } = imports.ui.windowPreview;
 
@@ -21,6 +21,9 @@ const INTERFACE = `<node>
     <method name="ClearLabels"/>
     <method name="Previews">
       <arg name="previews" type="a(sdddd)" direction="out"/>
+    </method>
+    <method name="Windows">
+      <arg name="windows" type="a(tisss)" direction="out"/>
     </method>
     <method name="PickAt">
       <arg name="x" type="d" direction="in"/>
@@ -251,6 +254,20 @@ class OverviewService {
             const previews = Main.overview.visible ? visiblePreviews() : [];
             return new GLib.Variant('(a(sdddd))', [previews.map(p =>
                 [String(p.metaWindow.get_id()), ...extentsOf(p)])]);
+        });
+    }
+
+    // Each window with its application's name and icon, as the shell itself shows them: on
+    // Wayland nobody else knows which application owns a window.
+    WindowsAsync(parameters, invocation) {
+        this._serve(invocation, () => {
+            const tracker = Shell.WindowTracker.get_default();
+            const windows = global.get_window_actors().map(a => a.meta_window).map(w => {
+                const app = tracker.get_window_app(w);
+                const icon = app?.get_icon()?.to_string() ?? '';
+                return [w.get_id(), w.get_pid(), w.get_title() ?? '', app?.get_name() ?? '', icon];
+            });
+            return new GLib.Variant('(a(tisss))', [windows]);
         });
     }
 

@@ -55,10 +55,8 @@ void Mode::activateOverOverview()
         return;
     }
     _services.platform.ax.invalidateCache();
-    MissionControlUITree missionControl({.ax = _services.platform.ax,
-                                         .overview = _services.overview,
-                                         .workspace = _services.platform.workspace,
-                                         .windowList = _services.platform.windowList});
+    MissionControlUITree missionControl(
+        {.ax = _services.platform.ax, .overview = _services.overview});
     const auto rootRef = missionControl.findRootElement();
     const auto root = rootRef ? UIElement::lightElement(_services.platform.ax, *rootRef) : nullptr;
     if (!root)

@@ -1,6 +1,5 @@
 #include "overview/MissionControlUITree.h"
 
-#include "accessibility/CGWindow.h"
 #include "platform/AXNames.h"
 
 #include <QString>
@@ -12,9 +11,9 @@ namespace tarnvik {
 
 namespace {
 
-std::optional<std::uint32_t> windowNumber(std::string_view text)
+std::optional<std::uint64_t> windowNumber(std::string_view text)
 {
-    std::uint32_t number = 0;
+    std::uint64_t number = 0;
     const auto *end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, number);
     if (text.empty() || error != std::errc() || stop != end)
@@ -70,33 +69,20 @@ MissionControlUITree::MissionControlUITree(Services services)
 
 void MissionControlUITree::fillCaches()
 {
-    const auto apps = _services.workspace.runningApplications();
-    const auto iconOf = [&apps](pid_t pid) -> std::optional<std::string> {
-        const auto app = std::find_if(apps.begin(), apps.end(),
-                                      [pid](const auto &a) { return a.processIdentifier == pid; });
-        return app == apps.end() ? std::nullopt : app->iconPath;
-    };
-    for (const auto &window : CGWindow::onScreenWindows(_services.windowList)) {
-        const auto icon = iconOf(window.pid);
-        if (!icon)
+    const auto windows = _services.overview.windows();
+    for (const auto &window : windows) {
+        if (!window.icon)
             continue;
-        _pidIconCache.emplace(window.pid, *icon);
-        const auto *number = window.rawInfo.find(kCGWindowNumber);
-        if (const auto *n = number ? number->get<std::int64_t>() : nullptr; n && *n >= 0)
-            _windowIconCache.emplace(static_cast<std::uint32_t>(*n), *icon);
+        _windowIconCache.emplace(window.number, *window.icon);
+        if (_pidIconCache.emplace(window.pid, *window.icon).second && window.applicationName)
+            _pidNames.emplace(window.pid, *window.applicationName);
     }
-    auto &ax = _services.ax;
-    for (const auto &[pid, icon] : _pidIconCache) {
-        auto windows =
-            ax.copyAttributeValue(ax.createApplication(pid), NSAccessibilityWindowsAttribute);
-        const auto *array = windows.ok() ? windows.value().get<ValueArray>() : nullptr;
-        if (!array)
-            continue;
-        for (const auto &window : *array)
-            if (const auto *ref = window.get<AXUIElement>())
-                if (auto title = stringValue(ax, *ref, NSAccessibilityTitleAttribute))
-                    _titleToIconCache[*title] = icon;
-    }
+    // The titles the overview captions its previews with, where the accessibility tree of
+    // each application would give its own idea of them (GTK 3 names its window nothing).
+    for (const auto &window : windows)
+        if (const auto icon = _pidIconCache.find(window.pid);
+            icon != _pidIconCache.end() && !window.title.empty())
+            _titleToIconCache[window.title] = icon->second;
 }
 
 std::optional<AXUIElement> MissionControlUITree::findRootElement() const
@@ -150,7 +136,7 @@ void MissionControlUITree::addIcon(UIElement &element) const
 std::optional<std::string>
 MissionControlUITree::iconForIdentifier(const std::string &identifier) const
 {
-    const auto lookUp = [this](std::optional<std::uint32_t> number) -> std::optional<std::string> {
+    const auto lookUp = [this](std::optional<std::uint64_t> number) -> std::optional<std::string> {
         if (!number)
             return std::nullopt;
         const auto found = _windowIconCache.find(*number);
@@ -181,13 +167,10 @@ std::optional<std::string> MissionControlUITree::iconForTitle(const std::string 
         if (title.find(key) != std::string::npos || key.find(title) != std::string::npos)
             return icon;
     const QString lowerTitle = QString::fromStdString(title).toLower();
-    const auto apps = _services.workspace.runningApplications();
     for (const auto &[pid, icon] : _pidIconCache) {
-        const auto app = std::find_if(apps.begin(), apps.end(),
-                                      [pid](const auto &a) { return a.processIdentifier == pid; });
-        if (app == apps.end() || !app->localizedName)
-            continue;
-        if (lowerTitle.contains(QString::fromStdString(*app->localizedName).toLower()))
+        const auto name = _pidNames.find(pid);
+        if (name != _pidNames.end()
+            && lowerTitle.contains(QString::fromStdString(name->second).toLower()))
             return icon;
     }
     return std::nullopt;

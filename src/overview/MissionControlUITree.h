@@ -2,8 +2,6 @@
 
 #include "accessibility/UITree.h"
 #include "platform/Overview.h"
-#include "platform/WindowList.h"
-#include "platform/Workspace.h"
 
 #include <cstdint>
 #include <map>
@@ -21,11 +19,9 @@ public:
     {
         Accessibility &ax;
         Overview &overview;
-        Workspace &workspace;
-        WindowList &windowList;
     };
 
-    // Fills the icon caches from the windows on screen.
+    // Fills the icon caches from the windows the overview shows.
     explicit MissionControlUITree(Services services);
 
     // The overview's element; nothing when it is not open.
@@ -46,8 +42,10 @@ private:
     void addIcon(UIElement &element) const;
 
     Services _services;
-    std::map<std::uint32_t, std::string> _windowIconCache;
+    std::map<std::uint64_t, std::string> _windowIconCache;
     std::map<pid_t, std::string> _pidIconCache;
+    // The name of each application of `_pidIconCache`, where known.
+    std::map<pid_t, std::string> _pidNames;
     std::map<std::string, std::string> _titleToIconCache;
 };
 

@@ -3,13 +3,26 @@
 #include "platform/AXUIElement.h"
 #include "platform/Geometry.h"
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 namespace tarnvik {
+
+// A window the overview shows, with what the desktop knows of the application that owns it.
+struct OverviewWindow
+{
+    std::uint64_t number = 0;
+    pid_t pid = 0;
+    std::string title;
+    std::optional<std::string> applicationName;
+    // An icon name of the desktop's icon theme, or an image's path.
+    std::optional<std::string> icon;
+};
 
 // One label drawn over the overview: its body's frame in the screen space (top-left origin),
 // how many of its characters are typed, its colours as "#rrggbb", and the icon of the window's
@@ -45,6 +58,9 @@ public:
     // The window previews' frames now, each under a key of its window; cheap, and read without
     // the accessibility tree.
     virtual std::map<std::string, CGRect> previewFrames() = 0;
+    // The windows on screen, as the overview knows them: on every kind of session, where the
+    // X server knows only its own clients.
+    virtual std::vector<OverviewWindow> windows() = 0;
     // Why labels can't be drawn over the overview, said as one line that tells how to fix it;
     // nothing when they can.
     virtual std::optional<std::string> unavailable() = 0;

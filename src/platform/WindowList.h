@@ -7,7 +7,6 @@
 
 namespace tarnvik {
 
-inline constexpr const char *kCGWindowNumber = "kCGWindowNumber";
 inline constexpr const char *kCGWindowBounds = "kCGWindowBounds";
 inline constexpr const char *kCGWindowLayer = "kCGWindowLayer";
 inline constexpr const char *kCGWindowOwnerPID = "kCGWindowOwnerPID";

@@ -72,12 +72,16 @@ def previews():
     return {caption(b): rect(b) for b in buttons}
 
 
-def drawn_labels():
-    """What the extension drew: the labels in its layer of the shell's tree, with their frames."""
+def drawn():
+    """What the extension drew: (role, name, frame) of each object in its layer of the shell's
+    tree."""
     layers = showing_in_shell(lambda a: a.name == "Tarnvik labels")
-    if not layers:
-        return {}
-    return {child.name: rect(child) for child in layers[0] if child.getRoleName() == "label"}
+    return [(c.getRoleName(), c.name, rect(c)) for c in layers[0]] if layers else []
+
+
+def drawn_labels():
+    """The labels drawn, with their frames."""
+    return {name: frame for role, name, frame in drawn() if role == "label"}
 
 
 class RemoteKeyboard:
@@ -207,6 +211,12 @@ class OverviewTest(unittest.TestCase):
             self.assertIsNotNone(owner, f"label {label} at {frame} stands on no preview: {shown}")
             owners[owner] = label
         self.assertEqual(len(owners), 2)
+        # The icon of each window's application, in its preview's lower right corner.
+        icons = sorted(frame for role, _, frame in drawn() if role != "label")
+        corners = sorted((p[0] + p[2] - 56, p[1] + p[3] - 56, 48, 48) for p in shown.values())
+        self.assertEqual(len(icons), 2, drawn())
+        for icon, corner in zip(icons, corners):
+            self.assertTrue(all(abs(a - b) <= 2 for a, b in zip(icon, corner)), (icon, corner))
         if not WAYLAND:
             pixels = screen_pixels()
             for frame in labels.values():

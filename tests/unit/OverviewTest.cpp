@@ -29,10 +29,9 @@ protected:
             .set(NSAccessibilityTitleUIElementAttribute, other.ref());
 
         // The editor has a window on screen: its icon goes with the preview of that title.
-        auto &editor = desktop.addApplication(
-            {.processIdentifier = 2, .localizedName = "Editor", .iconPath = "org.example.Editor"});
-        editor.addWindow(makeRect(0, 0, 500, 400), "notes.txt");
-        desktop.addWindowInfo(makeRect(0, 0, 500, 400), 2, "Editor", "notes.txt");
+        desktop.addApplication({.processIdentifier = 2, .localizedName = "Editor"})
+            .addWindow(makeRect(0, 0, 500, 400), "notes.txt");
+        overview.shownWindows = {editorWindow(7)};
 
         overview.root = stage.ref();
         overview.frames = {{"1", editorPreview}, {"2", terminalPreview}};
@@ -59,6 +58,15 @@ protected:
         overview.frames["1"] = makeRect(editorPreview.origin.x + dx, editorPreview.origin.y,
                                         editorPreview.size.width, editorPreview.size.height);
         scheduler.advance(Seconds(0.03));
+    }
+
+    static OverviewWindow editorWindow(std::uint64_t number)
+    {
+        return {.number = number,
+                .pid = 2,
+                .title = "notes.txt",
+                .applicationName = "Editor",
+                .icon = "org.example.Editor"};
     }
 
     const CGRect editorPreview = makeRect(150, 150, 600, 400);
@@ -190,14 +198,8 @@ namespace {
 
 TEST_F(OverviewTest, IconsComeByTheWindowNumberInAnIdentifierOrByTitleThenApplicationName)
 {
-    for (std::int64_t number : {12345, 1234}) {
-        auto entry =
-            *windowInfo(makeRect(0, 0, 500, 400), 2, "Editor", "notes.txt").get<ValueDictionary>();
-        entry.insert(kCGWindowNumber, Value(number));
-        desktop.addRawWindowInfo(Value(entry));
-    }
-    MissionControlUITree tree(
-        {.ax = desktop, .overview = overview, .workspace = desktop, .windowList = desktop});
+    overview.shownWindows = {editorWindow(12345), editorWindow(1234)};
+    MissionControlUITree tree({.ax = desktop, .overview = overview});
     EXPECT_EQ(tree.iconForIdentifier("mc.windows.window.12345"), "org.example.Editor");
     EXPECT_EQ(tree.iconForIdentifier("win12-34"), "org.example.Editor") << "its digits, 1234";
     EXPECT_EQ(tree.iconForIdentifier("window.99"), std::nullopt);

@@ -19,6 +19,7 @@ public:
     {
         return open ? frames : decltype(frames) {};
     }
+    std::vector<OverviewWindow> windows() override { return shownWindows; }
     std::optional<std::string> unavailable() override { return unavailableReason; }
     void showLabels(const std::vector<OverviewLabel> &shown) override { labels = shown; }
     void setLabelsVisible(bool visible) override { labelsVisible = visible; }
@@ -40,6 +41,7 @@ public:
     bool open = false;
     std::optional<AXUIElement> root;
     std::map<std::string, CGRect> frames;
+    std::vector<OverviewWindow> shownWindows;
     std::optional<std::string> unavailableReason;
     std::vector<OverviewLabel> labels;
     bool labelsVisible = true;

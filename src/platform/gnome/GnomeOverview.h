@@ -26,6 +26,7 @@ public:
     bool isOpen() override { return _extension.overviewActive(); }
     std::optional<AXUIElement> rootElement() override;
     std::map<std::string, CGRect> previewFrames() override { return _extension.previews(); }
+    std::vector<OverviewWindow> windows() override { return _extension.windows(); }
     std::optional<std::string> unavailable() override;
     void showLabels(const std::vector<OverviewLabel> &labels) override
     {

@@ -197,6 +197,34 @@ std::map<std::string, CGRect> TarnvikGnomeExtension::previews()
     return frames;
 }
 
+std::vector<OverviewWindow> TarnvikGnomeExtension::windows()
+{
+    std::vector<OverviewWindow> found;
+    const auto reply = call("Windows");
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
+        return found;
+    const auto array = reply.arguments().front().value<QDBusArgument>();
+    const auto text = [](const QString &s) {
+        return s.isEmpty() ? std::nullopt : std::optional(s.toStdString());
+    };
+    array.beginArray();
+    while (!array.atEnd()) {
+        qulonglong number = 0;
+        int pid = 0;
+        QString title, application, icon;
+        array.beginStructure();
+        array >> number >> pid >> title >> application >> icon;
+        array.endStructure();
+        found.push_back({.number = number,
+                         .pid = pid,
+                         .title = title.toStdString(),
+                         .applicationName = text(application),
+                         .icon = text(icon)});
+    }
+    array.endArray();
+    return found;
+}
+
 bool TarnvikGnomeExtension::pickAt(CGPoint point)
 {
     const auto reply = call("PickAt", {point.x, point.y});

@@ -55,6 +55,7 @@ public:
     void setLabelsVisible(bool visible);
     void clearLabels();
     std::map<std::string, CGRect> previews();
+    std::vector<OverviewWindow> windows();
     bool pickAt(CGPoint point);
     bool holdKeys(bool hold);
     // The shell's process, for its accessibility tree.
