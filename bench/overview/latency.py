@@ -63,7 +63,7 @@ def main():
                                     stderr=subprocess.DEVNULL,
                                     env=dict(os.environ, XDG_CONFIG_HOME=config))
         wait("tarnvik", lambda: "Tarnvik: running" in resident.stdout.readline())
-        monitor = subprocess.Popen(["dbus-monitor", "--session", *MATCHES], text=True,
+        monitor = subprocess.Popen(["stdbuf", "-oL", "dbus-monitor", "--session", *MATCHES], text=True,
                                    stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
         time.sleep(1)
         for _ in range(rounds):
@@ -92,6 +92,9 @@ def main():
         elif opened is not None and kind not in seen:
             seen.add(kind)
             (to_labels if kind == "labels" else to_shown).append((stamp - opened) * 1000)
+    reported = sum(1 for _, kind in messages(log) if kind == "opened")
+    print(f"  {rounds} openings asked for, {reported} reported by the shell, "
+          f"{len(to_labels)} labelled")
     print(f"  labels asked for: median {statistics.median(to_labels):.1f} ms, "
           f"range {min(to_labels):.1f}-{max(to_labels):.1f} ms over {len(to_labels)} openings")
     print(f"  the extension's Shown after the opening: median {statistics.median(to_shown):.1f} ms "
