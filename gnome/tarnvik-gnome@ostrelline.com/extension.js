@@ -97,6 +97,16 @@ function extentsOf(actor) {
     return [rect.origin.x, rect.origin.y, rect.size.width, rect.size.height];
 }
 
+// A theme's icon name, an image's path or a serialised icon, as the shell has them; nothing for
+// what names no icon, so that one bad name costs only its icon.
+function iconOf(text) {
+    try {
+        return Gio.icon_new_for_string(text);
+    } catch (e) {
+        return null;
+    }
+}
+
 function labelMarkup(text, typed) {
     const characters = [...text];
     const done = GLib.markup_escape_text(characters.slice(0, typed).join(''), -1);
@@ -110,20 +120,26 @@ class LabelLayer {
         Main.layoutManager.uiGroup.add_child(this.actor);
     }
 
+    // In place of the labels shown; hidden ones stay hidden until shown again.
     show(labels) {
         this.actor.destroy_all_children();
         for (const label of labels)
             this._add(label);
         // Above the overview and everything the shell put up since.
         Main.layoutManager.uiGroup.set_child_above_sibling(this.actor, null);
+    }
+
+    // No labels, and the next ones shown at once.
+    clear() {
+        this.actor.destroy_all_children();
         this.actor.show();
     }
 
     _add(label) {
-        if (label.icon) {
+        const icon = label.icon ? iconOf(label.icon) : null;
+        if (icon) {
             this.actor.add_child(new St.Icon({
-                icon_name: label.icon, icon_size: label.iconSize,
-                x: label.iconX, y: label.iconY,
+                gicon: icon, icon_size: label.iconSize, x: label.iconX, y: label.iconY,
             }));
         }
         const widget = new St.Label({
@@ -161,7 +177,7 @@ class OverviewService {
         this._hiddenId = Main.overview.connect('hidden', () => {
             this._watchStage(false);
             this._holding = false;
-            this._labels.show([]);
+            this._labels.clear();
         });
         this._watchStage(Main.overview.visible);
     }
@@ -190,7 +206,7 @@ class OverviewService {
         this._client = null;
         this._holding = false;
         this._shortcuts = [];
-        this._labels.show([]);
+        this._labels.clear();
     }
 
     // Runs `answer` for the registered client, refuses everyone else.
@@ -244,7 +260,7 @@ class OverviewService {
 
     ClearLabelsAsync(parameters, invocation) {
         this._serve(invocation, () => {
-            this._labels.show([]);
+            this._labels.clear();
             return null;
         });
     }
