@@ -209,11 +209,7 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
           {.preferences = _preferences,
            .shortcuts = _shortcuts,
            .loginItem = _loginItem,
-           .keyCodeOfScanCode = [](std::uint32_t scanCode) -> std::optional<std::uint16_t> {
-               if (scanCode > 255)
-                   return std::nullopt;
-               return linux::virtualKeyCode(static_cast<std::uint8_t>(scanCode));
-           },
+           .keyCodeOfScanCode = linux::virtualKeyCode,
            .rewireShortcuts = [this] { _wiring.wireShortcuts(); },
            .recordingSlot = _recordingSlot,
            .hyperKeyDown =

@@ -51,14 +51,15 @@ void GnomeOverviewKeys::stop()
 
 void GnomeOverviewKeys::key(std::uint32_t keycode, std::uint32_t state, bool pressed, bool repeat)
 {
-    const auto keyCode =
-        keycode <= 255 ? linux::virtualKeyCode(static_cast<std::uint8_t>(keycode)) : std::nullopt;
+    const auto keyCode = linux::virtualKeyCode(keycode);
     if (!_handler || !keyCode || isModifierKey(*keyCode))
         return;
     KeyEvent event {
         .type = pressed ? EventType::keyDown : EventType::keyUp,
         .keyCode = *keyCode,
-        .flags = linux::modifierFlags(static_cast<std::uint16_t>(state)),
+        // The arrows' and the keypad's bits too, as the X keyboard's keys carry them.
+        .flags =
+            linux::modifierFlags(static_cast<std::uint16_t>(state)) | keyPositionFlags(*keyCode),
         .isARepeat = repeat,
     };
     event.characters = event.charactersIgnoringModifiers = _layout.translate(*keyCode);

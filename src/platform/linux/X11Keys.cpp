@@ -55,7 +55,7 @@ std::optional<std::uint8_t> xKeyCode(std::uint16_t keyCode)
     return std::nullopt;
 }
 
-std::optional<std::uint16_t> virtualKeyCode(std::uint8_t xKey)
+std::optional<std::uint16_t> virtualKeyCode(std::uint32_t xKey)
 {
     for (const auto &p : positions)
         if (p.xKey() == xKey)

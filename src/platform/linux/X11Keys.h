@@ -26,7 +26,8 @@ struct KeyPosition
 
 std::span<const KeyPosition> keyPositions();
 std::optional<std::uint8_t> xKeyCode(std::uint16_t keyCode);
-std::optional<std::uint16_t> virtualKeyCode(std::uint8_t xKey);
+// Nothing for a code that names no key position, or that no X key code could be.
+std::optional<std::uint16_t> virtualKeyCode(std::uint32_t xKey);
 
 // X's core modifier masks. Super stands in for Command, Alt for Option.
 namespace XMod {
