@@ -121,6 +121,7 @@ private:
     // Picks the focused preview's window, ending the session.
     void pickFocusedPreview();
     KeyboardCapture &sessionKeyboard();
+    bool reducesMotion() const;
     // The tutor, when it shows, follows the focus.
     void retargetTutor();
     void startTreeBuilding(const RunningApplication &app, const UIElementPtr &window,

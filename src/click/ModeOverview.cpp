@@ -41,6 +41,11 @@ bool moved(const std::map<std::string, CGRect> &before, const std::map<std::stri
 
 } // namespace
 
+bool Mode::reducesMotion() const
+{
+    return _services.reduceMotion && _services.reduceMotion();
+}
+
 KeyboardCapture &Mode::sessionKeyboard()
 {
     return _isMissionControlMode ? _services.overviewKeyboard : _services.keyboard;
@@ -92,7 +97,7 @@ void Mode::activateMissionControl(UITreePtr uiTree)
         printLine("Failed to create event tap");
     _services.pointerMotion.observe([this] { mouseMoved(); });
 
-    if (_services.reduceMotion && _services.reduceMotion()) {
+    if (reducesMotion()) {
         setLabelsVisible(true);
         scheduleMissionControlTick(reducedMotionTick, &Mode::dismissalCheck);
     } else {
@@ -169,7 +174,9 @@ void Mode::fullyOpen()
 
 void Mode::hideLabelsForSpaceChange()
 {
-    if (!_isMissionControlMode)
+    // With reduced motion nothing watches the previews, so nothing would bring labels back: they
+    // stay where they are.
+    if (!_isMissionControlMode || reducesMotion())
         return;
     _mcLabelsHidden = true;
     _mcStableFrameCount = 0;

@@ -170,8 +170,9 @@ TEST_F(OverviewTest, WithReducedMotionTheLabelsStayWhileThePreviewsMove)
     openOverview();
     tick(0);
     tick(50);
+    press(KeyCode::right, ModifierFlag::control);
     scheduler.advance(Seconds(0.05));
-    EXPECT_TRUE(views.w.labelsVisible);
+    EXPECT_TRUE(views.w.labelsVisible) << "nor does a change of workspace hide them";
     EXPECT_TRUE(mode.isMissionControlMode());
     overview.open = false;
     scheduler.advance(Seconds(0.05));
