@@ -1,5 +1,6 @@
 #include "overview/MissionControlUITree.h"
 
+#include "accessibility/AttributeReaders.h"
 #include "platform/AXNames.h"
 
 #include <QString>
@@ -21,42 +22,26 @@ std::optional<std::uint64_t> windowNumber(std::string_view text)
     return number;
 }
 
-std::optional<AXUIElement> elementValue(Accessibility &ax, const AXUIElement &ref,
-                                        const char *attribute)
+template<class T>
+std::optional<T> readValue(const AttributeRead<T> &read)
 {
-    auto value = ax.copyAttributeValue(ref, attribute);
-    if (!value.ok())
-        return std::nullopt;
-    if (const auto *element = value.value().get<AXUIElement>())
-        return *element;
-    return std::nullopt;
+    return read.ok() ? read.value() : std::nullopt;
 }
 
-std::optional<std::string> stringValue(Accessibility &ax, const AXUIElement &ref,
-                                       const char *attribute)
+// Absent for an empty string too: a title that says nothing is no title.
+std::optional<std::string> text(Accessibility &ax, const AXUIElement &ref, const char *attribute)
 {
-    auto value = ax.copyAttributeValue(ref, attribute);
-    if (!value.ok())
-        return std::nullopt;
-    if (const auto *text = value.value().get<std::string>(); text && !text->empty())
-        return *text;
-    return std::nullopt;
+    auto value = readValue(stringAttribute(ax, attribute, ref));
+    return value && !value->empty() ? value : std::nullopt;
 }
 
 // What shows of the element's children; all of them where the platform can't tell.
 std::vector<AXUIElement> shownChildren(Accessibility &ax, const AXUIElement &ref)
 {
-    auto children = ax.copyAttributeValue(ref, NSAccessibilityVisibleChildrenAttribute);
+    auto children = elementsAttribute(ax, NSAccessibilityVisibleChildrenAttribute, ref);
     if (!children.ok())
-        children = ax.copyAttributeValue(ref, NSAccessibilityChildrenAttribute);
-    std::vector<AXUIElement> found;
-    if (!children.ok())
-        return found;
-    if (const auto *array = children.value().get<ValueArray>())
-        for (const auto &child : *array)
-            if (const auto *element = child.get<AXUIElement>())
-                found.push_back(*element);
-    return found;
+        children = elementsAttribute(ax, NSAccessibilityChildrenAttribute, ref);
+    return readValue(children).value_or(std::vector<AXUIElement> {});
 }
 
 } // namespace
@@ -107,18 +92,19 @@ void MissionControlUITree::populate(UITree &uiTree, const UIElement &parent,
 UIElementPtr MissionControlUITree::preview(const AXUIElement &ref)
 {
     auto &ax = _services.ax;
-    auto role = stringValue(ax, ref, NSAccessibilityRoleAttribute);
-    if (role != "AXButton" || stringValue(ax, ref, NSAccessibilityTitleAttribute))
+    if (text(ax, ref, NSAccessibilityRoleAttribute) != "AXButton"
+        || text(ax, ref, NSAccessibilityTitleAttribute))
         return nullptr;
-    const auto caption = elementValue(ax, ref, NSAccessibilityTitleUIElementAttribute);
+    const auto caption =
+        readValue(elementAttribute(ax, NSAccessibilityTitleUIElementAttribute, ref));
     if (!caption)
         return nullptr;
     auto element = UIElement::lightElement(ax, ref);
     if (!element)
         return nullptr;
-    element->title = stringValue(ax, *caption, NSAccessibilityTitleAttribute);
+    element->title = text(ax, *caption, NSAccessibilityTitleAttribute);
     if (!element->title)
-        element->title = stringValue(ax, *caption, NSAccessibilityValueAttribute);
+        element->title = text(ax, *caption, NSAccessibilityValueAttribute);
     return element;
 }
 
