@@ -28,11 +28,8 @@ void OverviewTargetsWindow::close()
 void OverviewTargetsWindow::show(TargetsView &view)
 {
     std::vector<CGSize> sizes;
-    const double zoom = _labels->zoom();
-    for (const auto &label : view.labels()) {
-        const auto size = _labels->layer(label, 0).size();
-        sizes.push_back({size.width() * zoom, size.height() * zoom});
-    }
+    for (const auto &label : view.labels())
+        sizes.push_back(_labels->shownSize(_labels->layer(label, 0)));
     view.layoutLabels(sizes, _screen);
     _view = &view;
     update();

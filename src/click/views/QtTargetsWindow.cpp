@@ -120,11 +120,9 @@ void OverlayWidget::setLabels(TargetsView &view)
     _layers.clear();
     _layers.reserve(view.labels().size());
     std::vector<CGSize> sizes;
-    const double zoom = _cache->zoom();
     for (const auto &label : view.labels()) {
         _layers.push_back(_cache->layer(label, 0));
-        sizes.push_back(
-            {_layers.back().size().width() * zoom, _layers.back().size().height() * zoom});
+        sizes.push_back(_cache->shownSize(_layers.back()));
     }
     view.layoutLabels(sizes, screenFrame());
     _view = &view;

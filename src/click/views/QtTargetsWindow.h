@@ -58,6 +58,11 @@ public:
     // A copy shares the rendered image.
     const LabelLayer &layer(const std::string &label, int matchedPrefix);
     double zoom() const { return _zoom; }
+    // A label's size as it stands on screen, zoomed.
+    CGSize shownSize(const LabelLayer &layer) const
+    {
+        return {layer.size().width() * _zoom, layer.size().height() * _zoom};
+    }
 
 private:
     const LabelColors _colors;
