@@ -151,7 +151,6 @@ KeyDisposition Mode::localMonitor(const KeyEvent &event)
     if (key == KeyCode::escape && m == 0) {
         // Also on release: a session started while Escape was held ends when it is let go.
         deactivate(true);
-        _services.tutorMode.deactivate();
         return KeyDisposition::swallow;
     }
     if ((m == 0 || m == shift) && event.characters == "?") {

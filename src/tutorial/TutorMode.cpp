@@ -60,11 +60,8 @@ void TutorMode::setTarget(const UIElementPtr &element)
         return;
     _tutorWindowController->clear();
     const CGRect frame = tree->visibleFrame(element->id).value_or(element->frame());
-    const double height = _services.firstScreenHeight();
-    const CGRect screenFrame {{frame.origin.x, height - frame.origin.y - frame.size.height},
-                              frame.size};
-    _tutorWindowController->show(screenFrame, element == _services.focusedElement(),
-                                 rows(*element));
+    _tutorWindowController->show(flippedRect(frame, _services.firstScreenHeight()),
+                                 element == _services.focusedElement(), rows(*element));
 }
 
 void TutorMode::deactivate()

@@ -155,9 +155,10 @@ public:
 
     void show(CGRect frame, bool boxHidden, const std::vector<TutorRow> &rows) override
     {
-        const double y = _environment.firstScreenHeight() - frame.origin.y - frame.size.height;
+        const CGRect flipped = flippedRect(frame, _environment.firstScreenHeight());
         const QRect element =
-            QRectF(frame.origin.x, y, frame.size.width, frame.size.height).toAlignedRect();
+            QRectF(flipped.origin.x, flipped.origin.y, flipped.size.width, flipped.size.height)
+                .toAlignedRect();
         _target.place(element, boxHidden);
         _target.show();
         _popover = std::make_unique<TutorPopoverView>(rows);
