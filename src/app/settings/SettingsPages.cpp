@@ -50,8 +50,10 @@ ShortcutRecorderView *recorder(const char *key, SettingsServices &services,
     return view;
 }
 
-// The Appearance group's sample: two letters in the chosen theme and size.
-LabelSampleView *sampleLabel(Preferences &preferences, PreferenceBindings &bindings)
+// The Appearance group's sample, two letters in the chosen theme and size, and what draws it
+// again; the bindings draw it at every reload of the file.
+std::pair<LabelSampleView *, std::function<void()>> sampleLabel(Preferences &preferences,
+                                                                PreferenceBindings &bindings)
 {
     auto *sample = new LabelSampleView;
     auto update = [sample, &preferences] {
@@ -63,7 +65,7 @@ LabelSampleView *sampleLabel(Preferences &preferences, PreferenceBindings &bindi
     };
     update();
     bindings.onReload(update);
-    return sample;
+    return {sample, update};
 }
 
 } // namespace
@@ -74,20 +76,19 @@ QWidget *makeGeneralSettingsView(SettingsServices &services, PreferenceBindings 
     auto &preferences = services.preferences;
 
     auto *appearance = page->addGroup("Appearance");
-    auto *sample = sampleLabel(preferences, bindings);
+    auto [sample, redrawSample] = sampleLabel(preferences, bindings);
     std::vector<std::pair<QString, QString>> themes;
     for (const auto &theme : LabelTheme::themes())
         themes.emplace_back(QString::fromStdString(theme.name),
                             theme.id == LabelTheme::defaultTheme().id
                                 ? QString()
                                 : QString::fromStdString(theme.id));
-    auto *themePicker =
-        bindings.popUp(Keys::themeId, themes, QString(), [&bindings] { bindings.reload(); });
+    auto *themePicker = bindings.popUp(Keys::themeId, themes, QString(), redrawSample);
     for (std::size_t i = 0; i < LabelTheme::themes().size(); ++i)
         themePicker->setItemIcon(static_cast<int>(i), themeThumbnail(LabelTheme::themes()[i].id));
     appearance->addRow("Theme", themePicker);
     auto *size = bindings.slider(Keys::labelFontSize, 6.0, 16.0, 1.0);
-    QObject::connect(size, &QSlider::valueChanged, sample, [&bindings] { bindings.reload(); });
+    QObject::connect(size, &QSlider::valueChanged, sample, redrawSample);
     auto *sized = between("A", size, "A", 150);
     auto *large = sized->findChildren<QLabel *>().back();
     QFont font = large->font();
