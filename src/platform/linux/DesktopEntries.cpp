@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QStandardPaths>
 #include <QTextStream>
 
 #include <set>
@@ -81,15 +82,11 @@ std::optional<DesktopEntry> readDesktopEntry(const std::string &path, const std:
 
 std::vector<std::string> applicationFolders()
 {
-    QString home = qEnvironmentVariable("XDG_DATA_HOME");
-    if (home.isEmpty())
-        home = QDir::homePath() + "/.local/share";
-    QString dirs = qEnvironmentVariable("XDG_DATA_DIRS");
-    if (dirs.isEmpty())
-        dirs = "/usr/local/share:/usr/share";
-    std::vector<std::string> folders {(home + "/applications").toStdString()};
-    for (const auto &dir : dirs.split(':', Qt::SkipEmptyParts))
-        folders.push_back((dir + "/applications").toStdString());
+    // XDG_DATA_HOME's first, then those of XDG_DATA_DIRS, with the specification's defaults.
+    std::vector<std::string> folders;
+    for (const auto &folder :
+         QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation))
+        folders.push_back(folder.toStdString());
     return folders;
 }
 
