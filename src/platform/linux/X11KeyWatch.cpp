@@ -19,7 +19,6 @@ namespace tarnvik::linux {
 
 namespace {
 
-constexpr std::uint16_t capsLockKeyCode = 57;
 constexpr std::uint8_t xkbStateNotify = XCB_XKB_STATE_NOTIFY;
 
 // Lock counts while it is locked, as Caps Lock's bit does, not while its key is held.
@@ -77,7 +76,7 @@ std::unique_ptr<X11KeyWatch> X11KeyWatch::connect()
     if (!x->connectWithXkb(&x->xkbEvents))
         return nullptr;
     x->xinput = xinput22(x->c);
-    const auto caps = xKeyCode(capsLockKeyCode);
+    const auto caps = xKeyCode(KeyCode::capsLock);
     if (!x->xinput || !caps)
         return nullptr;
     x->capsKey = *caps;
