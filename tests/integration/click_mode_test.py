@@ -110,42 +110,6 @@ class ClickMode(OverlaySession):
             return paper > 20 and stock_yellow == 0
         poll("labels in the high-contrast colours", high_contrast_labels, 20)
 
-    def test_the_same_letter_again_double_clicks(self):
-        self.tarnvik.start()
-        view = next(t for t in self.controls(pyatspi.ROLE_TEXT, "")
-                    if t.getState().contains(pyatspi.STATE_MULTI_LINE))
-        text = view.queryText()
-        self.assertEqual(text.getNSelections(), 0)
-        label = self.label_of(view)
-        self.show_labels(rect(view))
-        letters = [c.lower() for c in label]
-        key(*letters)
-        time.sleep(0.15)  # a person's second press, within the double-click interval
-        key(letters[-1])
-        # A double click selects the word under the pointer.
-        poll("a word selected", lambda: text.getNSelections() == 1, 10)
-        start, end = text.getSelection(0)
-        word = text.getText(start, end)
-        self.assertTrue(word.strip().isalpha(), word)
-
-    def test_chain_clicks_bring_labels_back_until_escape(self):
-        self.tarnvik.start("chain-clicks=true\n")
-        box = self.controls(pyatspi.ROLE_CHECK_BOX, "checkbutton")[0]
-        checked = box.getState().contains(pyatspi.STATE_CHECKED)
-        label = self.label_of(box)
-        self.show_labels(rect(box))
-        key(*[c.lower() for c in label])
-        poll("the check box toggled",
-             lambda: box.getState().contains(pyatspi.STATE_CHECKED) != checked, 10)
-        time.sleep(1)  # past the double-click interval, so the next key is no second click
-        poll("labels back", lambda: label_drawn_below(rect(box)), 10)
-        key(*[c.lower() for c in label])
-        poll("the check box toggled back",
-             lambda: box.getState().contains(pyatspi.STATE_CHECKED) == checked, 10)
-        time.sleep(1)
-        poll("labels back again", lambda: label_drawn_below(rect(box)), 10)
-        key("Escape")
-
     def test_search_mode_narrows_and_return_clicks(self):
         self.tarnvik.start("search-shortcut=\u21e7\u2318F\n")
         buttons = self.controls(pyatspi.ROLE_TOGGLE_BUTTON, "togglebutton")
