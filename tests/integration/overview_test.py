@@ -18,22 +18,25 @@ EXTENSION_PATH = "/com/ostrelline/Tarnvik/Overview"
 EXTENSION = "com.ostrelline.Tarnvik.Overview"
 
 
-def shell_call(path, interface, method, arguments=None, reply=None):
-    return BUS.call_sync("org.gnome.Shell", path, interface, method, arguments,
+def call(service, path, interface, method, arguments=None, reply=None):
+    return BUS.call_sync(service, path, interface, method, arguments,
                          GLib.VariantType(reply) if reply else None, Gio.DBusCallFlags.NONE,
                          5000, None)
 
 
+def overview_property(method, *value):
+    return call("org.gnome.Shell", "/org/gnome/Shell", "org.freedesktop.DBus.Properties", method,
+                GLib.Variant(f"(ss{'v' * len(value)})",
+                             ("org.gnome.Shell", "OverviewActive", *value)),
+                None if value else "(v)")
+
+
 def overview_active():
-    return shell_call("/org/gnome/Shell", "org.freedesktop.DBus.Properties", "Get",
-                      GLib.Variant("(ss)", ("org.gnome.Shell", "OverviewActive")),
-                      "(v)").unpack()[0]
+    return overview_property("Get").unpack()[0]
 
 
 def set_overview(active):
-    shell_call("/org/gnome/Shell", "org.freedesktop.DBus.Properties", "Set",
-               GLib.Variant("(ssv)", ("org.gnome.Shell", "OverviewActive",
-                                      GLib.Variant("b", active))))
+    overview_property("Set", GLib.Variant("b", active))
 
 
 def shell_accessible():
@@ -85,72 +88,43 @@ def drawn_labels():
 
 
 class RemoteKeyboard:
-    """Keys typed into GNOME Shell on Wayland, through Mutter's remote desktop session."""
+    """Keys typed into GNOME Shell on Wayland, through Mutter's remote desktop session: one for
+    the suite, since the seat loses its keyboard, and the focused window its focus, when a
+    session ends."""
 
     SERVICE = "org.gnome.Mutter.RemoteDesktop"
+    SESSION = SERVICE + ".Session"
 
     def __init__(self):
-        self.session = self._call("/org/gnome/Mutter/RemoteDesktop", SERVICE_INTERFACE,
-                                  "CreateSession", None, "(o)").unpack()[0]
-        self._call(self.session, SESSION_INTERFACE, "Start")
-
-    def _call(self, path, interface, method, arguments=None, reply=None):
-        return BUS.call_sync(self.SERVICE, path, interface, method, arguments,
-                             GLib.VariantType(reply) if reply else None,
-                             Gio.DBusCallFlags.NONE, 5000, None)
-
-    def _key(self, keysym, down):
-        self._call(self.session, SESSION_INTERFACE, "NotifyKeyboardKeysym",
-                   GLib.Variant("(ub)", (keysym, down)))
-
-    def type(self, text):
-        for character in text:
-            self.chord(ord(character))
+        self.session = call(self.SERVICE, "/org/gnome/Mutter/RemoteDesktop", self.SERVICE,
+                            "CreateSession", None, "(o)").unpack()[0]
+        call(self.SERVICE, self.session, self.SESSION, "Start")
 
     def chord(self, *keysyms):
         """Holds each key down in turn, then lets them go in the reverse order."""
-        for keysym in keysyms:
-            self._key(keysym, True)
-        for keysym in reversed(keysyms):
-            self._key(keysym, False)
+        for keysym, down in [(k, True) for k in keysyms] + [(k, False) for k in keysyms[::-1]]:
+            call(self.SERVICE, self.session, self.SESSION, "NotifyKeyboardKeysym",
+                 GLib.Variant("(ub)", (keysym, down)))
         time.sleep(0.05)
 
     def stop(self):
-        self._call(self.session, SESSION_INTERFACE, "Stop")
+        call(self.SERVICE, self.session, self.SESSION, "Stop")
 
 
-SERVICE_INTERFACE = "org.gnome.Mutter.RemoteDesktop"
-SESSION_INTERFACE = "org.gnome.Mutter.RemoteDesktop.Session"
-
-
-# The seat has a keyboard while the session runs: started once, for every key of the tests.
 KEYBOARD = RemoteKeyboard() if WAYLAND else None
 
 
+def press(keysyms, xdotool_keys):
+    """Keys pressed together, as keysyms on Wayland and as xdotool names them on X11."""
+    if KEYBOARD:
+        KEYBOARD.chord(*keysyms)
+    else:
+        xdotool("key", xdotool_keys)
+
+
 def type_text(text):
-    if KEYBOARD:
-        KEYBOARD.type(text)
-    else:
-        xdotool("type", "--delay", "50", text)
-
-
-# How the overview captions each application's window.
-CAPTIONS = {"gtk3-widget-factory": "gtk3-widget-factory",
-            "gtk4-widget-factory": "GTK Widget Factory"}
-
-
-def press_shift_super_k():
-    if KEYBOARD:
-        KEYBOARD.chord(0xffe1, 0xffeb, ord("k"))
-    else:
-        xdotool("key", "shift+super+k")
-
-
-def press_escape():
-    if KEYBOARD:
-        KEYBOARD.chord(0xff1b)
-    else:
-        xdotool("key", "Escape")
+    for character in text:
+        press([ord(character)], character)
 
 
 def focused_text(application_name):
@@ -222,9 +196,9 @@ class OverviewTest(unittest.TestCase):
             for frame in labels.values():
                 self.assertTrue(label_colour_in(pixels, frame), f"no label drawn at {frame}")
 
-        # Started first, it is not the window in front.
+        # Started first, it is not the window in front; the overview captions it by its name.
         picked = "gtk3-widget-factory"
-        type_text(owners[CAPTIONS[picked]].lower())
+        type_text(owners[picked].lower())
         poll("the overview to close", lambda: not overview_active(), 10)
         # Keys now reach the picked window.
         poll("typing to reach the picked window",
@@ -240,10 +214,10 @@ class OverviewTest(unittest.TestCase):
             poll("the previews", lambda: len(previews()) == 2, 20)
             time.sleep(1)
             self.assertEqual(drawn_labels(), {}, "nothing labels the overview by itself")
-            press_shift_super_k()
+            press([0xffe1, 0xffeb, ord("k")], "shift+super+k")
             poll("a label per preview", lambda: len(drawn_labels()) == 2, 20)
             self.assertTrue(overview_active(), "the shortcut went to Tarnvik, not the shell")
-            press_escape()
+            press([0xff1b], "Escape")
             poll("Escape to close the overview", lambda: not overview_active(), 10)
             poll("the labels gone with it", lambda: not drawn_labels(), 10)
         finally:
@@ -256,7 +230,7 @@ class OverviewTest(unittest.TestCase):
                 ("HoldKeys", GLib.Variant("(b)", (True,)), "NotRegistered"),
                 ("PickAt", GLib.Variant("(dd)", (10, 10)), "NotRegistered")):
             with self.assertRaises(GLib.Error) as refused:
-                shell_call(EXTENSION_PATH, EXTENSION, method, arguments)
+                call("org.gnome.Shell", EXTENSION_PATH, EXTENSION, method, arguments)
             self.assertIn(f"{EXTENSION}.Error.{error}", str(refused.exception))
 
 
