@@ -52,21 +52,23 @@ void ShortcutWiring::wireShortcuts()
     const bool anyModifierOnly =
         modifierOnly(wired.nonSearch) || modifierOnly(wired.search) || modifierOnly(wired.scroll);
 
-    int mask = 0;
-    _capsLockController.reset();
-    if (_services.preferences.boolForKey(Preferences::Keys::enableHyperKey)) {
+    // Kept while the Hyperkey stays on: each new controller takes the Caps Lock key's symbols
+    // from the keymap again, and every application on the display reloads its keymap then.
+    if (!_services.preferences.boolForKey(Preferences::Keys::enableHyperKey))
+        _capsLockController.reset();
+    else if (!_capsLockController)
         _capsLockController = std::make_unique<CapsLockController>(
             CapsLockController::Services {.key = _services.capsLockKey,
                                           .scheduler = _services.scheduler,
                                           .recordingSlot = _services.recordingSlot});
+    int mask = anyModifierOnly ? flagsChangedMask : 0;
+    if (_capsLockController) {
         _capsLockController->onHyperkeyOnly = [this, wired] {
             toggleFirst(wired, [](const SRShortcut &s) {
                 return s.isModifierOnly() && s.modifierFlags() == CapsLockController::hyperFlags;
             });
         };
-        mask = keyDownMask | (anyModifierOnly ? flagsChangedMask : 0);
-    } else if (anyModifierOnly) {
-        mask = flagsChangedMask;
+        mask |= keyDownMask;
     }
     if (mask)
         _services.keyMonitor.setMonitorHandler(
