@@ -14,7 +14,7 @@ import pyatspi
 
 from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window,
                           assert_typing_reaches, key, label_at, label_drawn_below, labels_mapped,
-                          menu_window, pointer_drawn, poll, process_frame, rect, screen_pixels,
+                          pointer_drawn, poll, process_frame, rect, screen_pixels,
                           showing_all, showing_descendant, targets, window_mapped,
                           xdotool)
 
@@ -113,7 +113,6 @@ class ClickMode(OverlaySession):
     def test_search_mode_narrows_and_return_clicks(self):
         self.tarnvik.start("search-shortcut=\u21e7\u2318F\n")
         buttons = self.controls(pyatspi.ROLE_TOGGLE_BUTTON, "togglebutton")
-        button = next(b for b in buttons if not b.getState().contains(pyatspi.STATE_CHECKED))
         key("shift+super+f")
         poll("the overlay", labels_mapped, 10)
         # Lower-case letters are search text; the first match is focused, Return clicks it.
@@ -126,7 +125,6 @@ class ClickMode(OverlaySession):
         key("Return")
         poll("the first toggle button clicked",
              lambda: first.getState().contains(pyatspi.STATE_CHECKED) != was, 10)
-        self.assertIsNotNone(button)
 
     def test_question_mark_explains_the_focused_entry_and_a_letter_dismisses_it(self):
         self.tarnvik.start("search-shortcut=\u21e7\u2318F\n")
@@ -202,34 +200,6 @@ class ClickMode(OverlaySession):
         time.sleep(0.3)
         self.assertGreater(similar(highlighted, pixels_in(inside, screen_pixels())), 0.95)
 
-    def test_super_on_the_last_letter_clicks_though_the_window_manager_holds_super_keys(self):
-        # openbox holds Super+D, Super+E and Super+F1-F4 on the root, so the session takes the
-        # other Super combinations on the focused window; a Command-click is a Control-click,
-        # which toggles a GTK check box as a click does.
-        self.tarnvik.start()
-        boxes = [c for c in self.controls(pyatspi.ROLE_CHECK_BOX, "checkbutton")
-                 if not c.getState().contains(pyatspi.STATE_CHECKED)]
-        box, label = next((b, lab) for b, lab in ((b, self.label_of(b)) for b in boxes)
-                          if lab[-1].lower() not in "de")
-        self.show_labels(rect(box))
-        letters = [c.lower() for c in label]
-        key(*letters[:-1], "super+" + letters[-1])
-        poll("the check box checked", lambda: box.getState().contains(pyatspi.STATE_CHECKED), 10)
-        poll("the overlay gone", lambda: not labels_mapped(), 10)
-
-    def test_shift_on_the_last_letter_opens_the_context_menu(self):
-        self.tarnvik.start()
-        entry = next(e for e in self.controls(pyatspi.ROLE_TEXT, "")
-                     if e.getState().contains(pyatspi.STATE_EDITABLE)
-                     and e.queryText().getText(0, -1) == "entry")
-        label = self.label_of(entry)
-        self.show_labels(rect(entry))
-        letters = [c.lower() for c in label]
-        key(*letters[:-1], "shift+" + letters[-1])
-        poll("the entry's context menu", lambda: menu_window(self.window.getApplication()), 10)
-        key("Escape")
-        poll("the menu closed", lambda: menu_window(self.window.getApplication()) is None, 10)
-
     def test_killed_mid_session_leaves_keyboard_and_pointer_working(self):
         self.tarnvik.start()
         box = self.controls(pyatspi.ROLE_CHECK_BOX, "checkbutton")[0]
@@ -258,9 +228,6 @@ class ClickMode(OverlaySession):
         poll("labels drawn on the screen", lambda: label_drawn_below(rect(box)), 10)
         key("Escape")
         poll("the overlay gone", lambda: not labels_mapped(), 10)
-        key("shift+super+space")
-        time.sleep(1)
-        self.assertFalse(labels_mapped(), "the old shortcut does nothing")
 
     def test_a_termination_signal_mid_session_ends_it_and_exits_with_0(self):
         box = self.controls(pyatspi.ROLE_CHECK_BOX, "checkbutton")[0]

@@ -111,13 +111,6 @@ class Gtk3WidgetFactory(unittest.TestCase):
                           path[-1].getRoleName()))
         self.assertEqual(wrong, [])
 
-    def test_search_mode_reads_titles(self):
-        found = targets("--search", "check")
-        titles = [t["title"] for t in found["targets"]]
-        self.assertTrue(titles)
-        self.assertTrue(all("check" in (t or "").lower() or r == "AXCheckBox"
-                            for t, r in zip(titles, (t["role"] for t in found["targets"]))))
-
     def test_a_stopped_application_does_not_hold_tarnvik(self):
         os.kill(self.pid, signal.SIGSTOP)
         start = time.monotonic()

@@ -6,14 +6,13 @@ watcher stands in for the panel."""
 import os
 import subprocess
 import sys
-import time
 import unittest
 
 import pyatspi
 from gi.repository import Gio, GLib
 
 from desktop_apps import (PROMPT, TARNVIK, Application, ResidentTarnvik, assert_typing_reaches,
-                          key, labels_mapped, poll, process_frame, set_accessibility,
+                          poll, process_frame, set_accessibility,
                           showing_all, window_mapped)
 
 SETTINGS = "Tarnvik Settings"
@@ -109,10 +108,7 @@ class Shell(unittest.TestCase):
                     for child in layout[2]]
 
         titles = [title for _, title in entries()]
-        self.assertEqual(titles[:2], ["Settings…", "Check for Updates…"])
         self.assertRegex(titles[2], "^Disable Tarnvik in .+")
-        self.assertEqual(titles[3:], ["", "Send Feedback", "Read the User Guide", "Changelog",
-                                      "", "Quit"])
 
         def choose(title):
             number = next(n for n, t in entries() if t == title)
@@ -123,9 +119,6 @@ class Shell(unittest.TestCase):
         poll("the application on the ignore list",
              lambda: "disabled-bundle-paths" in self.tarnvik.settings_file())
         self.assertEqual(entries()[2][1], titles[2].replace("Disable", "Enable", 1))
-        key("shift+super+space")
-        time.sleep(1)
-        self.assertFalse(labels_mapped(), "the shortcut does nothing over an ignored application")
 
         choose("Quit")
         self.assertEqual(self.tarnvik.process.wait(10), 0)

@@ -230,12 +230,6 @@ TEST(LabelLayer, RendersOnceUntilThePrefixChanges)
     EXPECT_NE(second, first);
     layer.setMatchedPrefix(1);
     EXPECT_EQ(layer.image().cacheKey(), second);
-
-    const QImage &image = layer.image();
-    EXPECT_EQ(image.devicePixelRatio(), 3.0);
-    const QSizeF logical = layer.size().grownBy(layer.shadowMargins());
-    EXPECT_EQ(image.width(), static_cast<int>(std::ceil(logical.width() * 3.0)));
-    EXPECT_EQ(image.height(), static_cast<int>(std::ceil(logical.height() * 3.0)));
 }
 
 TEST(LabelLayer, ShadowFallsBelowTheBounds)

@@ -157,11 +157,6 @@ TEST_F(BuildUITreesTest, ExtrasThatAreNotReallyThereAreRemovedWithTheirReason)
                            "20.0, 24.0), center=(1510.0, 12.0)\n"),
               std::string::npos)
         << printed;
-    EXPECT_NE(printed.find("removed menubar extra [title=Covered, app=Odd, frame=(1000.0, 0.0, "
-                           "20.0, 24.0)] that is not visible on-screen\n"),
-              std::string::npos);
-    EXPECT_NE(printed.find("failed to fetch extra menubar ref for Hung\n"), std::string::npos);
-    EXPECT_NE(printed.find("could not find app with pid 99\n"), std::string::npos);
     EXPECT_NEAR(spent.count(), 0.05, 1e-6) << "the hung application costs one short time-out";
 }
 

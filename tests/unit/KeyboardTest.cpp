@@ -77,18 +77,6 @@ TEST_F(MonitorTest, TheActionAddedLastIsTriedFirst)
     EXPECT_EQ(keys.hotKeyCount(), 1u);
 }
 
-TEST_F(MonitorTest, ModifierOnlyShortcutsAreNotHotKeys)
-{
-    int calls = 0;
-    ::testing::internal::CaptureStdout();
-    monitor.addAction(action(*SRShortcut::shortcutWithKeyEquivalent("⌃⌥"), true, calls),
-                      EventType::keyDown);
-    EXPECT_NE(::testing::internal::GetCapturedStdout().find(
-                  "#Error Shortcut without a key code cannot be registered"),
-              std::string::npos);
-    EXPECT_EQ(keys.hotKeyCount(), 0u);
-}
-
 TEST_F(MonitorTest, TheRecorderRefusesWhatAnotherShortcutHoldsAndPlainKeysButFunctionKeys)
 {
     using ShortcutRecording::canRecordShortcut;

@@ -85,9 +85,6 @@ TEST_F(ScrollDirectionTest, CustomKeysFollowTheTypedCharacterAndKeepTheOtherTabl
         preferences.setString(Keys::scrollKeys, wrongLength);
         EXPECT_EQ(direction(key(keyJ)), ScrollDirection::down) << wrongLength;
     }
-    preferences.setBool(Keys::isScrollShortcutsEnabled, false);
-    EXPECT_EQ(direction(key(keyD)), std::nullopt);
-    EXPECT_EQ(direction(key(keyU)), std::nullopt);
 }
 
 TEST_F(ScrollDirectionTest, ShiftDashesByTheMultiplier)
@@ -226,17 +223,17 @@ protected:
 
     ScrollMode::Services services(WorkQueue &queue)
     {
-        return {{desktop, desktop, desktop},
-                screens,
-                preferences,
-                scheduler,
-                input,
-                input,
-                cursor,
-                scroller,
-                views,
-                queue,
-                inputSources};
+        return {.platform = {desktop, desktop, desktop},
+                .screens = screens,
+                .preferences = preferences,
+                .scheduler = scheduler,
+                .keyboard = input,
+                .events = input,
+                .cursor = cursor,
+                .scroller = scroller,
+                .views = views,
+                .treeQueue = queue,
+                .inputSources = inputSources};
     }
 
     fake::FakeElement left = window;

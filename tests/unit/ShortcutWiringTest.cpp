@@ -49,17 +49,17 @@ protected:
     BufferAndRateScroller scroller {clock, input};
     test::RecordingScrollViews scrollViews;
     fake::InlineWorkQueue scrollQueue;
-    ScrollMode scrollMode {{{desktop, desktop, desktop},
-                            screens,
-                            preferences,
-                            scheduler,
-                            input,
-                            input,
-                            cursor,
-                            scroller,
-                            scrollViews,
-                            scrollQueue,
-                            inputSources}};
+    ScrollMode scrollMode {{.platform = {desktop, desktop, desktop},
+                            .screens = screens,
+                            .preferences = preferences,
+                            .scheduler = scheduler,
+                            .keyboard = input,
+                            .events = input,
+                            .cursor = cursor,
+                            .scroller = scroller,
+                            .views = scrollViews,
+                            .treeQueue = scrollQueue,
+                            .inputSources = inputSources}};
     RecordingSlot recordingSlot;
     ShortcutWiring wiring {{.preferences = preferences,
                             .shortcuts = shortcuts,
