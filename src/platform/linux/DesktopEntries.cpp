@@ -82,7 +82,8 @@ std::optional<DesktopEntry> readDesktopEntry(const std::string &path, const std:
 
 std::vector<std::string> applicationFolders()
 {
-    // XDG_DATA_HOME's first, then those of XDG_DATA_DIRS, with the specification's defaults.
+    // XDG_DATA_HOME's first, then those of XDG_DATA_DIRS (~/.local/share and /usr/local/share,
+    // /usr/share when unset), as every desktop looks for them.
     std::vector<std::string> folders;
     for (const auto &folder :
          QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation))
