@@ -172,15 +172,15 @@ class ResidentTarnvik:
         os.makedirs(os.path.join(self.config, "tarnvik"))
         self.process = None
 
-    def start(self, settings="", by_hand=False, running=True, **variables):
-        """Started as at login, silently, unless `by_hand`: then it opens its settings. Waits
-        until it runs, unless not `running`: with accessibility off it first asks for it."""
+    def start(self, settings="", running=True, **variables):
+        """Started as at login, silently. Waits until it runs, unless not `running`: with
+        accessibility off it first asks for it."""
         self.stop()
         with open(os.path.join(self.config, "tarnvik", "tarnvik.conf"), "w",
                   encoding="utf-8") as f:
             f.write("[General]\n" + settings)
         environment = dict(os.environ, XDG_CONFIG_HOME=self.config, **variables)
-        self.process = subprocess.Popen([TARNVIK] + ([] if by_hand else ["--at-login"]),
+        self.process = subprocess.Popen([TARNVIK, "--at-login"],
                                         stdout=subprocess.PIPE, text=True,
                                         stderr=subprocess.DEVNULL, env=environment)
         if running:

@@ -38,8 +38,6 @@ class Keyboard(unittest.TestCase):
     def tearDown(self):
         self.tarnvik.stop()
         subprocess.run(["setxkbmap", "-layout", "us"], check=True)
-        if window_mapped("Tarnvik Labels"):
-            key("Escape")
 
     def shows_labels(self, *held):
         """Whether the keys, held down together over gtk3-widget-factory, bring labels."""

@@ -73,11 +73,6 @@ class ScrollMode(OverlaySession):
     def start_scrolling(self):
         start_scrolling(self.left)
 
-    def assert_pointer_in(self, frame):
-        at = pointer()
-        self.assertTrue(frame[0] <= at[0] < frame[0] + frame[2]
-                        and frame[1] <= at[1] < frame[1] + frame[3], (at, frame))
-
     def test_tab_shift_tab_and_control_n_change_the_area_and_the_pointer_follows(self):
         self.start_scrolling()
         poll("the pointer at the window's centre",

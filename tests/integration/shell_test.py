@@ -56,13 +56,6 @@ class Shell(unittest.TestCase):
         return showing_all(self.window, lambda a: a.getRole() == pyatspi.ROLE_TEXT
                            and a.getState().contains(pyatspi.STATE_EDITABLE))[0]
 
-    def test_a_second_start_exits_and_opens_the_settings_of_the_first(self):
-        self.tarnvik.start()
-        self.assertFalse(window_mapped(SETTINGS), "a start at login stays silent")
-        self.assertEqual(self.tarnvik.start_again().returncode, 0)
-        poll("the settings of the first", lambda: window_mapped(SETTINGS), 10)
-        self.assertIsNone(self.tarnvik.process.poll(), "the first runs on")
-
     def test_launch_at_login_writes_and_removes_the_autostart_entry(self):
         entry = os.path.join(self.tarnvik.config, "autostart", "tarnvik.desktop")
         self.tarnvik.start("launch-at-login=true\n")

@@ -79,10 +79,5 @@ TEST(LabelMaker, AlphabetComesFromThePreferenceWhenItHasMoreThanThreeCharacters)
         << "whole characters, accents and all";
 }
 
-TEST(LabelMakerDeathTest, ANegativeCountIsAProgrammingFault)
-{
-    EXPECT_DEATH(LabelMaker::makeLabels(defaultAlphabet(), -1), "LabelMaker: unexpected input");
-}
-
 } // namespace
 } // namespace tarnvik

@@ -97,8 +97,6 @@ TEST_F(OverviewTest, TheFirstReportLabelsThePreviewsAndLaterOnesShowTheHiddenLab
     EXPECT_EQ(elements[1]->title, "Terminal");
     EXPECT_EQ(elements[0]->appIcon, "org.example.Editor");
     EXPECT_EQ(elements[1]->appIcon, std::nullopt);
-    EXPECT_EQ(elements[0]->customAttributes,
-              (std::vector<std::pair<std::string, std::string>> {{"MissionControl", "true"}}));
     EXPECT_TRUE(input.captured()) << "the overview's keys come to the session";
 
     mode.hideLabelsForSpaceChange();
@@ -115,15 +113,9 @@ TEST_F(OverviewTest, TheFirstReportLabelsThePreviewsAndLaterOnesShowTheHiddenLab
     EXPECT_EQ(views.w.targetsWindows, 2);
 }
 
-TEST_F(OverviewTest, NoSessionWithTheSettingOffInAnotherModeWithTheOverviewClosedOrNoHelper)
+TEST_F(OverviewTest, NoSessionInAnotherModeWithTheOverviewClosedOrNoHelper)
 {
     overview.open = true;
-    preferences.setBool(Preferences::Keys::autoActivateMissionControl, false);
-    report();
-    EXPECT_FALSE(mode.active());
-    EXPECT_FALSE(observer.hasActivatedForCurrentSession());
-
-    preferences.setBool(Preferences::Keys::autoActivateMissionControl, true);
     inScrollMode = true;
     report();
     EXPECT_FALSE(mode.active());
@@ -190,12 +182,6 @@ TEST_F(OverviewTest, ATypedLabelPicksItsWindowAndControlArrowsHideTheLabels)
     EXPECT_EQ(overview.picks[0], centreOf(editorPreview));
     EXPECT_TRUE(presses().empty()) << "the shell picks it, not a pointer click";
 }
-
-} // namespace
-} // namespace tarnvik::test
-
-namespace tarnvik::test {
-namespace {
 
 TEST_F(OverviewTest, IconsComeByTheWindowNumberInAnIdentifierOrByTitleThenApplicationName)
 {

@@ -175,11 +175,6 @@ TEST_F(TargetSelectionTest, InvisibleAndTinyElementsGetNoLabelsButTinyOnesAreEnt
     auto hairline = add(t.root, "AXGroup", makeRect(0, 200, 1, 1));
     add(hairline, "AXButton", makeRect(0, 200, 50, 20), "Inside hairline");
     add(t.root, "AXButton", makeRect(300, 300, 1, 40), "Thin");
-    auto grainParent = add(t.root, "AXGroup", makeRect(0, 400, 100, 100));
-    grainParent->subrole = "AXHostingView";
-    auto grain = add(grainParent, "AXImage", makeRect(0, 400, 100, 100), "Grain");
-    grain->description = "grain";
-    grain->enabled = true;
     EXPECT_EQ(targets(), (Names {"AXButton Inside hairline"}));
 }
 
