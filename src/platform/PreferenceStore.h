@@ -24,6 +24,11 @@ public:
     virtual void setString(const std::string &key, const std::string &value) = 0;
     virtual void setStringList(const std::string &key, const std::vector<std::string> &value) = 0;
     virtual void remove(const std::string &key) = 0;
+
+    // The stored value of `key` is of its type but unusable: it is not `wanted` (for example
+    // "a number from 0 to 1"). Says so once for each value written, naming where it is written;
+    // the reader falls back as the key documents, and nothing is written back.
+    virtual void reportUnusable(const std::string &key, const std::string &wanted) const = 0;
 };
 
 } // namespace tarnvik

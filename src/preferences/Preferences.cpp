@@ -1,6 +1,8 @@
 #include "preferences/Preferences.h"
 
 #include <algorithm>
+#include <cmath>
+#include <sstream>
 
 namespace tarnvik {
 
@@ -33,7 +35,34 @@ const std::map<std::string, Preferences::DefaultValue> &Preferences::registeredD
     return table;
 }
 
+std::optional<Preferences::Range> Preferences::allowedRange(const std::string &key)
+{
+    using K = Keys;
+    // Wider than the settings window's sliders where a hand-set value still means something
+    // (a rate of 0 scrolls nothing, a volume of 0 is silence); narrow where it can't (no font
+    // size below 4 points is readable).
+    static const std::map<std::string, Range> table = {
+        {K::labelFontSize, {4, 72}},        {K::scrollPxPerMs, {0, 100}},
+        {K::dashSpeedMultiplier, {0, 100}}, {K::autoDeactivateScrollingDelayS, {0, 3600}},
+        {K::soundEffectVolume, {0, 1}},
+    };
+    auto it = table.find(key);
+    if (it == table.end())
+        return std::nullopt;
+    return it->second;
+}
+
 namespace {
+
+// How an unusable number is described to the user who wrote it.
+std::string wantedNumber(const std::optional<Preferences::Range> &range)
+{
+    if (!range)
+        return "a finite number";
+    std::ostringstream text;
+    text << "a number from " << range->minimum << " to " << range->maximum;
+    return text.str();
+}
 
 template<class T>
 std::optional<T> registered(const std::string &key)
@@ -58,9 +87,17 @@ bool Preferences::boolForKey(const std::string &key) const
 
 double Preferences::doubleForKey(const std::string &key) const
 {
-    if (auto stored = _store.doubleValue(key))
-        return *stored;
-    return registered<double>(key).value_or(0.0);
+    const double fallback = registered<double>(key).value_or(0.0);
+    const auto stored = _store.doubleValue(key);
+    if (!stored)
+        return fallback;
+    const auto range = allowedRange(key);
+    if (!std::isfinite(*stored)
+        || (range && (*stored < range->minimum || *stored > range->maximum))) {
+        _store.reportUnusable(key, wantedNumber(range));
+        return fallback;
+    }
+    return *stored;
 }
 
 float Preferences::floatForKey(const std::string &key) const

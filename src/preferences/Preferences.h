@@ -60,12 +60,23 @@ public:
     // type, and are never written to the store.
     static const std::map<std::string, DefaultValue> &registeredDefaults();
 
+    // The numbers a number key can take. A stored value outside them, or not finite, was never
+    // written by the settings window: it came from a hand edit gone wrong, and the registered
+    // default stands in for it.
+    struct Range
+    {
+        double minimum;
+        double maximum;
+    };
+    static std::optional<Range> allowedRange(const std::string &key);
+
     explicit Preferences(PreferenceStore &store)
         : _store(store)
     { }
 
     // Reads in the manner of the platform's defaults: the stored value, else the registered
-    // default, else false, 0 or nothing.
+    // default, else false, 0 or nothing. A number outside its allowed range counts as absent,
+    // and the store says so.
     bool boolForKey(const std::string &key) const;
     double doubleForKey(const std::string &key) const;
     float floatForKey(const std::string &key) const;

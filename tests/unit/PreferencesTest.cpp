@@ -3,10 +3,12 @@
 #include "platform/fake/FakePreferenceStore.h"
 #include "platform/qt/QSettingsPreferenceStore.h"
 
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+#include <limits>
 
 namespace tarnvik {
 namespace {
@@ -33,6 +35,120 @@ TEST(Preferences, StoredValuesWinAndWronglyTypedOnesCountAsAbsent)
     EXPECT_EQ(p.disabledBundlePaths(), (std::vector<std::string> {"/a.app", "/b.app"}));
     p.removeObjectForKey(Keys::mapArrowKeysToScroll);
     EXPECT_FALSE(p.boolForKey(Keys::mapArrowKeysToScroll));
+}
+
+TEST(Preferences, NumbersNotFiniteOrOutOfTheirRangeFallBackToTheDefaultAndAreReported)
+{
+    fake::FakePreferenceStore store;
+    Preferences p(store);
+    store.setDouble(Keys::scrollPxPerMs, std::numeric_limits<double>::quiet_NaN());
+    store.setDouble(Keys::dashSpeedMultiplier, std::numeric_limits<double>::infinity());
+    store.setDouble(Keys::labelFontSize, -5);
+    store.setDouble(Keys::soundEffectVolume, 1e308);
+    EXPECT_EQ(p.doubleForKey(Keys::scrollPxPerMs), 1.0);
+    EXPECT_EQ(p.doubleForKey(Keys::dashSpeedMultiplier), 1.5);
+    EXPECT_EQ(p.doubleForKey(Keys::labelFontSize), 10.0);
+    EXPECT_EQ(p.floatForKey(Keys::soundEffectVolume), 0.6f);
+    EXPECT_EQ(store.reports(),
+              (std::vector<std::string> {
+                  "scroll-px-per-ms: a number from 0 to 100",
+                  "dash-speed-multiplier: a number from 0 to 100",
+                  "label-font-size: a number from 4 to 72",
+                  "soundEffectVolume: a number from 0 to 1",
+              }));
+
+    // The ends are the user's to choose: no scrolling, silence.
+    store.setDouble(Keys::scrollPxPerMs, 0);
+    store.setDouble(Keys::soundEffectVolume, 1);
+    EXPECT_EQ(p.doubleForKey(Keys::scrollPxPerMs), 0.0);
+    EXPECT_EQ(p.doubleForKey(Keys::soundEffectVolume), 1.0);
+    EXPECT_EQ(store.reports().size(), 4u);
+}
+
+TEST(QSettingsPreferenceStore, AHandEditedFileOfUnusableNumbersIsReportedOnceAndKeptAsItIs)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("tarnvik.conf");
+    const QByteArray written = "[General]\nscroll-px-per-ms=nan\ndash-speed-multiplier=inf\n"
+                               "label-font-size=-5\nsoundEffectVolume=1e308\n";
+    {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(written);
+    }
+    QSettingsPreferenceStore store(path.toStdString());
+    Preferences p(store);
+    testing::internal::CaptureStderr();
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(p.doubleForKey(Keys::scrollPxPerMs), 1.0);
+        EXPECT_EQ(p.doubleForKey(Keys::dashSpeedMultiplier), 1.5);
+        EXPECT_EQ(p.doubleForKey(Keys::labelFontSize), 10.0);
+        EXPECT_EQ(p.doubleForKey(Keys::soundEffectVolume), 0.6);
+    }
+    const std::string lines = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(lines,
+              "tarnvik: scroll-px-per-ms=nan in " + path.toStdString()
+                  + " is not a number from 0 to 100; its default stands\n"
+                  + "tarnvik: dash-speed-multiplier=inf in " + path.toStdString()
+                  + " is not a number from 0 to 100; its default stands\n"
+                  + "tarnvik: label-font-size=-5 in " + path.toStdString()
+                  + " is not a number from 4 to 72; its default stands\n"
+                  + "tarnvik: soundEffectVolume=1e308 in " + path.toStdString()
+                  + " is not a number from 0 to 1; its default stands\n");
+    store.reload();
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), written) << "nothing rewritten";
+}
+
+TEST(QSettingsPreferenceStore, AFileThatIsNoSettingsIsKeptBeforeTheFirstChange)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("tarnvik.conf");
+    const QByteArray written = "[General\nlabel-font-size=12\n";
+    {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(written);
+    }
+    testing::internal::CaptureStderr();
+    QSettingsPreferenceStore store(path.toStdString());
+    Preferences p(store);
+    EXPECT_EQ(p.doubleForKey(Keys::labelFontSize), 12.0) << "what can be read stands";
+    p.setBool(Keys::chainClicks, true);
+    EXPECT_TRUE(p.boolForKey(Keys::chainClicks)) << "the store still works";
+    const std::string lines = testing::internal::GetCapturedStderr();
+    EXPECT_NE(lines.find(path.toStdString() + " can't be read whole as settings"),
+              std::string::npos)
+        << lines;
+
+    const QStringList copies = QDir(dir.path()).entryList({"tarnvik.conf.unparsable-*"});
+    ASSERT_EQ(copies.size(), 1);
+    QFile copy(dir.filePath(copies.front()));
+    ASSERT_TRUE(copy.open(QIODevice::ReadOnly));
+    EXPECT_EQ(copy.readAll(), written) << "the hand edit is kept whole";
+    EXPECT_NE(lines.find(copies.front().toStdString()), std::string::npos);
+}
+
+TEST(QSettingsPreferenceStore, AFolderThatCantHoldTheFileGivesTheDefaultsAndSaysSo)
+{
+    QTemporaryDir dir;
+    // A file where the folder should be: not even root reads or writes through it.
+    QFile blocker(dir.filePath("tarnvik"));
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    const std::string path = dir.filePath("tarnvik/tarnvik.conf").toStdString();
+    testing::internal::CaptureStderr();
+    QSettingsPreferenceStore store(path);
+    Preferences p(store);
+    EXPECT_EQ(p.stringForKey(Keys::nonSearchShortcut), "⇧⌘Space");
+    p.setDouble(Keys::labelFontSize, 12);
+    p.setDouble(Keys::scrollPxPerMs, 2);
+    EXPECT_EQ(p.doubleForKey(Keys::labelFontSize), 12.0) << "changes last while it runs";
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "tarnvik: " + path
+                  + " can't be read or written; the defaults stand, and changes last until "
+                    "Tarnvik quits\n");
 }
 
 TEST(QSettingsPreferenceStore, ValuesSurviveTheFileWithTheirTypes)

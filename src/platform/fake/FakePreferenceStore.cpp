@@ -47,4 +47,16 @@ void FakePreferenceStore::remove(const std::string &key)
     _values.erase(key);
 }
 
+void FakePreferenceStore::reportUnusable(const std::string &key, const std::string &wanted) const
+{
+    std::lock_guard lock(_mutex);
+    _reports.push_back(key + ": " + wanted);
+}
+
+std::vector<std::string> FakePreferenceStore::reports() const
+{
+    std::lock_guard lock(_mutex);
+    return _reports;
+}
+
 } // namespace tarnvik::fake

@@ -27,6 +27,10 @@ public:
         put(key, value);
     }
     void remove(const std::string &key) override;
+    void reportUnusable(const std::string &key, const std::string &wanted) const override;
+
+    // Each report as "key: wanted", in order.
+    std::vector<std::string> reports() const;
 
 private:
     template<class T>
@@ -35,6 +39,7 @@ private:
 
     mutable std::mutex _mutex;
     std::map<std::string, Stored> _values;
+    mutable std::vector<std::string> _reports;
 };
 
 } // namespace tarnvik::fake

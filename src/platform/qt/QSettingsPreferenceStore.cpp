@@ -1,5 +1,8 @@
 #include "platform/qt/QSettingsPreferenceStore.h"
 
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
 #include <QSettings>
 #include <QStringList>
 
@@ -18,11 +21,17 @@ QString key(const std::string &k)
 
 QSettingsPreferenceStore::QSettingsPreferenceStore()
     : _settings(std::make_unique<QSettings>(QStringLiteral("tarnvik"), QStringLiteral("tarnvik")))
-{ }
+{
+    std::lock_guard lock(_mutex);
+    checkFile();
+}
 
 QSettingsPreferenceStore::QSettingsPreferenceStore(const std::string &path)
     : _settings(std::make_unique<QSettings>(QString::fromStdString(path), QSettings::IniFormat))
-{ }
+{
+    std::lock_guard lock(_mutex);
+    checkFile();
+}
 
 QSettingsPreferenceStore::~QSettingsPreferenceStore() = default;
 
@@ -119,23 +128,59 @@ void QSettingsPreferenceStore::reload()
 {
     std::lock_guard lock(_mutex);
     _settings->sync();
-    if (_settings->status() == QSettings::FormatError)
-        std::fprintf(stderr, "tarnvik: %s can't be read as settings; the defaults stand\n",
-                     qPrintable(_settings->fileName()));
+    checkFile();
+}
+
+void QSettingsPreferenceStore::checkFile()
+{
+    const int status = _settings->status();
+    if (status == _reportedStatus)
+        return;
+    _reportedStatus = status;
+    const QString file = _settings->fileName();
+    if (status == QSettings::FormatError)
+        std::fprintf(stderr,
+                     "tarnvik: %s can't be read whole as settings; what can be read of it "
+                     "stands, and it is kept as %s before anything is written to it\n",
+                     qPrintable(file), qPrintable(keepUnparsableCopy()));
+    else if (status == QSettings::AccessError)
+        std::fprintf(stderr,
+                     "tarnvik: %s can't be read or written; the defaults stand, and changes last "
+                     "until Tarnvik quits\n",
+                     qPrintable(file));
+}
+
+// Qt reads what it can of such a file and writes only that back, so a person's hand edit would
+// be lost at the next change. The copy is named for the file's time: the same file is kept
+// once, and a later one beside it.
+QString QSettingsPreferenceStore::keepUnparsableCopy() const
+{
+    const QFileInfo file(_settings->fileName());
+    const QString copy = file.absoluteFilePath() + ".unparsable-"
+        + file.lastModified().toString(QStringLiteral("yyyyMMdd-HHmmss"));
+    if (!QFile::exists(copy) && !QFile::copy(file.absoluteFilePath(), copy))
+        return QStringLiteral("nothing (no copy could be made)");
+    return copy;
+}
+
+void QSettingsPreferenceStore::reportUnusable(const std::string &k, const std::string &wanted) const
+{
+    complain(k, value(k), wanted);
 }
 
 void QSettingsPreferenceStore::complain(const std::string &k, const QVariant &v,
-                                        const char *wanted) const
+                                        const std::string &wanted) const
 {
     if (!v.isValid())
         return;
-    const QString written = v.toStringList().join(", ");
+    const QString written =
+        v.typeId() == QMetaType::QStringList ? v.toStringList().join(", ") : v.toString();
     std::lock_guard lock(_mutex);
     // Once for each value written: the same read comes back at every use.
     if (!_complainedOf.insert(k + "=" + written.toStdString()).second)
         return;
     std::fprintf(stderr, "tarnvik: %s=%s in %s is not %s; its default stands\n", k.c_str(),
-                 qPrintable(written), qPrintable(_settings->fileName()), wanted);
+                 qPrintable(written), qPrintable(_settings->fileName()), wanted.c_str());
 }
 
 QVariant QSettingsPreferenceStore::value(const std::string &k) const
@@ -148,6 +193,10 @@ void QSettingsPreferenceStore::set(const std::string &k, const QVariant &value)
 {
     std::lock_guard lock(_mutex);
     _settings->setValue(key(k), value);
+    // Written now rather than at Qt's next idle moment, so that a file that can't be written
+    // is said at the change that needed it.
+    _settings->sync();
+    checkFile();
 }
 
 } // namespace tarnvik

@@ -7,6 +7,7 @@
 #include <set>
 
 class QSettings;
+class QString;
 class QVariant;
 
 namespace tarnvik {
@@ -33,6 +34,7 @@ public:
     void setString(const std::string &key, const std::string &value) override;
     void setStringList(const std::string &key, const std::vector<std::string> &value) override;
     void remove(const std::string &key) override;
+    void reportUnusable(const std::string &key, const std::string &wanted) const override;
 
     // The file behind the store.
     std::string path() const;
@@ -42,12 +44,17 @@ public:
 private:
     QVariant value(const std::string &key) const;
     void set(const std::string &key, const QVariant &value);
+    // One line on standard error when the file can't be read or written, and not again while
+    // that lasts. Called with the lock held.
+    void checkFile();
+    QString keepUnparsableCopy() const;
     // One line on standard error for a value that is there but not of the type wanted.
-    void complain(const std::string &key, const QVariant &value, const char *wanted) const;
+    void complain(const std::string &key, const QVariant &value, const std::string &wanted) const;
 
     mutable std::mutex _mutex;
     std::unique_ptr<QSettings> _settings;
     mutable std::set<std::string> _complainedOf;
+    int _reportedStatus = 0;
 };
 
 } // namespace tarnvik
