@@ -1,15 +1,13 @@
 #include "platform/linux/WheelScrolling.h"
 
-#include <fcntl.h>
-#include <linux/input.h>
-#include <unistd.h>
-
 #include <cmath>
-#include <limits>
-#include <optional>
-#include <vector>
-
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <limits>
+#include <linux/input.h>
+#include <optional>
+#include <unistd.h>
+#include <vector>
 
 namespace tarnvik::linux {
 namespace {

@@ -1,5 +1,6 @@
 #include "platform/linux/WheelScrolling.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstring>
@@ -17,11 +18,16 @@ namespace tarnvik::linux {
 
 long WheelAccumulator::add(double px)
 {
+    // Once in the sum, a NaN or an infinity would turn every later scroll into nonsense.
+    if (!std::isfinite(px))
+        return 0;
     if (px * _lastPx < 0)
         _pending = 0;
     if (px != 0)
         _lastPx = px;
-    _pending += px / _pixelsPerUnit;
+    // Bounded, so that the units stay within what a long and an input event's value hold.
+    constexpr double mostUnits = 1e6;
+    _pending = std::clamp(_pending + px / _pixelsPerUnit, -mostUnits, mostUnits);
     const long units = std::lround(_pending);
     _pending -= static_cast<double>(units);
     return units;
@@ -30,8 +36,6 @@ long WheelAccumulator::add(double px)
 namespace {
 
 constexpr const char *deviceName = "Tarnvik smooth scrolling";
-// Units of a high-resolution wheel per step, as the kernel counts them.
-constexpr double hiResPerStep = 120;
 
 // X wheel buttons posted through XTest: four and five scroll up and down, six and seven left
 // and right, one step a click.
@@ -68,60 +72,50 @@ private:
     WheelAccumulator _horizontal {pixelsPerWheelStep};
 };
 
-// A virtual mouse whose wheels report in 120ths of a step, and also in whole steps for readers
-// of the old axes, as real high-resolution wheels do.
-class UinputScrolling final : public ScrollPosting
+} // namespace
+
+UinputScrolling::~UinputScrolling()
 {
-public:
-    explicit UinputScrolling(int fd)
-        : _fd(fd)
-    { }
-    ~UinputScrolling() override
-    {
-        ioctl(_fd, UI_DEV_DESTROY);
-        close(_fd);
-    }
+    ioctl(_fd, UI_DEV_DESTROY);
+    close(_fd);
+}
 
-    void postScroll(double verticalPx, double horizontalPx) override
-    {
-        std::lock_guard lock(_mutex);
-        axis(_vertical.add(verticalPx), _verticalSteps, REL_WHEEL_HI_RES, REL_WHEEL);
-        // The kernel's horizontal wheel is positive to the right.
-        axis(_horizontal.add(-horizontalPx), _horizontalSteps, REL_HWHEEL_HI_RES, REL_HWHEEL);
-        emit(EV_SYN, SYN_REPORT, 0);
-    }
+void UinputScrolling::postScroll(double verticalPx, double horizontalPx)
+{
+    std::lock_guard lock(_mutex);
+    axis(_vertical.add(verticalPx), _verticalSteps, REL_WHEEL_HI_RES, REL_WHEEL);
+    // The kernel's horizontal wheel is positive to the right.
+    axis(_horizontal.add(-horizontalPx), _horizontalSteps, REL_HWHEEL_HI_RES, REL_HWHEEL);
+    emit(EV_SYN, SYN_REPORT, 0);
+}
 
-private:
-    void axis(long units, long &steps, std::uint16_t hiRes, std::uint16_t whole)
-    {
-        if (units == 0)
-            return;
-        emit(EV_REL, hiRes, static_cast<std::int32_t>(units));
-        steps += units;
-        const long wholeSteps = steps / static_cast<long>(hiResPerStep);
-        steps -= wholeSteps * static_cast<long>(hiResPerStep);
-        if (wholeSteps != 0)
-            emit(EV_REL, whole, static_cast<std::int32_t>(wholeSteps));
-    }
+void UinputScrolling::axis(long units, long &steps, std::uint16_t hiRes, std::uint16_t whole)
+{
+    if (units == 0)
+        return;
+    emit(EV_REL, hiRes, static_cast<std::int32_t>(units));
+    // As with the units, a change of direction starts the whole steps afresh.
+    if (units * steps < 0)
+        steps = 0;
+    steps += units;
+    const long wholeSteps = steps / static_cast<long>(hiResUnitsPerStep);
+    steps -= wholeSteps * static_cast<long>(hiResUnitsPerStep);
+    if (wholeSteps != 0)
+        emit(EV_REL, whole, static_cast<std::int32_t>(wholeSteps));
+}
 
-    void emit(std::uint16_t type, std::uint16_t code, std::int32_t value)
-    {
-        input_event event {};
-        event.type = type;
-        event.code = code;
-        event.value = value;
-        // A full write or none: the device takes whole events.
-        if (write(_fd, &event, sizeof event) != static_cast<ssize_t>(sizeof event))
-            return;
-    }
+void UinputScrolling::emit(std::uint16_t type, std::uint16_t code, std::int32_t value)
+{
+    input_event event {};
+    event.type = type;
+    event.code = code;
+    event.value = value;
+    // A full write or none: the device takes whole events.
+    if (write(_fd, &event, sizeof event) != static_cast<ssize_t>(sizeof event))
+        return;
+}
 
-    int _fd;
-    std::mutex _mutex;
-    WheelAccumulator _vertical {pixelsPerWheelStep / hiResPerStep};
-    WheelAccumulator _horizontal {pixelsPerWheelStep / hiResPerStep};
-    long _verticalSteps = 0;
-    long _horizontalSteps = 0;
-};
+namespace {
 
 int createUinputMouse()
 {
