@@ -121,7 +121,10 @@ public:
         std::vector<std::uint16_t> keyboards;
         auto *devices = xcb_input_xi_query_device_reply(
             c, xcb_input_xi_query_device(c, XCB_INPUT_DEVICE_ALL), nullptr);
-        for (auto it = xcb_input_xi_query_device_infos_iterator(devices); devices && it.rem;
+        // No reply once the server is gone, as at the end of a session.
+        if (!devices)
+            return keyboards;
+        for (auto it = xcb_input_xi_query_device_infos_iterator(devices); it.rem;
              xcb_input_xi_device_info_next(&it))
             if (it.data->type == XCB_INPUT_DEVICE_TYPE_SLAVE_KEYBOARD)
                 keyboards.push_back(it.data->deviceid);
