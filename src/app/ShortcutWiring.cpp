@@ -5,6 +5,8 @@
 #include "preferences/Preferences.h"
 #include "scroll/ScrollMode.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <functional>
 
 namespace tarnvik {
@@ -14,6 +16,15 @@ namespace {
 // The event masks of the watch, by event type.
 constexpr int keyDownMask = 1 << EventType::keyDown;
 constexpr int flagsChangedMask = 1 << EventType::flagsChanged;
+
+// With TARNVIK_TRACE set: a shortcut that starts nothing leaves nothing else to see, and the
+// integration tests wait for this line before they look for what it did not do.
+void traceToggle(const char *mode, bool running)
+{
+    static const bool tracing = std::getenv("TARNVIK_TRACE") != nullptr;
+    if (tracing)
+        std::fprintf(stderr, "shortcut: %s mode %s\n", mode, running ? "on" : "off");
+}
 
 } // namespace
 
@@ -142,20 +153,24 @@ void ShortcutWiring::clickToggle(bool isSearchDisabled)
 {
     if (_services.mode.active()) {
         _services.mode.deactivate(true);
+        traceToggle("click", false);
         return;
     }
     _services.scrollMode.deactivate();
     _services.mode.activate(isSearchDisabled);
+    traceToggle("click", _services.mode.active());
 }
 
 void ShortcutWiring::scrollToggle()
 {
     if (_services.scrollMode.active()) {
         _services.scrollMode.deactivate();
+        traceToggle("scroll", false);
         return;
     }
     _services.mode.deactivate(true);
     _services.scrollMode.activate();
+    traceToggle("scroll", _services.scrollMode.active());
 }
 
 } // namespace tarnvik
