@@ -65,6 +65,11 @@ void MissionControlObserver::tryActivate()
             _services.activateClickMode();
         else
             printLine("MissionControlObserver: State changed, aborting activation");
+        // An activation that started no session (the shell's extension not enabled yet, its
+        // stage not found) has no session's end to clear the mark: cleared here, the next
+        // opening of the overview labels it.
+        if (!_services.isInMode())
+            resetSession();
     });
 }
 

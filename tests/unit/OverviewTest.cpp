@@ -131,6 +131,15 @@ TEST_F(OverviewTest, NoSessionInAnotherModeWithTheOverviewClosedOrNoHelper)
     mode.activate(true);
     EXPECT_FALSE(mode.active());
     EXPECT_EQ(input.beeps(), 1);
+
+    // An opening whose activation fails leaves the next opening to label: as when the user
+    // enables the extension after Tarnvik started.
+    report();
+    EXPECT_FALSE(mode.active());
+    EXPECT_EQ(input.beeps(), 2);
+    overview.unavailableReason.reset();
+    report();
+    EXPECT_TRUE(mode.isMissionControlMode());
 }
 
 TEST_F(OverviewTest, MovingPreviewsHideTheLabelsAndFiveStillTicksLabelTheNewLayout)
