@@ -78,4 +78,24 @@ void TutorMode::deactivate()
     _tutorWindowController.reset();
 }
 
+CGPoint TutorMode::popoverOrigin(const CGRect &element, const CGSize &popover,
+                                 const std::vector<CGRect> &screens)
+{
+    if (screens.empty())
+        return {element.origin.x, CGRectGetMaxY(element) + 4};
+    const CGPoint centre = centreOf(element);
+    const auto holding = std::find_if(screens.begin(), screens.end(), [&](const CGRect &screen) {
+        return CGRectContainsPoint(screen, centre);
+    });
+    const CGRect &screen = holding != screens.end() ? *holding : screens.front();
+    const double right = screen.origin.x + screen.size.width;
+    const double bottom = CGRectGetMaxY(screen);
+    const double x = std::clamp(centre.x - popover.width / 2, screen.origin.x,
+                                std::max(screen.origin.x, right - popover.width));
+    double y = CGRectGetMaxY(element) + 4;
+    if (y + popover.height > bottom)
+        y = std::max(screen.origin.y, element.origin.y - popover.height - 4);
+    return {x, y};
+}
+
 } // namespace tarnvik

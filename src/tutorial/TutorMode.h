@@ -43,6 +43,11 @@ public:
 
     // The rows of an element, sorted by key, those without text left out.
     static std::vector<TutorRow> rows(const UIElement &element);
+    // Where the popover of that size stands, in the accessibility space: below the element and
+    // centred on it, above it where its screen ends first, and always on the screen that holds
+    // the element's centre (the first one when none does).
+    static CGPoint popoverOrigin(const CGRect &element, const CGSize &popover,
+                                 const std::vector<CGRect> &screens);
 
 private:
     Services _services;

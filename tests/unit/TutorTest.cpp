@@ -9,6 +9,28 @@ namespace {
 
 using Rows = std::vector<TutorRow>;
 
+TEST(TutorPopover, StandsOnTheScreenOfItsElement)
+{
+    // A second monitor to the right of the first, taller, and lower down.
+    const std::vector<CGRect> screens = {makeRect(0, 0, 1920, 1080),
+                                         makeRect(1920, 200, 1280, 1024)};
+    const CGSize popover {300, 200};
+
+    const CGPoint below = TutorMode::popoverOrigin(makeRect(2500, 500, 100, 30), popover, screens);
+    EXPECT_EQ(below.x, 2400) << "centred on the element, on its own screen";
+    EXPECT_EQ(below.y, 534);
+
+    // At the second screen's right and bottom edges: kept inside that screen, above the element.
+    const CGPoint corner = TutorMode::popoverOrigin(makeRect(3150, 1150, 40, 30), popover, screens);
+    EXPECT_EQ(corner.x, 3200 - 300);
+    EXPECT_EQ(corner.y, 1150 - 200 - 4);
+
+    // Low on the second screen, where the first has already ended: still below.
+    const CGPoint low = TutorMode::popoverOrigin(makeRect(2000, 900, 100, 30), popover, screens);
+    EXPECT_EQ(low.y, 934);
+    EXPECT_EQ(low.x, 1920) << "not pushed back onto the first screen";
+}
+
 TEST(TutorRows, SortedByKeyWithTheCustomAttributesAmongThemAndEmptyOnesLeftOut)
 {
     UIElement e(std::nullopt, "AXButton", {}, {});

@@ -118,16 +118,17 @@ public:
         painter.drawRect(rect().adjusted(0, 0, -1, -1));
     }
 
-    // Below the element, centred on it; above it where the screen ends first.
     void placeBelow(QRect element)
     {
-        const QRect screen = QGuiApplication::primaryScreen()->geometry();
-        int x = element.center().x() - width() / 2;
-        x = std::clamp(x, screen.left(), std::max(screen.left(), screen.right() - width()));
-        int y = element.bottom() + 4;
-        if (y + height() > screen.bottom())
-            y = std::max(screen.top(), element.top() - height() - 4);
-        move(x, y);
+        std::vector<CGRect> screens;
+        for (const QScreen *screen : QGuiApplication::screens()) {
+            const QRect g = screen->geometry();
+            screens.push_back(makeRect(g.x(), g.y(), g.width(), g.height()));
+        }
+        const CGPoint origin = TutorMode::popoverOrigin(
+            makeRect(element.x(), element.y(), element.width(), element.height()),
+            {static_cast<double>(width()), static_cast<double>(height())}, screens);
+        move(static_cast<int>(origin.x), static_cast<int>(origin.y));
     }
 };
 
