@@ -16,7 +16,7 @@ import unittest
 import pyatspi
 
 from desktop_apps import (PAGES, PROMPT, TARNVIK, Application, ResidentTarnvik, accessible_window,
-                          chromium, firefox, intersect, key, label_drawn_below, poll, rect,
+                          chromium, firefox, intersect, key, label_drawn_below, main, poll, rect,
                           set_accessibility, targets, window_mapped)
 
 
@@ -209,4 +209,4 @@ class FirefoxTabs(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(verbosity=2)
+    main()

@@ -8,15 +8,13 @@ import signal
 import subprocess
 import tempfile
 import time
-import unittest
 
 import pyatspi
 
 from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window,
                           assert_typing_reaches, key, label_at, label_drawn_below, labels_mapped,
-                          pointer_drawn, poll, process_frame, rect, screen_pixels,
-                          showing_all, showing_descendant, targets, window_mapped,
-                          xdotool)
+                          main, pointer_drawn, poll, process_frame, rect, screen_pixels,
+                          showing_all, showing_descendant, targets, window_mapped, xdotool)
 
 
 def pixels_in(box, pixels):
@@ -234,4 +232,4 @@ class ClickMode(OverlaySession):
 
 
 if __name__ == "__main__":
-    unittest.main()
+    main()

@@ -5,11 +5,10 @@ how many presses and double clicks came."""
 
 import os
 import time
-import unittest
 
 import pyatspi
 
-from desktop_apps import (OverlaySession, assert_typing_reaches, key, label_at, poll, rect,
+from desktop_apps import (OverlaySession, assert_typing_reaches, key, label_at, main, poll, rect,
                           targets, window_mapped, xdotool)
 
 PRESS_LOG = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "press_log.py")
@@ -76,4 +75,4 @@ class Clicks(OverlaySession):
 
 
 if __name__ == "__main__":
-    unittest.main(verbosity=2)
+    main()

@@ -5,10 +5,14 @@ import ctypes
 import json
 import os
 import pathlib
+import re
+import shutil
 import signal
 import struct
 import subprocess
+import sys
 import tempfile
+import threading
 import time
 import unittest
 
@@ -17,6 +21,130 @@ import pyatspi
 TARNVIK = os.environ["TARNVIK"]
 # The local pages the browsers open.
 PAGES = pathlib.Path(__file__).parent.parent / "pages"
+
+# The status a sanitized process ends with after a report: neither 0 nor 1, which some commands
+# end with on their own.
+SANITIZER_EXIT = 86
+
+
+def _sanitizer_reports():
+    """The folder every sanitized process the suite starts writes AddressSanitizer's reports
+    into, emptied for this run: a report goes there whatever the process did with its standard
+    error."""
+    folder = os.environ.get("TARNVIK_SANITIZER_REPORTS") or tempfile.mkdtemp(
+        prefix="tarnvik-sanitizer-")
+    shutil.rmtree(folder, ignore_errors=True)
+    os.makedirs(folder)
+    # Later options win over earlier ones, so what the suite needs goes last. UBSan reports
+    # once and ends the process, as AddressSanitizer does. GCC's UBSan runtime beside ASan's
+    # keeps writing to standard error whatever its log_path, so the exit status, and the
+    # standard error of the processes the tests start (`Output`), tell of its reports.
+    common = f"exitcode={SANITIZER_EXIT}:log_path={folder}/report"
+    for variable, own in (("ASAN_OPTIONS", ""),
+                          ("UBSAN_OPTIONS", "print_stacktrace=1:halt_on_error=1:")):
+        given = os.environ.get(variable)
+        os.environ[variable] = (given + ":" if given else "") + own + common
+    return folder
+
+
+SANITIZER_REPORTS = _sanitizer_reports()
+# A report's first line, as UBSan and AddressSanitizer begin one.
+SANITIZER_LINE = re.compile(r": runtime error: |==\d+==(ERROR|WARNING): \w+Sanitizer")
+_reported = set()
+_outputs = []
+_sanitizer_exits = []
+
+
+def note_exit(command, status):
+    """Keeps a sanitizer's exit for the check, rather than fail a clean-up half way."""
+    if status == SANITIZER_EXIT:
+        _sanitizer_exits.append(f"{' '.join(map(str, command))} ended with the sanitizers' "
+                                f"status {status}")
+
+
+def check_sanitizer_reports():
+    """Fails with the text of every sanitizer report written since the last check."""
+    new = sorted(set(os.listdir(SANITIZER_REPORTS)) - _reported)
+    _reported.update(new)
+    texts = []
+    for name in new:
+        with open(os.path.join(SANITIZER_REPORTS, name), errors="replace") as f:
+            texts.append(f"{name}:\n{f.read()[:6000]}")
+    texts += _sanitizer_exits
+    _sanitizer_exits.clear()
+    texts += ["standard error of " + " ".join(output.command) + ":\n" + "\n".join(lines)
+              for output in _outputs if (lines := output.sanitizer_lines())]
+    if texts:
+        raise AssertionError("a sanitizer reported:\n" + "\n".join(texts))
+
+
+class _SanitizerCheckedResult(unittest.TextTestResult):
+    def startTest(self, test):
+        super().startTest(test)
+        # The first cleanup added runs last: after the test's own have stopped what it started.
+        test.addCleanup(check_sanitizer_reports)
+
+
+def main():
+    """Runs the module's tests as unittest.main does; each test fails on a sanitizer report
+    written while it ran, and the run fails on one written while the classes ended."""
+    program = unittest.main(testRunner=unittest.TextTestRunner(
+        resultclass=_SanitizerCheckedResult, verbosity=2), exit=False)
+    try:
+        check_sanitizer_reports()
+    except AssertionError as late:
+        print(late, file=sys.stderr)
+        sys.exit(1)
+    sys.exit(not program.result.wasSuccessful())
+
+
+class Output:
+    """The lines a process writes to its pipes, read as they come on threads of their own so
+    that no wait for a line outlasts its deadline, and kept for later assertions and for the
+    sanitizer check."""
+
+    def __init__(self, process, *pipes):
+        self.command = list(map(str, process.args))
+        self._lines = []
+        self._checked = 0
+        self._lock = threading.Lock()
+        self._readers = [threading.Thread(target=self._read, args=(pipe,), daemon=True)
+                         for pipe in pipes]
+        for reader in self._readers:
+            reader.start()
+        _outputs.append(self)
+
+    def _read(self, pipe):
+        with pipe:
+            for line in pipe:
+                with self._lock:
+                    self._lines.append(line.rstrip("\n"))
+
+    def sanitizer_lines(self):
+        """The first sanitizer report among the lines written since the last call, if any."""
+        with self._lock:
+            new, self._checked = self._lines[self._checked:], len(self._lines)
+        start = next((i for i, line in enumerate(new) if SANITIZER_LINE.search(line)), None)
+        return [] if start is None else new[start:start + 40]
+
+    def lines(self, since=0):
+        with self._lock:
+            return self._lines[since:]
+
+    def mark(self):
+        """Where the lines written from now on start, for `lines` and `wait_for`."""
+        with self._lock:
+            return len(self._lines)
+
+    def wait_for(self, text, since=0, seconds=10):
+        """The first line since the mark that holds the text, waited for."""
+        return poll(f"{text!r} written", lambda: next(
+            (line for line in self.lines(since) if text in line), None), seconds)
+
+    def close(self):
+        """Waits for the pipes' ends: the process has ended."""
+        for reader in self._readers:
+            reader.join(10)
 
 
 # Generous: a browser takes a minute to start on a machine that is compiling at the same time.
@@ -140,7 +268,9 @@ class Application:
     def __init__(self, command):
         self.home = tempfile.mkdtemp(prefix="tarnvik-app-")
         self.process = subprocess.Popen(command(self.home), stdout=subprocess.DEVNULL,
-                                        stderr=subprocess.DEVNULL, start_new_session=True)
+                                        stderr=subprocess.PIPE, text=True, errors="replace",
+                                        start_new_session=True)
+        self.errors = Output(self.process, self.process.stderr)
 
     def bring_to_front(self):
         poll("its window in front", lambda: activate(descendants(self.process.pid)))
@@ -150,7 +280,7 @@ class Application:
             os.killpg(self.process.pid, 9)
         except ProcessLookupError:
             pass
-        self.process.wait()
+        note_exit(self.process.args, self.process.wait())
         subprocess.run(["rm", "-rf", self.home])
 
 
@@ -165,12 +295,14 @@ def chromium(home):
 
 
 class ResidentTarnvik:
-    """The resident program with settings of its own, as a user runs it."""
+    """The resident program with settings of its own, as a user runs it. What it writes to
+    either pipe is kept in `output`, its trace lines among it."""
 
     def __init__(self):
         self.config = tempfile.mkdtemp(prefix="tarnvik-config-")
         os.makedirs(os.path.join(self.config, "tarnvik"))
         self.process = None
+        self.output = None
 
     def start(self, settings="", running=True, **variables):
         """Started as at login, silently. Waits until it runs, unless not `running`: with
@@ -179,28 +311,46 @@ class ResidentTarnvik:
         with open(os.path.join(self.config, "tarnvik", "tarnvik.conf"), "w",
                   encoding="utf-8") as f:
             f.write("[General]\n" + settings)
-        environment = dict(os.environ, XDG_CONFIG_HOME=self.config, **variables)
-        self.process = subprocess.Popen([TARNVIK, "--at-login"],
-                                        stdout=subprocess.PIPE, text=True,
-                                        stderr=subprocess.DEVNULL, env=environment)
+        environment = dict(os.environ, XDG_CONFIG_HOME=self.config, TARNVIK_TRACE="1",
+                           **variables)
+        self.process = subprocess.Popen([TARNVIK, "--at-login"], stdout=subprocess.PIPE,
+                                        stderr=subprocess.PIPE, text=True, errors="replace",
+                                        env=environment)
+        self.output = Output(self.process, self.process.stdout, self.process.stderr)
         if running:
             self.wait_until_running()
 
     def wait_until_running(self):
-        poll("tarnvik to run", lambda: "Tarnvik: running" in self.process.stdout.readline())
+        def running():
+            if self.process.poll() is not None:
+                raise AssertionError(f"tarnvik ended with {self.process.returncode}: "
+                                     + "\n".join(self.output.lines()))
+            return any("Tarnvik: running" in line for line in self.output.lines())
+        poll("tarnvik to run", running)
+
+    def shortcut_handled(self, mode, since, seconds=10):
+        """Whether the shortcut of the mode ("click" or "scroll") left a session of it running,
+        once tarnvik says it handled one after the mark."""
+        return self.output.wait_for(f"shortcut: {mode} mode", since, seconds).endswith(" on")
 
     def stop(self, sig=signal.SIGTERM):
         """Answers the process's exit status."""
         if not self.process:
             return None
         self.process.send_signal(sig)
-        status = self.process.wait(30)
-        self.process = None
+        try:
+            status = self.process.wait(30)
+            note_exit(self.process.args, status)
+        finally:
+            self.output.close()
+            self.process = None
         return status
 
     def remove(self):
-        self.stop()
-        subprocess.run(["rm", "-rf", self.config])
+        try:
+            self.stop()
+        finally:
+            subprocess.run(["rm", "-rf", self.config])
 
     def start_again(self):
         """Starts tarnvik a second time, as a person does to reach the settings; answers how

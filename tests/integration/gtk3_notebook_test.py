@@ -6,11 +6,10 @@ through AT-SPI."""
 
 import os
 import sys
-import unittest
 
 import pyatspi
 
-from desktop_apps import (OverlaySession, key, poll, rect, targets, window_mapped)
+from desktop_apps import OverlaySession, key, main, poll, rect, targets, window_mapped
 
 EDITOR = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps",
                       "tabless_editor.py")
@@ -65,4 +64,4 @@ class TablessNotebook(OverlaySession):
 
 
 if __name__ == "__main__":
-    unittest.main(verbosity=2)
+    main()

@@ -11,8 +11,8 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (TARNVIK, Application, activate, intersect, poll, process_frame,
-                          rect as frame_of, targets)
+from desktop_apps import (TARNVIK, Application, Output, activate, intersect, main, poll,
+                          process_frame, rect as frame_of, targets)
 
 CONTROLS = {
     pyatspi.ROLE_PUSH_BUTTON, pyatspi.ROLE_TOGGLE_BUTTON, pyatspi.ROLE_CHECK_BOX,
@@ -124,10 +124,14 @@ class Gtk3WidgetFactory(unittest.TestCase):
     def test_an_application_that_quits_while_read_costs_no_crash(self):
         reader = subprocess.Popen([TARNVIK, "targets", "--repeat", "100"],
                                   stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
-        time.sleep(0.3)
+        errors = Output(reader, reader.stderr)
+        # Killed once a read is done, while the next ones run.
+        errors.wait_for("build 1:", seconds=30)
+        self.assertIsNone(reader.poll(), "the reads ended before the application did")
         os.kill(self.pid, signal.SIGKILL)
-        _, errors = reader.communicate(timeout=60)
-        self.assertIn(reader.returncode, (0, 1), errors)
+        reader.wait(60)
+        errors.close()
+        self.assertIn(reader.returncode, (0, 1), "\n".join(errors.lines()))
 
 
 class Gtk3InGerman(unittest.TestCase):
@@ -165,4 +169,4 @@ class Gtk3InGerman(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(verbosity=2)
+    main()

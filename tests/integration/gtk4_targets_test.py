@@ -8,7 +8,7 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import Application, accessible_window, activate, poll, targets
+from desktop_apps import Application, accessible_window, activate, main, poll, targets
 
 CONTROLS = {pyatspi.ROLE_PUSH_BUTTON, pyatspi.ROLE_TOGGLE_BUTTON, pyatspi.ROLE_CHECK_BOX,
             pyatspi.ROLE_RADIO_BUTTON, pyatspi.ROLE_COMBO_BOX}
@@ -74,4 +74,4 @@ class Gtk4WidgetFactory(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(verbosity=2)
+    main()

@@ -6,12 +6,11 @@ and a typed label must click a control of the page and one of the browser: what 
 read back through AT-SPI. (Firefox at layout.css.devPixelsPerPx 2 reports root pixels already,
 and a test of it passed without the conversion, so it has none.)"""
 
-import unittest
 
 import pyatspi
 
 from desktop_apps import (PAGES, OverlaySession, chromium, in_root_pixels, key, label_at,
-                          label_drawn_below, poll, rect, showing, targets, window_mapped,
+                          label_drawn_below, main, poll, rect, showing, targets, window_mapped,
                           x_window_frame)
 
 PAGE = (PAGES / "controls.html").as_uri()
@@ -90,4 +89,4 @@ class ChromiumAtTwice(ScaledBrowser, OverlaySession):
 
 
 if __name__ == "__main__":
-    unittest.main(verbosity=2)
+    main()

@@ -9,13 +9,13 @@ through AT-SPI and the labels from the screen."""
 
 import os
 import subprocess
-import unittest
 
 import pyatspi
 
 from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window,
-                          in_root_pixels, key, label_at, label_drawn_below, poll, process_frame,
-                          rect, set_x_resources, targets, window_mapped, x_window_frame)
+                          in_root_pixels, key, label_at, label_drawn_below, main, poll,
+                          process_frame, rect, set_x_resources, targets, window_mapped,
+                          x_window_frame)
 
 QT_CONTROLS = os.environ["QT_CONTROLS"]
 SCREEN = (0, 0, 1920, 1080)
@@ -129,4 +129,4 @@ class QtByXftDpi(ScaledApplication, OverlaySession):
 
 
 if __name__ == "__main__":
-    unittest.main(verbosity=2)
+    main()

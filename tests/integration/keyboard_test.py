@@ -12,9 +12,8 @@ import unittest
 import pyatspi
 
 from desktop_apps import (Application, ResidentTarnvik, Xkb, accessible_window, brings_labels,
-                          click, key, label_at, labels_mapped, pointer, poll, process_frame, rect,
-                          showing_all, showing_descendant, targets, window_mapped,
-                          xdotool)
+                          click, key, label_at, labels_mapped, main, pointer, poll, process_frame,
+                          rect, showing_all, showing_descendant, targets, window_mapped, xdotool)
 
 CAPS = "66"  # Caps Lock's X key code
 LISTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "scroll_lists.py")
@@ -152,4 +151,4 @@ class Keyboard(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(verbosity=2)
+    main()

@@ -11,9 +11,10 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import (PAGES, Application, ResidentTarnvik, accessible_window, assert_typing_reaches,
-                          chromium, click, firefox, key, label_at, label_drawn_below, labels_mapped,
-                          menu_window, poll, process_frame, rect, showing, targets, window_mapped)
+from desktop_apps import (PAGES, Application, ResidentTarnvik, accessible_window,
+                          assert_typing_reaches, chromium, click, firefox, key, label_at,
+                          label_drawn_below, labels_mapped, main, menu_window, poll, process_frame,
+                          rect, showing, targets, window_mapped)
 
 QT_PROGRAM = os.environ["QT_CONTROLS"]
 CONTROLS_PAGE = (PAGES / "controls.html").as_uri()
@@ -287,4 +288,4 @@ class LibreOfficeMenuBar(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(verbosity=2)
+    main()

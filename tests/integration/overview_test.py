@@ -9,7 +9,7 @@ import unittest
 import pyatspi
 from gi.repository import Gio, GLib
 
-from desktop_apps import (Application, ResidentTarnvik, label_colour_in, poll, rect,
+from desktop_apps import (Application, ResidentTarnvik, label_colour_in, main, poll, rect,
                           screen_pixels, xdotool)
 
 WAYLAND = os.environ.get("TARNVIK_DESKTOP_SHELL") == "gnome-wayland"
@@ -253,4 +253,4 @@ class OverviewTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(verbosity=2)
+    main()

@@ -11,7 +11,7 @@ import subprocess
 import tempfile
 import unittest
 
-from desktop_apps import poll
+from desktop_apps import Output, main
 
 RULE = "usr/lib/udev/rules.d/70-tarnvik-uinput.rules"
 
@@ -60,16 +60,15 @@ class DebianPackage(unittest.TestCase):
         process = subprocess.Popen(
             [os.path.join(self.root, "usr/bin/tarnvik"), "--at-login"], cwd=config,
             env=dict(os.environ, XDG_CONFIG_HOME=config), stdout=subprocess.PIPE,
-            stderr=subprocess.DEVNULL, text=True)
-        lines = []
+            stderr=subprocess.PIPE, text=True)
+        output = Output(process, process.stdout, process.stderr)
         try:
-            poll("the installed tarnvik to run",
-                 lambda: lines.append(process.stdout.readline()) or "Tarnvik: running" in lines[-1],
-                 60)
+            output.wait_for("Tarnvik: running", seconds=60)
         finally:
             process.send_signal(signal.SIGTERM)
             self.assertEqual(process.wait(30), 0)
-        return "".join(lines)
+            output.close()
+        return "\n".join(output.lines())
 
     def test_the_installed_program_reads_its_sounds_from_where_it_is_installed(self):
         self.assertNotIn("Failed to find sound file", self.run_installed())
@@ -139,4 +138,4 @@ class DebianPackage(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(verbosity=2)
+    main()

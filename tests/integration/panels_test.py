@@ -8,7 +8,7 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import Application, accessible_window, poll, rect, targets
+from desktop_apps import Application, accessible_window, main, poll, rect, targets
 
 PANELS = os.path.join(os.path.dirname(__file__), "..", "apps", "panels.py")
 QT_CONTROLS = os.environ["QT_CONTROLS"]
@@ -40,4 +40,4 @@ class Panels(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(verbosity=2)
+    main()

@@ -7,7 +7,7 @@ import unittest
 
 import pyatspi
 
-from desktop_apps import Application, accessible_window, poll, rect, targets
+from desktop_apps import Application, accessible_window, main, poll, rect, targets
 
 PROGRAM = os.environ["QT_CONTROLS"]
 TITLE = "Tarnvik Qt Controls"
@@ -56,4 +56,4 @@ class QtControls(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(verbosity=2)
+    main()

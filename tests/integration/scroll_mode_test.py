@@ -6,11 +6,10 @@ the pointer stands, and what the screen shows."""
 import os
 import sys
 import time
-import unittest
 
 import pyatspi
 
-from desktop_apps import (PAGES, OverlaySession, chromium, key, label_colour_in, pointer,
+from desktop_apps import (PAGES, OverlaySession, chromium, key, label_colour_in, main, pointer,
                           pointer_drawn, poll, rect, screen_pixels, showing_all, window_mapped,
                           xdotool)
 
@@ -159,4 +158,4 @@ class ChromiumScrollBox(OverlaySession):
 
 
 if __name__ == "__main__":
-    unittest.main(verbosity=2)
+    main()

@@ -9,7 +9,7 @@ import unittest
 import pyatspi
 
 from desktop_apps import (Application, ResidentTarnvik, accessible_window, brings_labels, click,
-                          key, label_at, labels_mapped, poll, process_frame, rect,
+                          key, label_at, labels_mapped, main, poll, process_frame, rect,
                           showing_descendant, targets)
 
 SETTINGS = "Tarnvik Settings"
@@ -113,4 +113,4 @@ class Settings(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(verbosity=2)
+    main()

@@ -11,9 +11,9 @@ import unittest
 import pyatspi
 from gi.repository import Gio, GLib
 
-from desktop_apps import (PROMPT, TARNVIK, Application, ResidentTarnvik, assert_typing_reaches,
-                          poll, process_frame, set_accessibility,
-                          showing_all, window_mapped)
+from desktop_apps import (PROMPT, TARNVIK, Application, Output, ResidentTarnvik,
+                          assert_typing_reaches, main, note_exit, poll, process_frame,
+                          set_accessibility, showing_all, window_mapped)
 
 SETTINGS = "Tarnvik Settings"
 
@@ -123,8 +123,10 @@ class Shell(unittest.TestCase):
         self.addCleanup(set_accessibility, True)
         # A Qt application started while accessibility is off looks for it no more.
         qt = subprocess.Popen([os.environ["QT_CONTROLS"]], env={
-            k: v for k, v in os.environ.items() if k != "QT_LINUX_ACCESSIBILITY_ALWAYS_ON"})
-        self.addCleanup(qt.wait)
+            k: v for k, v in os.environ.items() if k != "QT_LINUX_ACCESSIBILITY_ALWAYS_ON"},
+            stderr=subprocess.PIPE, text=True, errors="replace")
+        Output(qt, qt.stderr)
+        self.addCleanup(lambda: note_exit(qt.args, qt.wait()))
         self.addCleanup(qt.kill)
         poll("its window", lambda: window_mapped("Tarnvik Qt Controls"))
         self.tarnvik.start(running=False)
@@ -147,4 +149,4 @@ class Shell(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main()
+    main()
