@@ -3,6 +3,7 @@
 #include "platform/KeyCodes.h"
 #include "platform/KeyEvents.h"
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <utility>
@@ -27,12 +28,40 @@ constexpr std::array<ModifierSymbol, 4> modifierSymbols {{
 }};
 
 // Keys whose text is a name rather than the character they type; each name parses back.
-constexpr std::array<std::pair<std::uint16_t, std::string_view>, 5> namedKeys {{
+constexpr std::array<std::pair<std::uint16_t, std::string_view>, 33> namedKeys {{
     {KeyCode::space, "Space"},
     {KeyCode::escape, "Escape"},
     {KeyCode::tab, "Tab"},
     {KeyCode::returnKey, "Enter"},
     {KeyCode::help, "Help"},
+    {KeyCode::left, "Left"},
+    {KeyCode::right, "Right"},
+    {KeyCode::up, "Up"},
+    {KeyCode::down, "Down"},
+    {KeyCode::home, "Home"},
+    {KeyCode::end, "End"},
+    {KeyCode::pageUp, "PageUp"},
+    {KeyCode::pageDown, "PageDown"},
+    {KeyCode::deleteKey, "Delete"},
+    {KeyCode::forwardDelete, "ForwardDelete"},
+    {65, "KeypadDecimal"},
+    {67, "KeypadMultiply"},
+    {69, "KeypadPlus"},
+    {71, "KeypadClear"},
+    {75, "KeypadDivide"},
+    {76, "KeypadEnter"},
+    {78, "KeypadMinus"},
+    {81, "KeypadEquals"},
+    {82, "Keypad0"},
+    {83, "Keypad1"},
+    {84, "Keypad2"},
+    {85, "Keypad3"},
+    {86, "Keypad4"},
+    {87, "Keypad5"},
+    {88, "Keypad6"},
+    {89, "Keypad7"},
+    {91, "Keypad8"},
+    {92, "Keypad9"},
 }};
 
 std::optional<std::string> keyLiteral(std::uint16_t keyCode)
@@ -66,29 +95,39 @@ std::optional<std::uint16_t> keyCodeForLiteral(std::string key)
             return std::nullopt;
         return functionKeyCode(number);
     }
-    if (key == "space")
-        return KeyCode::space;
-    if (key == "esc" || key == "escape")
+    if (key == "esc")
         return KeyCode::escape;
-    if (key == "tab")
-        return KeyCode::tab;
-    if (key == "help")
-        return KeyCode::help;
-    if (key == "enter")
-        return KeyCode::returnKey;
+    for (const auto &[code, name] : namedKeys) {
+        const bool same =
+            std::equal(key.begin(), key.end(), name.begin(), name.end(), [](char a, char b) {
+                return a == std::tolower(static_cast<unsigned char>(b));
+            });
+        if (same)
+            return code;
+    }
+    // A key with neither a character nor a name is written by its code, which reads back.
+    if (key.size() > 2 && key.front() == '<' && key.back() == '>'
+        && std::all_of(key.begin() + 1, key.end() - 1,
+                       [](char c) { return std::isdigit(static_cast<unsigned char>(c)); })
+        && key.size() <= 7) {
+        const int code = std::stoi(key.substr(1, key.size() - 2));
+        if (code < KeyCode::none)
+            return static_cast<std::uint16_t>(code);
+    }
     return std::nullopt;
 }
 
 // The text a key gives with the shortcut's modifiers, where a shortcut needs it: letters and
-// digits as typed, named keys by name.
-std::optional<std::string> keyCharacters(std::uint16_t keyCode, std::uint64_t flags)
+// digits as typed, named keys by name, any other by its code. Never nothing: a key without
+// characters would pass for a shortcut of modifiers alone.
+std::string keyCharacters(std::uint16_t keyCode, std::uint64_t flags)
 {
     if (auto c = asciiCharacter(keyCode)) {
         const bool upper = (flags & ModifierFlag::shift) != 0;
         return std::string(
             1, upper ? static_cast<char>(std::toupper(static_cast<unsigned char>(*c))) : *c);
     }
-    return keyLiteral(keyCode);
+    return literalOrCode(keyCode);
 }
 
 } // namespace

@@ -25,6 +25,24 @@ TEST(SRShortcut, StoredTextParsesAndRoundTrips)
         EXPECT_FALSE(SRShortcut::shortcutWithKeyEquivalent(bad)) << bad;
 }
 
+TEST(SRShortcut, EveryKeyWithModifiersIsStoredInATextThatReadsBackToIt)
+{
+    const std::uint64_t flags = ModifierFlag::control | ModifierFlag::option;
+    for (std::uint16_t code = 0; code < 128; ++code) {
+        if (isModifierKey(code))
+            continue;
+        const auto shortcut = SRShortcut::shortcutWithCode(code, flags);
+        const auto read = SRShortcut::shortcutWithKeyEquivalent(shortcut.description());
+        ASSERT_TRUE(read) << shortcut.description();
+        EXPECT_EQ(read->keyCode(), code) << shortcut.description();
+        EXPECT_EQ(read->modifierFlags(), flags) << shortcut.description();
+        EXPECT_FALSE(read->isModifierOnly()) << shortcut.description();
+    }
+    // The keys a person names, by name.
+    EXPECT_EQ(SRShortcut::shortcutWithCode(KeyCode::left, flags).description(), "⌃⌥Left");
+    EXPECT_EQ(SRShortcut::shortcutWithKeyEquivalent("⌃pagedown")->keyCode(), KeyCode::pageDown);
+}
+
 TEST(SRShortcut, ModifierOnlyShortcutsHaveNoKeyAndNoCharacters)
 {
     EXPECT_TRUE(SRShortcut::shortcutWithKeyEquivalent("⌃⌥⇧⌘")->isModifierOnly());
