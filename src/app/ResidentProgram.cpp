@@ -39,6 +39,18 @@ void openPage(const char *name)
         std::fprintf(stderr, "tarnvik: %s is not installed\n", qPrintable(path));
 }
 
+// Where feedback goes, opened by the desktop's own browser and mail program: nothing is sent
+// unless the user sends it from there.
+constexpr const char *issuesPage = "https://github.com/ostrelline/tarnvik/issues";
+constexpr const char *supportMail = "tarnvik@ostrelline.com";
+
+void openAddress(const QUrl &url)
+{
+    if (!QDesktopServices::openUrl(url))
+        std::fprintf(stderr, "tarnvik: no program on this desktop opens %s\n",
+                     qPrintable(url.toString()));
+}
+
 // What the Ignored Apps page offers: the installed applications' desktop entries.
 std::vector<ListedApplication> installedApplications()
 {
@@ -247,8 +259,12 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                  .wireShortcuts = [this] { _wiring.wireShortcuts(); },
                  .startMissionControlObserver = [this] { _missionControlObserver.start(); },
                  .deactivateModes = [this] { deactivateModes(); },
-                 .menuActions = {.openGithubIssues = [] { openPage("README.md"); },
-                                 .openSupportMail = [] { openPage("README.md"); },
+                 .menuActions = {.openGithubIssues = [] { openAddress(QUrl(issuesPage)); },
+                                 .openSupportMail =
+                                     [] {
+                                         openAddress(QUrl(QString("mailto:%1?subject=Tarnvik %2")
+                                                              .arg(supportMail, TARNVIK_VERSION)));
+                                     },
                                  .openUserGuide = [] { openPage("README.md"); },
                                  .quit =
                                      [] {

@@ -4,7 +4,9 @@ tray item with its menu as a panel reads it over the StatusNotifierItem protocol
 watcher stands in for the panel."""
 
 import os
+import shutil
 import subprocess
+import tempfile
 import sys
 import unittest
 
@@ -68,7 +70,14 @@ class Shell(unittest.TestCase):
         self.assertFalse(os.path.exists(entry))
 
     def test_the_tray_menu_disables_the_front_application_and_quits(self):
-        self.tarnvik.start()
+        # The desktop's opener of addresses, standing in for the browser and the mail program.
+        opener = tempfile.mkdtemp(prefix="tarnvik-opener-")
+        self.addCleanup(shutil.rmtree, opener)
+        opened = os.path.join(opener, "opened")
+        with open(os.path.join(opener, "xdg-open"), "w") as f:
+            f.write(f'#!/bin/sh\necho "$1" >>{opened}\n')
+        os.chmod(os.path.join(opener, "xdg-open"), 0o755)
+        self.tarnvik.start(PATH=opener + os.pathsep + os.environ["PATH"])
         bus = Gio.bus_get_sync(Gio.BusType.SESSION)
 
         def ours():
@@ -91,11 +100,11 @@ class Shell(unittest.TestCase):
         menu = call(item[1], "org.freedesktop.DBus.Properties", "Get",
                     GLib.Variant("(ss)", ("org.kde.StatusNotifierItem", "Menu")), "(v)")[0]
 
-        def entries():
-            call(menu, "com.canonical.dbusmenu", "AboutToShow", GLib.Variant("(i)", (0,)),
+        def entries(parent=0):
+            call(menu, "com.canonical.dbusmenu", "AboutToShow", GLib.Variant("(i)", (parent,)),
                  "(b)")
             layout = call(menu, "com.canonical.dbusmenu", "GetLayout",
-                          GLib.Variant("(iias)", (0, 1, [])), "(u(ia{sv}av))")[1]
+                          GLib.Variant("(iias)", (parent, 1, [])), "(u(ia{sv}av))")[1]
             return [(child[0], child[1].get("label", "")
                      if child[1].get("type") != "separator" else "")
                     for child in layout[2]]
@@ -103,8 +112,8 @@ class Shell(unittest.TestCase):
         titles = [title for _, title in entries()]
         self.assertRegex(titles[2], "^Disable Tarnvik in .+")
 
-        def choose(title):
-            number = next(n for n, t in entries() if t == title)
+        def choose(title, parent=0):
+            number = next(n for n, t in entries(parent) if t == title)
             call(menu, "com.canonical.dbusmenu", "Event",
                  GLib.Variant("(isvu)", (number, "clicked", GLib.Variant("s", ""), 0)), "()")
 
@@ -112,6 +121,19 @@ class Shell(unittest.TestCase):
         poll("the application on the ignore list",
              lambda: "disabled-bundle-paths" in self.tarnvik.settings_file())
         self.assertEqual(entries()[2][1], titles[2].replace("Disable", "Enable", 1))
+
+        # Each feedback entry opens what it names.
+        feedback = next(n for n, t in entries() if t == "Send Feedback")
+        choose("via email", feedback)
+        choose("via GitHub Issues", feedback)
+
+        def opened_addresses():
+            with open(opened) as f:
+                return f.read().splitlines()
+        addresses = poll("both addresses opened", lambda: os.path.exists(opened)
+                         and len(opened_addresses()) == 2 and opened_addresses())
+        self.assertRegex(addresses[0], "^mailto:[^@]+@")
+        self.assertRegex(addresses[1], "^https://.*/issues$")
 
         choose("Quit")
         self.assertEqual(self.tarnvik.process.wait(10), 0)
