@@ -24,13 +24,26 @@ std::vector<std::string> itemsOf(const QString &text)
     return items;
 }
 
+// The locale's date of middle length, as a desktop program's About page shows it ("25 Nov 2026",
+// "Nov 25, 2026"): Qt knows a short and a long form only, so the long one without its weekday
+// and with the month's short name.
+QString mediumDateFormat(const QLocale &locale)
+{
+    QString format = locale.dateFormat(QLocale::LongFormat);
+    static const QRegularExpression weekday(QStringLiteral("d{4}[,.]?\\s*"));
+    format.remove(weekday);
+    format.replace(QStringLiteral("MMMM"), QStringLiteral("MMM"));
+    return format.trimmed();
+}
+
 // The feed writes RFC 2822 dates; the page shows the day as the user's language writes it.
 std::string formattedDate(const QString &text)
 {
     const QDateTime date = QDateTime::fromString(text, Qt::RFC2822Date);
     if (!date.isValid())
         return text.toStdString();
-    return QLocale().toString(date.date(), "d MMM yyyy").toStdString();
+    const QLocale locale;
+    return locale.toString(date.date(), mediumDateFormat(locale)).toStdString();
 }
 
 // The state of one walk through the feed, event by event.

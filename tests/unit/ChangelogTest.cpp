@@ -34,6 +34,17 @@ TEST(Changelog, AnItemNeedsAVersionAndItsDateIsShownAsTheLocaleWritesIt)
     EXPECT_EQ(entries[0].date, "25 Nov 2026");
     EXPECT_EQ(entries[1].date, "last Tuesday") << "a date that doesn't parse, as written";
     EXPECT_TRUE(entries[0].sections.empty());
+
+    const auto dateIn = [](QLocale locale) {
+        QLocale::setDefault(locale);
+        return Changelog::parse(feed("<item><sparkle:shortVersionString>1</"
+                                     "sparkle:shortVersionString><pubDate>Wed, 25 Nov 2026 "
+                                     "12:00:00 +0000</pubDate></item>"))
+            .front()
+            .date;
+    };
+    EXPECT_EQ(dateIn(QLocale(QLocale::English, QLocale::UnitedStates)), "Nov 25, 2026");
+    EXPECT_EQ(dateIn(QLocale(QLocale::Japanese, QLocale::Japan)), "2026年11月25日");
     QLocale::setDefault(before);
 }
 
