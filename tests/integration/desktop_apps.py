@@ -434,6 +434,58 @@ def brings_labels(application, press, release=lambda: None):
     return True
 
 
+class _XImage(ctypes.Structure):
+    _fields_ = [("width", ctypes.c_int), ("height", ctypes.c_int), ("xoffset", ctypes.c_int),
+                ("format", ctypes.c_int), ("data", ctypes.POINTER(ctypes.c_ubyte)),
+                ("byte_order", ctypes.c_int), ("bitmap_unit", ctypes.c_int),
+                ("bitmap_bit_order", ctypes.c_int), ("bitmap_pad", ctypes.c_int),
+                ("depth", ctypes.c_int), ("bytes_per_line", ctypes.c_int),
+                ("bits_per_pixel", ctypes.c_int)]
+
+
+_xlib = None
+
+
+def box_pixels(box):
+    """The screen's pixels in the box (x, y, width, height), row by row as (r, g, b): read
+    from the X server in a few milliseconds, for what shows only for a moment."""
+    global _xlib
+    if _xlib is None:
+        x = ctypes.CDLL("libX11.so.6")
+        x.XOpenDisplay.restype = ctypes.c_void_p
+        x.XDefaultRootWindow.argtypes = [ctypes.c_void_p]
+        x.XDefaultRootWindow.restype = ctypes.c_ulong
+        x.XGetImage.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_int, ctypes.c_int,
+                                ctypes.c_uint, ctypes.c_uint, ctypes.c_ulong, ctypes.c_int]
+        x.XGetImage.restype = ctypes.POINTER(_XImage)
+        x.XFree.argtypes = [ctypes.c_void_p]
+        display = x.XOpenDisplay(None)
+        _xlib = (x, display, x.XDefaultRootWindow(display))
+    x, display, root = _xlib
+    image = x.XGetImage(display, root, box[0], box[1], box[2], box[3], 0xFFFFFFFF, 2)  # ZPixmap
+    try:
+        i = image.contents
+        assert i.bits_per_pixel == 32 and i.byte_order == 0, (i.bits_per_pixel, i.byte_order)
+        data = ctypes.string_at(i.data, i.bytes_per_line * i.height)
+        # Little-endian 32-bit pixels: blue, green, red, unused.
+        return [(data[o + 2], data[o + 1], data[o])
+                for row in range(i.height) for o in range(row * i.bytes_per_line,
+                                                          row * i.bytes_per_line + i.width * 4, 4)]
+    finally:
+        x.XFree(image.contents.data)
+        x.XFree(image)
+
+
+def focus_ring_drawn(frame):
+    """Whether the focus highlight's blue border stands along the frame's top edge."""
+    x, y, w, _ = frame
+    for row in range(3):
+        pixels = box_pixels((x + 6, y + row, w - 12, 1))
+        if sum(1 for r, g, b in pixels if r < 60 and 100 < g < 165 and b > 215) > len(pixels) / 2:
+            return True
+    return False
+
+
 def label_drawn_below(frame, pixels=None):
     """Whether label colours show where the element's label stands: centred on its lower
     edge."""
