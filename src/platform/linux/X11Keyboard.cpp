@@ -12,6 +12,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <optional>
+#include <tuple>
 #include <vector>
 #include <xcb/xcb.h>
 #include <xcb/xinput.h>
@@ -561,12 +562,20 @@ void X11Keyboard::keyEvent(bool press, std::uint8_t keycode, std::uint16_t state
         return;
     }
     event.flags = modifierFlags(state) | keyPositionFlags(event.keyCode);
-    event.isARepeat = press && !_keysDown.insert(keycode).second;
-    if (!press)
-        _keysDown.erase(keycode);
-    // The text with the modifiers held, and with Shift alone, in the event's layout.
-    event.characters = _x->text(keycode, state, state);
-    event.charactersIgnoringModifiers = _x->text(keycode, state & XMod::shift, state);
+    // The text with the modifiers held, and with Shift alone, in the event's layout. A release
+    // gives the text of its press: Shift let go a moment before the key ("?" typed fast) makes
+    // the key's release no "/".
+    const auto held = _keysDown.find(keycode);
+    if (!press && held != _keysDown.end()) {
+        std::tie(event.characters, event.charactersIgnoringModifiers) = held->second;
+        _keysDown.erase(held);
+    } else {
+        event.characters = _x->text(keycode, state, state);
+        event.charactersIgnoringModifiers = _x->text(keycode, state & XMod::shift, state);
+        event.isARepeat = press && held != _keysDown.end();
+        if (press)
+            _keysDown[keycode] = {event.characters, event.charactersIgnoringModifiers};
+    }
     // A copy: the handler may end the capture.
     const auto capture = _capture;
     const bool exclusive = _exclusive;

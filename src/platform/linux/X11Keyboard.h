@@ -8,6 +8,8 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <string>
+#include <utility>
 #include <vector>
 
 class QSocketNotifier;
@@ -85,8 +87,9 @@ private:
     // The window focused when the capture started, which holds the combinations that another
     // client holds on the root; none when the focus was on the root.
     std::uint32_t _focusWindow = 0;
-    // Keys pressed and not yet released during captures: a press of one of them is a repeat.
-    std::set<std::uint8_t> _keysDown;
+    // Keys pressed and not yet released during captures, each with the text its press gave: a
+    // press of one of them is a repeat.
+    std::map<std::uint8_t, std::pair<std::string, std::string>> _keysDown;
 
     // The keyboards taken while another client holds the keyboard, by device id.
     std::vector<std::uint16_t> _grabbedKeyboards;
