@@ -1,0 +1,104 @@
+#!/usr/bin/env python3
+"""Settings a person broke by hand: numbers no setting takes, a file that is no settings file,
+a folder that can't hold one. Each time the program says what it set aside, and still labels
+and scrolls as with no settings at all."""
+
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+import pyatspi
+
+from desktop_apps import (TARNVIK, Output, OverlaySession, brings_labels, key, main, note_exit,
+                          poll, rect, showing_all, window_mapped, xdotool)
+from scroll_mode_test import choose, start_scrolling
+
+LISTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "scroll_lists.py")
+UNUSABLE = ("scroll-px-per-ms=nan\ndash-speed-multiplier=inf\nlabel-font-size=-5\n"
+            "soundEffectVolume=1e308\n")
+
+
+class SettingsValues(OverlaySession):
+    overlay = "Tarnvik Scrolling"
+
+    @classmethod
+    def setUpClass(cls):
+        cls.open_application(lambda home: [sys.executable, LISTS], "Scroll Lists")
+        cls.list = min(showing_all(cls.window, lambda a: a.getRole() == pyatspi.ROLE_SCROLL_PANE),
+                       key=lambda pane: rect(pane)[0])
+
+    def position(self):
+        bar = next(child for child in self.list if child is not None
+                   and child.getRole() == pyatspi.ROLE_SCROLL_BAR
+                   and child.getState().contains(pyatspi.STATE_VERTICAL))
+        return bar.queryValue().currentValue
+
+    def scrolled_in_a_second(self):
+        """How far a second of J moves the list from its top."""
+        start_scrolling(self.list)
+        choose(3, self.list)
+        key("g", "g")
+        poll("the list at the top", lambda: self.position() == 0, 10)
+        xdotool("keydown", "j")
+        poll("the list moving", lambda: self.position() > 0, 10)
+        time.sleep(1)  # the key held, as a person holds it
+        xdotool("keyup", "j")
+
+        def settled():
+            """Where the list stands once two reads a few frames apart agree."""
+            before = self.position()
+            time.sleep(0.1)
+            return before if self.position() == before else None
+        moved = poll("the list stopped", settled, 10)
+        key("Escape")
+        poll("scrolling ended", lambda: not window_mapped(self.overlay), 10)
+        return moved
+
+    def test_numbers_no_setting_takes_give_the_defaults_and_are_named(self):
+        self.tarnvik.start()
+        usual = self.scrolled_in_a_second()
+        self.tarnvik.start(UNUSABLE)
+        scrolled = self.scrolled_in_a_second()
+        # A second of J moves the list by the same number of wheel steps, give or take the
+        # timing of the key's press and release.
+        self.assertLess(abs(scrolled - usual), 0.4 * usual, (scrolled, usual))
+        self.tarnvik.output.wait_for("scroll-px-per-ms=nan")
+        self.assertTrue(brings_labels(self.app, lambda: key("shift+super+space")),
+                        "labels at the default size")
+        with open(os.path.join(self.tarnvik.config, "tarnvik", "tarnvik.conf")) as f:
+            self.assertEqual(f.read(), "[General]\n" + UNUSABLE, "the file is left as it was")
+
+    def test_a_file_that_is_no_settings_is_kept_and_the_program_works(self):
+        self.tarnvik.start("[unclosed\nlabel-font-size=12\n")
+        self.tarnvik.output.wait_for("can't be read whole as settings")
+        self.assertTrue(brings_labels(self.app, lambda: key("shift+super+space")))
+        copies = [name for name in os.listdir(os.path.join(self.tarnvik.config, "tarnvik"))
+                  if name.startswith("tarnvik.conf.unparsable-")]
+        self.assertEqual(len(copies), 1, "the hand-edited file kept")
+
+    def test_a_folder_that_cant_hold_the_settings_leaves_the_defaults(self):
+        # A file where the settings' folder belongs: nobody, root included, writes through it.
+        self.tarnvik.stop()  # one program to a session
+        config = tempfile.mkdtemp(prefix="tarnvik-blocked-")
+        self.addCleanup(shutil.rmtree, config)
+        open(os.path.join(config, "tarnvik"), "w").close()
+        process = subprocess.Popen([TARNVIK, "--at-login"], stdout=subprocess.PIPE,
+                                   stderr=subprocess.PIPE, text=True, errors="replace",
+                                   env=dict(os.environ, XDG_CONFIG_HOME=config))
+        output = Output(process, process.stdout, process.stderr)
+        try:
+            output.wait_for("Tarnvik: running", seconds=30)
+            self.assertTrue(brings_labels(self.app, lambda: key("shift+super+space")),
+                            "the default shortcut works")
+        finally:
+            process.terminate()
+            note_exit(process.args, process.wait(30))
+            output.close()
+
+
+if __name__ == "__main__":
+    main()
