@@ -309,12 +309,12 @@ std::function<void(std::size_t)> ResidentProgram::labelsPaintedTrace()
 
 void ResidentProgram::printRunning()
 {
-    printLine("Tarnvik: running; the click shortcut is "
-              + _preferences.stringForKey(Preferences::Keys::nonSearchShortcut).value_or("unset")
-              + ", the scroll shortcut "
-              + _preferences.stringForKey(Preferences::Keys::scrollShortcut).value_or("unset")
-              + "; scrolling by " + _c.scrolling + ", "
-              + std::to_string(std::lround(1 / refreshPeriod())) + " frames a second");
+    tellUser("Tarnvik: running; the click shortcut is "
+             + _preferences.stringForKey(Preferences::Keys::nonSearchShortcut).value_or("unset")
+             + ", the scroll shortcut "
+             + _preferences.stringForKey(Preferences::Keys::scrollShortcut).value_or("unset")
+             + "; scrolling by " + _c.scrolling + ", "
+             + std::to_string(std::lround(1 / refreshPeriod())) + " frames a second");
 }
 
 } // namespace tarnvik

@@ -71,7 +71,7 @@ int TargetsCommand::run(const Options &options)
         const auto start = std::chrono::steady_clock::now();
         auto read = reader.read(options.search.has_value());
         if (auto *failure = std::get_if<std::string>(&read)) {
-            printLine(*failure);
+            tellUser(*failure);
             return 1;
         }
         const std::chrono::duration<double, std::milli> elapsed =

@@ -42,6 +42,8 @@ int runTargets(const QStringList &arguments, bool tree)
     options.repeat = parser.value(repeat).toInt();
     if (parser.isSet(search))
         options.search = parser.value(search).toStdString();
+    // Showing what a read meets is these commands' job.
+    showDiagnostics();
     if (options.json)
         sendDiagnosticsToStandardError();
 

@@ -55,7 +55,7 @@ void Mode::activateOverOverview()
 {
     // No ordinary window shows over the overview, and the shell keeps its keys.
     if (auto why = _services.overview.unavailable()) {
-        printLine(*why);
+        tellUser(*why);
         _services.events.beep();
         return;
     }

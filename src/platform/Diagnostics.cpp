@@ -1,5 +1,6 @@
 #include "platform/Diagnostics.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
@@ -9,7 +10,13 @@ namespace tarnvik {
 namespace {
 std::mutex outputMutex;
 std::FILE *diagnostics = stdout;
+std::atomic<bool> shown = std::getenv("TARNVIK_TRACE") != nullptr;
 } // namespace
+
+void showDiagnostics()
+{
+    shown = true;
+}
 
 void sendDiagnosticsToStandardError()
 {
@@ -18,6 +25,12 @@ void sendDiagnosticsToStandardError()
 }
 
 void printLine(std::string_view line)
+{
+    if (shown)
+        tellUser(line);
+}
+
+void tellUser(std::string_view line)
 {
     std::lock_guard lock(outputMutex);
     std::fwrite(line.data(), 1, line.size(), diagnostics);

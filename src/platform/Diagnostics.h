@@ -5,8 +5,15 @@
 namespace tarnvik {
 
 // Diagnostics are whole lines on standard output, subject first; lines from parallel tasks
-// never interleave.
+// never interleave. They name the program's own parts, so they are printed only when asked for:
+// with TARNVIK_TRACE set, or by a command whose job is to show them.
 void printLine(std::string_view line);
+
+// A line for the user, who can act on it: printed always, as diagnostics are.
+void tellUser(std::string_view line);
+
+// Diagnostics are printed from now on.
+void showDiagnostics();
 
 // For tools whose standard output is data (JSON): diagnostics go to standard error instead.
 // Set once, before any line is printed.

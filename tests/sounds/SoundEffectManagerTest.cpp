@@ -2,6 +2,7 @@
 
 #include "platform/fake/FakePreferenceStore.h"
 #include "preferences/Preferences.h"
+#include "support/CaptureDiagnostics.h"
 
 #include <filesystem>
 #include <fstream>
@@ -70,7 +71,7 @@ protected:
     // Makes the manager, giving back what it printed.
     std::string start()
     {
-        testing::internal::CaptureStdout();
+        tarnvik::test::captureDiagnostics();
         manager.emplace(player, preferences, directory.string());
         return testing::internal::GetCapturedStdout();
     }
@@ -115,7 +116,7 @@ TEST_F(SoundEffects, SwitchedOffPlaysNothingAndSaysNothing)
 {
     start();
     preferences.setBool(Preferences::Keys::enableSoundEffects, false);
-    testing::internal::CaptureStdout();
+    tarnvik::test::captureDiagnostics();
     manager->playClick();
     manager->playWarning();
     manager->playActivation();
@@ -151,7 +152,7 @@ TEST_F(SoundEffects, SoundWithoutDurationIsDroppedAtItsFirstPlay)
     start();
     EXPECT_TRUE(manager->isLoaded("click7")) << "found out only when played";
 
-    testing::internal::CaptureStdout();
+    tarnvik::test::captureDiagnostics();
     manager->playActivation();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_TRUE(player.plays.empty());

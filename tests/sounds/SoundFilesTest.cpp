@@ -2,6 +2,7 @@
 #include "platform/qt/QtSoundPlayer.h"
 #include "preferences/Preferences.h"
 #include "sounds/SoundEffectManager.h"
+#include "support/CaptureDiagnostics.h"
 
 #include <QAudioDevice>
 #include <QCoreApplication>
@@ -130,7 +131,7 @@ TEST_F(QtSounds, EmptySoundIsDroppedAndTheOthersPlayWithoutADevice)
 
     fake::FakePreferenceStore store;
     Preferences preferences(store);
-    testing::internal::CaptureStdout();
+    tarnvik::test::captureDiagnostics();
     SoundEffectManager manager(player, preferences, scratch.string());
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_TRUE(manager.isLoaded("click7"));

@@ -2,6 +2,7 @@
 
 #include "platform/AXNames.h"
 #include "platform/fake/FakeDesktop.h"
+#include "support/CaptureDiagnostics.h"
 #include "support/TreeBuilding.h"
 
 #include <gtest/gtest.h>
@@ -68,7 +69,7 @@ TEST_F(BuildUITreeTest, ACycleKeepsTheFirstOccurrenceAndPrintsOnce)
     window.appendChild(button); // a second parent
     group.appendChild(window); // an ancestor below its descendant
 
-    ::testing::internal::CaptureStdout();
+    tarnvik::test::captureDiagnostics();
     auto tree = walk(window, true);
     EXPECT_EQ(::testing::internal::GetCapturedStdout(),
               "UITree#add: cycle detected\nUITree#add: cycle detected\n");
@@ -113,7 +114,7 @@ TEST_F(BuildUITreeTest, BrowsersReadWebAreasByPredicateUnlessTurnedOff)
     auto below = link.add("AXStaticText", makeRect(10, 50, 100, 20)).value("News");
     page.predicateResults({link, link});
 
-    ::testing::internal::CaptureStdout();
+    tarnvik::test::captureDiagnostics();
     auto fast = walk(browser, true, true);
     EXPECT_EQ(::testing::internal::GetCapturedStdout(), "UITree#add: cycle detected\n");
     EXPECT_EQ(all(fast),

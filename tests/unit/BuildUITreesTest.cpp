@@ -4,6 +4,7 @@
 #include "platform/fake/FakeDesktop.h"
 #include "platform/fake/FakePreferenceStore.h"
 #include "preferences/Preferences.h"
+#include "support/CaptureDiagnostics.h"
 #include "support/TreeBuilding.h"
 
 #include <future>
@@ -75,7 +76,7 @@ TEST_F(BuildUITreesTest, ReadsWindowMenuBarExtrasAndOpenMenus)
     extrasApp(3, "Wifi", {{"Network", makeRect(1300, 2, 30, 20)}});
     desktop.addWindowInfo(makeRect(1300, 0, 30, 24), 3, "Wifi", "Item-0");
 
-    ::testing::internal::CaptureStdout();
+    tarnvik::test::captureDiagnostics();
     auto trees = build();
     const std::string printed = ::testing::internal::GetCapturedStdout();
     ASSERT_TRUE(trees);
@@ -128,7 +129,7 @@ TEST_F(BuildUITreesTest, ExtrasThatAreNotReallyThereAreRemoved)
     desktop.addWindowInfo(makeRect(800, 0, 20, 24), 4, "Hung");
     desktop.addWindowInfo(makeRect(700, 0, 20, 24), 99, "Gone");
 
-    ::testing::internal::CaptureStdout();
+    tarnvik::test::captureDiagnostics();
     const auto started = desktop.clock().now();
     auto trees = build();
     const Seconds spent = desktop.clock().now() - started;

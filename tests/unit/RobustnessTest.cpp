@@ -4,6 +4,7 @@
 #include "platform/fake/FakeDesktop.h"
 #include "platform/fake/FakePreferenceStore.h"
 #include "preferences/Preferences.h"
+#include "support/CaptureDiagnostics.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -144,7 +145,7 @@ TEST_P(RobustnessTest, HostileTreesNeverCrashHangOrGrowBeyondWhatTheyGave)
 
     for (bool searchAttributes : {false, true}) {
         const int before = desktop.totalCalls();
-        ::testing::internal::CaptureStdout();
+        tarnvik::test::captureDiagnostics();
         BuildUITree builder({desktop, desktop, desktop}, searchAttributes, true);
         auto root = UIElement::fullElement(desktop, hostile.window.ref());
         if (!root) {
