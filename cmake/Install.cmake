@@ -17,18 +17,23 @@ install(FILES data/linux/com.ostrelline.Tarnvik.desktop
   DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 install(FILES data/linux/com.ostrelline.Tarnvik.metainfo.xml
   DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
-install(FILES README.md DESTINATION ${TARNVIK_DOC_DIR})
 install(FILES data/appcast.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnvik)
 # GNOME Shell finds its extensions here; each user enables it with gnome-extensions.
 install(DIRECTORY gnome/tarnvik-gnome@ostrelline.com
   DESTINATION ${CMAKE_INSTALL_DATADIR}/gnome-shell/extensions)
-install(FILES docs/labels-gtk3-widget-factory.png DESTINATION ${TARNVIK_DOC_DIR}/docs)
+# The README and the pictures it shows, each where the README's links point.
+set(TARNVIK_PAGES README.md docs/labels-gtk3-widget-factory.png docs/tutor.png
+  docs/settings-general.png)
+foreach(page ${TARNVIK_PAGES})
+  get_filename_component(folder ${page} DIRECTORY)
+  install(FILES ${page} DESTINATION ${TARNVIK_DOC_DIR}/${folder})
+endforeach()
 install(FILES data/linux/70-tarnvik-uinput.rules DESTINATION ${TARNVIK_UDEV_RULES_DIR})
 install(FILES data/linux/tarnvik-uinput.conf DESTINATION ${TARNVIK_MODULES_LOAD_DIR}
   RENAME tarnvik.conf)
 
 # Where a built but not installed program looks for them: its pages and its release history.
-foreach(page README.md docs/labels-gtk3-widget-factory.png)
+foreach(page ${TARNVIK_PAGES})
   configure_file(${page} ${CMAKE_BINARY_DIR}/${TARNVIK_DOC_DIR}/${page} COPYONLY)
 endforeach()
 configure_file(data/appcast.xml ${CMAKE_BINARY_DIR}/${CMAKE_INSTALL_DATADIR}/tarnvik/appcast.xml

@@ -17,12 +17,12 @@ SoundEffectManager::SoundEffectManager(SoundPlayer &player, const Preferences &p
         const auto file = directory / (std::string(name) + fileExtension);
         std::error_code ignored;
         if (!std::filesystem::is_regular_file(file, ignored)) {
-            printLine(std::string("SoundEffectManager: Failed to find sound file: ") + name);
+            tellUser(std::string("SoundEffectManager: Failed to find sound file: ") + name);
             continue;
         }
         std::string error;
         if (!_player.load(name, file.string(), error)) {
-            printLine(std::string("SoundEffectManager: Failed to preload ") + name + ": " + error);
+            tellUser(std::string("SoundEffectManager: Failed to preload ") + name + ": " + error);
             continue;
         }
         _loaded.insert(name);

@@ -5,6 +5,7 @@ rule is read by this machine's udev."""
 
 import glob
 import os
+import re
 import shutil
 import signal
 import subprocess
@@ -78,6 +79,14 @@ class DebianPackage(unittest.TestCase):
             self.assertIn("Failed to find sound file: click1", self.run_installed())
         finally:
             os.rename(sound + ".away", sound)
+
+    def test_every_picture_the_installed_readme_shows_is_installed_beside_it(self):
+        pages = os.path.join(self.root, "usr/share/doc/tarnvik")
+        with open(os.path.join(pages, "README.md"), encoding="utf-8") as f:
+            pictures = re.findall(r"!\[[^]]*\]\(([^)]+)\)", f.read())
+        self.assertTrue(pictures)
+        for picture in pictures:
+            self.assertTrue(os.path.isfile(os.path.join(pages, picture)), picture)
 
     def test_its_dependencies_are_packages_of_this_debian(self):
         # Nothing is installed: dpkg only weighs the dependencies against this machine's
