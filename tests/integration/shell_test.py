@@ -140,6 +140,36 @@ class Shell(unittest.TestCase):
         self.tarnvik.process = None
         assert_typing_reaches(self.entry(), "qv")
 
+    def test_the_settings_open_whole_on_the_screen_wherever_they_were_left(self):
+        self.tarnvik.start()
+
+        def frame():
+            """The settings window's frame in root pixels, once it is mapped."""
+            found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", SETTINGS],
+                                   capture_output=True, text=True).stdout.split()
+            if not found:
+                return None
+            shown = subprocess.run(["xdotool", "getwindowgeometry", "--shell", found[0]],
+                                   capture_output=True, text=True).stdout
+            values = dict(line.split("=") for line in shown.split())
+            return found[0], [int(values[k]) for k in ("X", "Y", "WIDTH", "HEIGHT")]
+        self.assertEqual(self.tarnvik.start_again().returncode, 0)
+        window, _ = poll("the settings", frame, 20)
+        # Dragged mostly off the screen's lower right corner, then closed.
+        subprocess.run(["xdotool", "windowmove", window, "1800", "1000"], check=True)
+        poll("the settings moved", lambda: frame() and frame()[1][0] >= 1700, 10)
+        # Closed as a person closes it, through the window manager.
+        subprocess.run(["xdotool", "windowactivate", "--sync", window, "key", "alt+F4"],
+                       check=True)
+        poll("the settings closed", lambda: not frame())
+
+        self.assertEqual(self.tarnvik.start_again().returncode, 0)
+        _, (x, y, width, height) = poll("the settings again", frame, 20)
+        screen = [int(n) for n in subprocess.run(["xdotool", "getdisplaygeometry"],
+                                                 capture_output=True, text=True).stdout.split()]
+        self.assertTrue(0 <= x and x + width <= screen[0] and 0 <= y and y + height <= screen[1],
+                        (x, y, width, height, screen))
+
     def test_without_accessibility_the_prompt_names_what_needs_a_restart_and_waits_for_it(self):
         set_accessibility(False)
         self.addCleanup(set_accessibility, True)

@@ -3,6 +3,8 @@
 #include "app/settings/LabelViews.h"
 
 #include <QApplication>
+#include <QCursor>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QMenu>
 #include <QProcess>
@@ -159,8 +161,20 @@ void QtShellViews::closePermissionPrompt()
 
 namespace {
 
+// A window that opens stands whole in the middle of the screen the pointer is on, where the
+// person who asked for it looks: left to itself, a window manager may put it back partly off
+// screen, or on another screen.
 void bringToFront(QWidget &window)
 {
+    if (!window.isVisible()) {
+        const QScreen *screen = QGuiApplication::screenAt(QCursor::pos());
+        const QRect area =
+            (screen ? screen : QGuiApplication::primaryScreen())->availableGeometry();
+        if (!window.testAttribute(Qt::WA_WState_Created))
+            window.adjustSize();
+        const QSize size = window.frameGeometry().size().boundedTo(area.size());
+        window.move(area.center() - QPoint(size.width() / 2, size.height() / 2));
+    }
     window.show();
     window.raise();
     window.activateWindow();
@@ -181,9 +195,6 @@ void QtShellViews::openLabelDesigner()
 {
     if (!_labelDesigner) {
         _labelDesigner = std::make_unique<LabelDesignerWindow>();
-        _labelDesigner->adjustSize();
-        _labelDesigner->move(_labelDesigner->screen()->availableGeometry().center()
-                             - _labelDesigner->rect().center());
     }
     bringToFront(*_labelDesigner);
 }
