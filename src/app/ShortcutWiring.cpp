@@ -17,12 +17,18 @@ namespace {
 constexpr int keyDownMask = 1 << EventType::keyDown;
 constexpr int flagsChangedMask = 1 << EventType::flagsChanged;
 
-// With TARNVIK_TRACE set: a shortcut that starts nothing leaves nothing else to see, and the
-// integration tests wait for this line before they look for what it did not do.
+// With TARNVIK_TRACE set, what each shortcut and each change of the modifiers did goes to
+// standard error: one that starts nothing leaves nothing else to see, and the integration tests
+// wait for these lines before they look for what it did not do.
+bool tracing()
+{
+    static const bool on = std::getenv("TARNVIK_TRACE") != nullptr;
+    return on;
+}
+
 void traceToggle(const char *mode, bool running)
 {
-    static const bool tracing = std::getenv("TARNVIK_TRACE") != nullptr;
-    if (tracing)
+    if (tracing())
         std::fprintf(stderr, "shortcut: %s mode %s\n", mode, running ? "on" : "off");
 }
 
@@ -135,9 +141,11 @@ void ShortcutWiring::monitorHandler(const Wired &wired, int mask, const KeyEvent
     if (event.type == EventType::flagsChanged) {
         // Exact: a bit beyond the four modifiers, Caps Lock's among them, stops the match.
         const std::uint64_t flags = event.flags & 0xFFFF0000;
-        toggleFirst(wired, [flags](const SRShortcut &s) {
+        const bool toggled = toggleFirst(wired, [flags](const SRShortcut &s) {
             return s.isModifierOnly() && s.modifierFlags() == flags;
         });
+        if (!toggled && tracing())
+            std::fprintf(stderr, "modifiers: no shortcut\n");
         return;
     }
     // A key down: watched only with the Hyperkey on.
