@@ -8,8 +8,8 @@ import time
 
 import pyatspi
 
-from desktop_apps import (OverlaySession, assert_typing_reaches, key, label_at, main, poll, rect,
-                          targets, window_mapped, xdotool)
+from desktop_apps import (OverlaySession, Xkb, assert_typing_reaches, key, label_at, main, poll,
+                          rect, targets, window_mapped, xdotool)
 
 PRESS_LOG = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "press_log.py")
 
@@ -49,7 +49,7 @@ class Clicks(OverlaySession):
     def assert_plain_typing(self):
         # The click's release, and a Command-click's Control with it, come 0.1 s after its press,
         # which is what the caller saw: a person turns to the entry after that.
-        time.sleep(0.3)
+        poll("the click's button and modifiers let go", Xkb().nothing_held, 10)
         assert_typing_reaches(self.find(pyatspi.ROLE_TEXT), "qv")
 
     def test_shift_right_clicks_with_no_modifier_even_when_held_after_the_letter(self):

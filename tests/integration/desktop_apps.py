@@ -328,6 +328,10 @@ class ResidentTarnvik:
             return any("Tarnvik: running" in line for line in self.output.lines())
         poll("tarnvik to run", running)
 
+    def shortcut_lines(self, since):
+        """What tarnvik said of the shortcuts it handled after the mark."""
+        return [line for line in self.output.lines(since) if line.startswith("shortcut:")]
+
     def shortcut_handled(self, mode, since, seconds=10):
         """Whether the shortcut of the mode ("click" or "scroll") left a session of it running,
         once tarnvik says it handled one after the mark."""
@@ -631,3 +635,8 @@ class Xkb:
 
     def caps_locked(self):
         return bool(self._state().locked_mods & 2)
+
+    def nothing_held(self):
+        """Whether no modifier and no pointer button is down, as the X server has it."""
+        state = self._state()
+        return state.mods == 0 and state.ptr_buttons == 0
