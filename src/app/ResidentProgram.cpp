@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QScreen>
 #include <QStyleHints>
+#include <QSystemTrayIcon>
 #include <QUrl>
 
 #include <cmath>
@@ -241,6 +242,8 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                },
            .openPage = [](const std::string &page) { openPage(page.c_str()); },
            .openLabelDesigner = [this] { _delegate.openLabelDesigner(); },
+           .hasTray = QSystemTrayIcon::isSystemTrayAvailable,
+           .quit = QCoreApplication::quit,
            .version = TARNVIK_VERSION,
            .appcastPath = installedPath("share/tarnvik/appcast.xml")})
     , _delegate({.preferences = _preferences,

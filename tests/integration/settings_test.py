@@ -132,6 +132,17 @@ class Settings(unittest.TestCase):
         poll("the preference written", lambda: "chain-clicks=true" in self.tarnvik.settings_file(), 10)
         poll("the labels gone", lambda: not labels_mapped(), 10)
 
+    def test_without_a_tray_the_program_says_how_to_reach_it_and_the_settings_quit_it(self):
+        # This desktop has neither a StatusNotifierItem host nor an XEmbed tray.
+        self.tarnvik.output.wait_for("this desktop shows no tray")
+        window = self.open_settings("General")
+        tray = showing_descendant(window, pyatspi.ROLE_CHECK_BOX, "Show tray icon")
+        self.assertFalse(tray.getState().contains(pyatspi.STATE_ENABLED),
+                         "no tray icon to show or hide")
+        click(showing_descendant(window, pyatspi.ROLE_PUSH_BUTTON, "Quit Tarnvik"))
+        self.assertEqual(self.tarnvik.process.wait(10), 0)
+        self.tarnvik.process = None
+
 
 if __name__ == "__main__":
     main()

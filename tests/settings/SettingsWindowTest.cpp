@@ -108,6 +108,8 @@ protected:
              },
          .openPage = [](const std::string &) {},
          .openLabelDesigner = [] {},
+         .hasTray = [] { return true; },
+         .quit = [] {},
          .version = "0.2.0",
          .appcastPath = TARNVIK_APPCAST}};
 };

@@ -106,10 +106,15 @@ QWidget *makeGeneralSettingsView(SettingsServices &services, PreferenceBindings 
                                 services.preferences.boolForKey(Keys::launchAtLogin));
                         }),
         "If enabled, Tarnvik will start when you log in.");
-    application->addRow("Show tray icon",
-                        bindings.toggle(Keys::showMenubarIcon, services.statusItemChanged),
-                        "If enabled, Tarnvik will be accessible from the tray of your panel. If "
-                        "disabled, you will have to start Tarnvik again to display settings.");
+    auto *trayIcon = bindings.toggle(Keys::showMenubarIcon, services.statusItemChanged);
+    QString trayHelp = "If enabled, Tarnvik will be accessible from the tray of your panel. If "
+                       "disabled, you will have to start Tarnvik again to display settings.";
+    if (!services.hasTray()) {
+        trayIcon->setEnabled(false);
+        trayHelp = "This desktop shows no tray: start Tarnvik again to display settings, and "
+                   "quit it with \"Quit Tarnvik\" below the tabs.";
+    }
+    application->addRow("Show tray icon", trayIcon, trayHelp);
     // The package manager that installed Tarnvik updates it: the two switches are kept, but
     // nothing here checks for updates.
     const QString updates = "Tarnvik is updated by the package manager that installed it.";

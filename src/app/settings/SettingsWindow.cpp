@@ -6,7 +6,9 @@
 #include <QHBoxLayout>
 #include <QListWidget>
 #include <QPainter>
+#include <QPushButton>
 #include <QStackedWidget>
+#include <QVBoxLayout>
 
 namespace tarnvik {
 
@@ -70,7 +72,16 @@ SettingsWindow::SettingsWindow(SettingsServices services)
     _sidebar->setIconSize(QSize(24, 24));
     _sidebar->setFixedWidth(180);
     _pages = new QStackedWidget(content);
-    row->addWidget(_sidebar);
+    // Below the tabs, where it stays in reach: on a desktop without a tray this window is the
+    // only way to quit.
+    auto *side = new QVBoxLayout;
+    side->setContentsMargins(0, 0, 0, 8);
+    side->addWidget(_sidebar, 1);
+    auto *quit = new QPushButton("Quit Tarnvik", content);
+    quit->setFixedWidth(_sidebar->width() - 16);
+    connect(quit, &QPushButton::clicked, this, [this] { _services.quit(); });
+    side->addWidget(quit, 0, Qt::AlignHCenter);
+    row->addLayout(side);
     row->addWidget(_pages, 1);
     setCentralWidget(content);
 

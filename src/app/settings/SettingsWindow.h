@@ -47,6 +47,10 @@ struct SettingsServices
     // Opens one of the program's own documents ("README.md").
     std::function<void(const std::string &)> openPage;
     std::function<void()> openLabelDesigner;
+    // Whether the desktop shows a tray, where the status item and its menu would be.
+    std::function<bool()> hasTray;
+    // Ends Tarnvik, as the tray menu's "Quit" does.
+    std::function<void()> quit;
     std::string version;
     // The release history, an update feed.
     std::string appcastPath;

@@ -1,6 +1,7 @@
 #include "app/views/QtShellViews.h"
 
 #include "app/settings/LabelViews.h"
+#include "platform/Diagnostics.h"
 
 #include <QApplication>
 #include <QCursor>
@@ -80,6 +81,11 @@ QtStatusItem::QtStatusItem(ShellViews::MenuBuilder builder)
     QObject::connect(_menu.get(), &QMenu::aboutToShow, _menu.get(), [this] { rebuild(); });
     rebuild();
     _icon->setContextMenu(_menu.get());
+    // Qt speaks to a StatusNotifierItem host where a panel watches, to an XEmbed tray
+    // otherwise; with neither, nothing shows that Tarnvik runs.
+    if (!QSystemTrayIcon::isSystemTrayAvailable())
+        tellUser("Tarnvik: this desktop shows no tray; start tarnvik again to open its settings, "
+                 "where \"Quit Tarnvik\" ends it");
 }
 
 QtStatusItem::~QtStatusItem() = default;
