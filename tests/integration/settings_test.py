@@ -90,8 +90,13 @@ class Settings(unittest.TestCase):
         click(showing_descendant(window, pyatspi.ROLE_PUSH_BUTTON, "Select Apps"))
         click(showing_descendant(window, pyatspi.ROLE_TEXT, "Search apps"))
         key(*"widget")
-        click(showing_descendant(window, pyatspi.ROLE_LIST_ITEM, "Widget Factory"))
-        key("space")
+        # Ticked with Tarnvik's own label, as a person without a mouse ticks it.
+        row = showing_descendant(window, pyatspi.ROLE_LIST_ITEM, "Widget Factory")
+        label = poll("a label on the row", lambda: label_at(rect(row), targets()["targets"]), 10)
+        key("shift+super+space")
+        poll("labels over the settings", labels_mapped, 10)
+        key(*label.lower())
+        poll("the row ticked", lambda: row.getState().contains(pyatspi.STATE_CHECKED), 10)
         click(showing_descendant(window, pyatspi.ROLE_PUSH_BUTTON, "Done"))
         poll("the application stored",
              lambda: "org.gtk.WidgetFactory4.desktop" in self.tarnvik.settings_file(), 10)

@@ -206,6 +206,14 @@ private:
                 selected.erase(index);
             select(std::move(selected));
         });
+        // A click anywhere on a row ticks it, as it does on a check box's text: a click that
+        // the tick mark itself took already is left alone.
+        connect(_sheetList, &QListWidget::itemPressed, this,
+                [this](QListWidgetItem *item) { _pressedState = item->checkState(); });
+        connect(_sheetList, &QListWidget::itemClicked, this, [this](QListWidgetItem *item) {
+            if (item->checkState() == _pressedState)
+                item->setCheckState(_pressedState == Qt::Checked ? Qt::Unchecked : Qt::Checked);
+        });
         connect(done, &QPushButton::clicked, _sheet, &QWidget::hide);
     }
 
@@ -238,6 +246,7 @@ private:
     QLabel *_empty;
     QFrame *_sheet = nullptr;
     QListWidget *_sheetList = nullptr;
+    Qt::CheckState _pressedState = Qt::Unchecked;
 };
 
 } // namespace
