@@ -121,6 +121,7 @@ class RemoteKeyboard:
         for keysym, down in [(k, True) for k in keysyms] + [(k, False) for k in keysyms[::-1]]:
             call(self.SERVICE, self.session, self.SESSION, "NotifyKeyboardKeysym",
                  GLib.Variant("(ub)", (keysym, down)))
+        # A person's pace from one chord to the next, as `key` types on X11.
         time.sleep(0.05)
 
     def stop(self):
@@ -228,9 +229,11 @@ class OverviewTest(unittest.TestCase):
         # Wayland the shell takes it before anything else sees it.
         self.tarnvik.start("auto-activate-mission-control=false\nnon-search-shortcut=⇧⌘K\n")
         try:
+            mark = self.tarnvik.output.mark()
             set_overview(True)
             poll("the previews", lambda: len(previews()) == 2, 20)
-            time.sleep(1)
+            self.tarnvik.output.wait_for("MissionControlObserver: Auto-activation disabled",
+                                         mark, 20)
             self.assertEqual(drawn_labels(), {}, "nothing labels the overview by itself")
             press([0xffe1, 0xffeb, ord("k")], "shift+super+k")
             poll("a label per preview", lambda: len(drawn_labels()) == 2, 20)
