@@ -34,7 +34,8 @@ class Shell(unittest.TestCase):
             [sys.executable, os.path.join(os.path.dirname(__file__),
                                           "status_notifier_watcher.py")],
             stdout=subprocess.PIPE, text=True)
-        poll("the watcher", lambda: "watching" in cls.watcher.stdout.readline())
+        cls.registrations = Output(cls.watcher, cls.watcher.stdout)
+        cls.registrations.wait_for("watching")
         cls.tarnvik = ResidentTarnvik()
         cls.app = Application(lambda home: ["gtk3-widget-factory"])
         cls.app.bring_to_front()
@@ -81,16 +82,22 @@ class Shell(unittest.TestCase):
         bus = Gio.bus_get_sync(Gio.BusType.SESSION)
 
         def ours():
-            """The next item registered, if this test's program registered it."""
-            service, path = self.watcher.stdout.readline().split()[1:]
-            try:
-                owner = bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                      "org.freedesktop.DBus", "GetConnectionUnixProcessID",
-                                      GLib.Variant("(s)", (service,)), GLib.VariantType("(u)"),
-                                      Gio.DBusCallFlags.NONE, 5000, None).unpack()[0]
-            except GLib.Error:  # an earlier test's program, gone
-                return None
-            return (service, path) if owner == self.tarnvik.process.pid else None
+            """The item this test's program registered, if it did."""
+            for line in self.registrations.lines():
+                if not line.startswith("registered "):
+                    continue
+                service, path = line.split()[1:]
+                try:
+                    owner = bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                          "org.freedesktop.DBus", "GetConnectionUnixProcessID",
+                                          GLib.Variant("(s)", (service,)),
+                                          GLib.VariantType("(u)"), Gio.DBusCallFlags.NONE, 5000,
+                                          None).unpack()[0]
+                except GLib.Error:  # an earlier test's program, gone
+                    continue
+                if owner == self.tarnvik.process.pid:
+                    return service, path
+            return None
         item = poll("the item registered", ours)
 
         def call(path, interface, method, args, reply):
