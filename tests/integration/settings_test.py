@@ -8,6 +8,7 @@ import unittest
 import pyatspi
 
 from desktop_apps import (Application, ResidentTarnvik, accessible_window, brings_labels, click,
+                          intersect, label_drawn_below, screen_pixels, showing_all,
                           key, label_at, labels_mapped, main, poll, process_frame, rect,
                           showing_descendant, targets, window_mapped)
 
@@ -136,6 +137,26 @@ class Settings(unittest.TestCase):
         poll("the toggle flipped", lambda: chain.getState().contains(pyatspi.STATE_CHECKED), 10)
         poll("the preference written", lambda: "chain-clicks=true" in self.tarnvik.settings_file(), 10)
         poll("the labels gone", lambda: not labels_mapped(), 10)
+
+    def test_over_an_open_combo_box_list_only_its_items_get_labels(self):
+        window = self.open_settings("General")
+        combo = showing_descendant(window, pyatspi.ROLE_COMBO_BOX)
+        click(combo)
+
+        def item(name):
+            return next(iter(showing_all(combo, lambda a: a.getRole() == pyatspi.ROLE_LIST_ITEM
+                                         and a.name == name and rect(a)[2] > 0)), None)
+        dark = poll("the open list", lambda: item("Dark"), 10)
+        # Qt makes the items wider than their list: the label stands where the item shows.
+        shown = intersect(rect(dark), rect(dark.parent))
+        login = showing_descendant(window, pyatspi.ROLE_CHECK_BOX, "Launch on login")
+        key("shift+super+space")
+        pixels = poll("the list's labels", lambda: (p := screen_pixels())
+                      and label_drawn_below(shown, p) and p, 10)
+        self.assertFalse(label_drawn_below(rect(login), pixels), "the window behind: no labels")
+        key("Escape")
+        poll("the labels gone", lambda: not labels_mapped(), 10)
+        key("Escape")
 
     def test_without_a_tray_the_program_says_how_to_reach_it_and_the_settings_quit_it(self):
         # This desktop has neither a StatusNotifierItem host nor an XEmbed tray.

@@ -5,8 +5,10 @@
 #include <QAccessible>
 #include <QAccessibleActionInterface>
 #include <QAccessibleInterface>
+#include <QApplication>
 #include <QCoreApplication>
 #include <QThread>
+#include <QWidget>
 
 #include <algorithm>
 #include <optional>
@@ -231,8 +233,15 @@ AXResult<Value> attribute(QAccessibleInterface *iface, const std::string &name)
         const auto windows = windowsOf(iface);
         if (name == NSAccessibilityWindowsAttribute)
             return handles(windows);
-        if (name == NSAccessibilityFocusedWindowAttribute)
+        if (name == NSAccessibilityFocusedWindowAttribute) {
+            // An open pop-up (a combo box's list, a menu) holds the keyboard and the pointer
+            // while the window under it stays the active one: what can be pressed now is in
+            // the pop-up alone. Qt lists no pop-up among the application's windows.
+            if (auto *popup = QApplication::activePopupWidget())
+                if (auto *shown = QAccessible::queryAccessibleInterface(popup))
+                    return Value(handleOf(shown));
             return windows.empty() ? Value(AXError::NoValue) : Value(handleOf(windows.front()));
+        }
         if (name == NSAccessibilityChildrenAttribute)
             return handles(windows);
         if (name == NSAccessibilityTitleAttribute)
