@@ -20,6 +20,8 @@ TEST(AtspiRoles, ContextDecidesMenusCombosTextsTabsAndLandmarks)
     EXPECT_EQ(axRoleOf(menu).role, "AXMenu");
     menu.parentRole = role::MenuBar;
     EXPECT_EQ(axRoleOf(menu).role, "AXMenuBarItem");
+    menu.parentRole = role::PopupMenu;
+    EXPECT_EQ(axRoleOf(menu).role, "AXMenuItem") << "an item that opens a submenu";
 
     // Chromium's context menu: a "menu bar" around panels in the menu's own window.
     auto bar = of(role::MenuBar);

@@ -184,7 +184,13 @@ AxRole axRoleOf(const RoleContext &c)
     case role::MenuBar:
         return {c.hasMenuChild ? "AXMenuBar" : "AXGroup", {}};
     case role::Menu:
-        return {c.parentRole == role::MenuBar ? "AXMenuBarItem" : "AXMenu", {}};
+        // GTK's item that opens a submenu is the submenu itself: an item of the menu it stands
+        // in, as a menu bar's is an item of the bar.
+        if (c.parentRole == role::MenuBar)
+            return {"AXMenuBarItem", {}};
+        if (c.parentRole == role::Menu || c.parentRole == role::PopupMenu)
+            return {"AXMenuItem", {}};
+        return {"AXMenu", {}};
     case role::PopupMenu:
         return {"AXMenu", {}};
     case role::MenuItem:
