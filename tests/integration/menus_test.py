@@ -334,6 +334,28 @@ class LibreOfficeMenuBar(unittest.TestCase):
         self.assertEqual(len(expected), 2)
         poll("File and Edit labelled where they are drawn", labelled, 60)
 
+    def test_format_character_is_reached_with_labels_alone(self):
+        tarnvik = ResidentTarnvik()
+        self.addCleanup(tarnvik.remove)
+        tarnvik.start()
+        bar = poll("the menu bar", self.drawn_menu_bar)
+        format_menu = next(item for item in bar if item is not None and item.name == "Format")
+
+        def type_label(accessible):
+            label = poll(f"{accessible.name}'s label", lambda: label_of(accessible), 10)
+            key("shift+super+space")
+            poll("the labels", labels_mapped, 10)
+            key(*label.lower())
+            poll("the labels gone", lambda: not labels_mapped(), 10)
+        type_label(format_menu)
+        character = poll("the Format menu open", lambda: find(
+            format_menu, lambda a: a.name == "Character..." and showing(a)
+            and rect(a)[2] > 1), 10)
+        type_label(character)
+        poll("the Character dialog", lambda: accessible_window("Character"), 20)
+        key("Escape")
+        poll("the dialog closed", lambda: accessible_window("Character") is None, 10)
+
     def test_a_context_menus_item_that_opens_a_submenu_is_labelled_and_opens_it(self):
         tarnvik = ResidentTarnvik()
         self.addCleanup(tarnvik.remove)

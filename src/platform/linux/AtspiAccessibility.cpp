@@ -321,6 +321,13 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
     }
     if (!n.children)
         return AXError::CannotComplete;
+    // A menu that a GTK menu bar opens stands in no window of the application's (LibreOffice's
+    // Insert menu is a pop-up the X server shows, its items below the bar's item on AT-SPI).
+    // While it is open it covers the window and holds the keyboard: the window holds its items
+    // alone, as a context menu's window does.
+    if (n.role && isWindowRole(*n.role))
+        if (auto items = openMenuItems(*ref))
+            return refsValue(*items);
     // What doesn't show is left out, as AppKit leaves out the views of hidden tabs: Firefox
     // keeps every tab's page and its closed menus in the window's tree (a closed menu's items
     // still say they show), GTK 4 the pages a stack hides, sized 0 by 0. An object with no place
@@ -466,6 +473,34 @@ std::optional<ObjectRef> AtspiAccessibility::menuBarUnder(const ObjectRef &windo
                 || n.role == std::optional<std::uint32_t>(role::DocumentWeb);
         });
         level = std::move(next);
+    }
+    return std::nullopt;
+}
+
+std::optional<std::vector<ObjectRef>> AtspiAccessibility::openMenuItems(const ObjectRef &window)
+{
+    auto &s = *_reader;
+    const auto bar = menuBarUnder(window);
+    if (!bar)
+        return std::nullopt;
+    const auto titles = s.node(*bar).children.value_or(std::vector<ObjectRef> {});
+    s.ensure(titles, NRole | NStates | NChildren);
+    for (const auto &title : titles) {
+        const Node t = s.node(title);
+        if (t.role != std::optional<std::uint32_t>(role::Menu) || !t.states
+            || !t.states->has(state::Selected) || !t.children)
+            continue;
+        s.ensure(*t.children, NRole | NStates | NExtents);
+        std::vector<ObjectRef> items;
+        std::copy_if(t.children->begin(), t.children->end(), std::back_inserter(items),
+                     [&s](const ObjectRef &item) {
+                         const Node i = s.node(item);
+                         return i.states && i.states->has(state::Showing) && i.extents
+                             && i.extents->width > 1 && i.extents->height > 1;
+                     });
+        // A closed menu's items say they don't show, and have no place.
+        if (!items.empty())
+            return items;
     }
     return std::nullopt;
 }

@@ -79,6 +79,9 @@ private:
     std::vector<ObjectRef> panelFrames(const ObjectRef &application,
                                        const std::vector<ObjectRef> &windows, Panel panel);
     std::optional<ObjectRef> menuBarUnder(const ObjectRef &window);
+    // The items of the menu that the window's menu bar has open, where the toolkit keeps them
+    // below the bar's item rather than in a window of their own (GTK 3's menu bars).
+    std::optional<std::vector<ObjectRef>> openMenuItems(const ObjectRef &window);
 
     std::unique_ptr<AtspiReader> _reader;
     // Set by invalidateCache(), which each session's read starts with.

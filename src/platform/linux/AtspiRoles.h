@@ -71,10 +71,12 @@ namespace state {
 enum : std::uint32_t {
     Active = 1,
     Checked = 4,
+    Defunct = 6,
     Editable = 7,
     Enabled = 8,
     Focused = 12,
     MultiLine = 17,
+    Selected = 23,
     Sensitive = 24,
     Showing = 25,
     SingleLine = 26,
