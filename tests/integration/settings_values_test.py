@@ -48,12 +48,14 @@ class SettingsValues(OverlaySession):
         time.sleep(1)  # the key held, as a person holds it
         xdotool("keyup", "j")
 
-        def settled():
-            """Where the list stands once two reads a few frames apart agree."""
-            before = self.position()
-            time.sleep(0.1)
-            return before if self.position() == before else None
-        moved = poll("the list stopped", settled, 10)
+        # At rest: the same place in three readings, each a tenth of a second after the last.
+        readings = []
+
+        def at_rest():
+            readings.append(self.position())
+            return readings[-3:] == [readings[-1]] * 3
+        poll("the list at rest", at_rest, 10)
+        moved = readings[-1]
         key("Escape")
         poll("scrolling ended", lambda: not window_mapped(self.overlay), 10)
         return moved
