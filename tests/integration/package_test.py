@@ -94,6 +94,11 @@ class DebianPackage(unittest.TestCase):
         check = subprocess.run(["dpkg", "--dry-run", "--install", self.deb], capture_output=True,
                                text=True)
         self.assertEqual(check.returncode, 0, check.stdout + check.stderr)
+        # The libraries the program links come from dpkg-shlibdeps: without it the package
+        # would name only the two it is given by hand.
+        depends = subprocess.run(["dpkg-deb", "--field", self.deb, "Depends"],
+                                 capture_output=True, text=True, check=True).stdout
+        self.assertIn("libqt6widgets6", depends)
 
     def test_the_desktop_entry_and_the_metainfo_are_valid(self):
         share = os.path.join(self.root, "usr/share")
