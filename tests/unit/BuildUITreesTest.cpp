@@ -7,6 +7,8 @@
 #include "support/CaptureDiagnostics.h"
 #include "support/TreeBuilding.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <future>
 #include <gtest/gtest.h>
 
@@ -171,8 +173,16 @@ TEST_F(BuildUITreesTest, ThisProgramsOwnWindowsAreReadOnTheMainThread)
     auto trees = builder();
     ASSERT_TRUE(trees.isTargetSelf);
     auto result = std::async(std::launch::async, [&] { return trees.build({}); });
-    while (result.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (result.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
+        // A build stuck waiting for the main thread ends the run here: its thread can't be
+        // stopped, and the future's end would wait for it, hanging the suite instead.
+        if (std::chrono::steady_clock::now() > deadline) {
+            std::fputs("BuildUITreesTest: the build never ended\n", stderr);
+            std::abort();
+        }
         desktop.scheduler().runPending();
+    }
     ASSERT_TRUE(result.get());
     EXPECT_EQ(desktop.callingThreads(), std::set {std::this_thread::get_id()});
 }
