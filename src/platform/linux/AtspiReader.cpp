@@ -744,6 +744,11 @@ void AtspiReader::takeSnapshot(const std::string &service)
     std::unordered_map<std::string, std::vector<std::pair<int, ObjectRef>>> childrenOf;
     std::unordered_map<std::string, int> childCounts;
     for (const auto &item : *items) {
+        // The toolkit's cache may keep an object that has gone: Firefox keeps the page a tab
+        // showed before it went to another, defunct and at index -1 of the frame that holds
+        // the new one, which is left out. Taken as the frame's one child, it hid the new page.
+        if (statesOf(item.states).has(state::Defunct))
+            continue;
         const std::string key = item.object.key();
         Node &n = _nodes[key];
         n.role = item.role;
@@ -765,7 +770,8 @@ void AtspiReader::takeSnapshot(const std::string &service)
         childCounts[key] = item.childCount;
         if (!isApplicationRoot(item.object))
             n.childCount = item.childCount;
-        childrenOf[item.parent.key()].emplace_back(item.indexInParent, item.object);
+        if (item.indexInParent >= 0)
+            childrenOf[item.parent.key()].emplace_back(item.indexInParent, item.object);
     }
     // A child list is taken from the snapshot only where it is complete: toolkits keep
     // there only the objects somebody has asked about.
