@@ -1,5 +1,7 @@
 #include "platform/linux/AtspiReader.h"
 
+#include <unordered_map>
+
 namespace tarnvik::linux {
 
 namespace {
@@ -28,8 +30,11 @@ bool isSearchKeyRole(std::uint32_t r)
 
 std::optional<std::vector<ObjectRef>> AtspiReader::pressableBelow(const ObjectRef &o)
 {
-    if (walkShowing(o))
+    ensure({o}, NRole);
+    if (node(o).role == std::optional<std::uint32_t>(role::DocumentWeb)) {
+        walkShowing(o);
         return pressableIn(o);
+    }
     MatchRule rule;
     rule.states = {static_cast<std::int32_t>((1u << state::Showing) | (1u << state::Visible)), 0};
     rule.stateMatchType = 1; // all
@@ -43,16 +48,12 @@ std::optional<std::vector<ObjectRef>> AtspiReader::pressableBelow(const ObjectRe
     return readObjects(reply.reply());
 }
 
-bool AtspiReader::walkShowing(const ObjectRef &o)
+void AtspiReader::walkShowing(const ObjectRef &o)
 {
-    constexpr std::size_t probeWidth = 200;
     constexpr std::size_t maxNodes = 20000;
     std::vector<ObjectRef> level {o};
-    bool sawLongList = false;
     std::size_t total = 0;
     for (int depth = 0; depth < 64 && !level.empty() && total < maxNodes; ++depth) {
-        if (!sawLongList && level.size() > probeWidth)
-            return false;
         ensure(level, NRole | NStates);
         std::vector<ObjectRef> containers;
         {
@@ -66,19 +67,17 @@ bool AtspiReader::walkShowing(const ObjectRef &o)
                     containers.push_back(c);
             }
         }
-        ensure(containers, NChildren);
+        ensure(containers, NShownChildren);
         std::vector<ObjectRef> next;
         std::lock_guard lock(_mutex);
         for (const auto &c : containers) {
             const Node &n = _nodes[c.key()];
-            sawLongList = sawLongList || n.childCount.value_or(0) > bigList;
             if (n.children)
                 next.insert(next.end(), n.children->begin(), n.children->end());
         }
         total += level.size();
         level = std::move(next);
     }
-    return sawLongList;
 }
 
 std::vector<ObjectRef> AtspiReader::pressableIn(const ObjectRef &o)
@@ -101,68 +100,131 @@ std::vector<ObjectRef> AtspiReader::pressableIn(const ObjectRef &o)
     return found;
 }
 
-void AtspiReader::readVisibleSlice(const ObjectRef &o)
+void AtspiReader::readVisibleSlices(const std::vector<ObjectRef> &lists)
 {
-    const auto count = node(o).childCount.value_or(0);
-    const auto region = visibleRegionOf(o.service);
-    const int t = timeoutFor(o);
-    // The first child not above the region lies in [startLo, startHi]; the first below it
-    // in [endLo, endHi].
-    std::int32_t startLo = 0, startHi = count, endLo = 0, endHi = count;
-    for (int round = 0; round < 8 && region && (startLo < startHi || endLo < endHi); ++round) {
-        std::vector<std::int32_t> probes;
-        const auto spread = [&probes](std::int32_t lo, std::int32_t hi) {
-            for (int k = 1; k <= 8 && lo < hi; ++k)
-                probes.push_back(
-                    lo + static_cast<std::int32_t>(static_cast<std::int64_t>(hi - lo) * k / 9));
-        };
-        spread(startLo, startHi);
-        spread(endLo, endHi);
-        const auto places = placesOf(o, probes, t);
-        for (std::size_t i = 0; i < probes.size(); ++i) {
-            if (!places[i])
-                continue;
-            const auto p = probes[i];
-            const auto &e = *places[i];
-            if (e.y + e.height <= region->origin.y)
-                startLo = std::max(startLo, p + 1);
-            else
-                startHi = std::min(startHi, p);
-            if (e.y >= region->origin.y + region->size.height)
-                endHi = std::min(endHi, p);
-            else
-                endLo = std::max(endLo, p + 1);
-        }
-        startHi = std::max(startHi, startLo);
-        endHi = std::max(endHi, endLo);
+    struct Search
+    {
+        ObjectRef list;
+        std::int32_t count;
+        std::optional<CGRect> region;
+        // The first child not above the region lies in [startLo, startHi]; the first below it
+        // in [endLo, endHi].
+        std::int32_t startLo, startHi, endLo, endHi;
+    };
+    std::vector<Search> searches;
+    std::unordered_map<std::string, std::optional<CGRect>> regions;
+    for (const auto &o : lists) {
+        if (!regions.contains(o.service))
+            regions[o.service] = visibleRegionOf(o.service);
+        const auto count = node(o).childCount.value_or(0);
+        searches.push_back(Search {o, count, regions[o.service], 0, count, 0, count});
     }
-    const std::int32_t first = region ? startLo : 0;
-    const std::int32_t last = std::min(region ? std::max(endLo, first) : count, first + bigList);
-    std::vector<PendingCall> calls;
-    for (std::int32_t i = first; i < last; ++i)
-        calls.push_back(_bus.call(o, accessibleInterface, "GetChildAtIndex", {i}, t));
-    std::vector<ObjectRef> children;
-    for (auto &call : calls)
-        if (auto child = call.isError() ? std::nullopt : readObject(call.reply()))
-            children.push_back(*child);
+    for (int round = 0; round < 8; ++round) {
+        std::vector<std::pair<ObjectRef, std::int32_t>> probes;
+        std::vector<std::size_t> owners;
+        for (std::size_t s = 0; s < searches.size(); ++s) {
+            const Search &search = searches[s];
+            if (!search.region)
+                continue;
+            const auto spread = [&](std::int32_t lo, std::int32_t hi) {
+                std::int32_t previous = -1;
+                for (int k = 1; k <= 8 && lo < hi; ++k) {
+                    const auto i =
+                        lo + static_cast<std::int32_t>(static_cast<std::int64_t>(hi - lo) * k / 9);
+                    if (i == previous)
+                        continue;
+                    previous = i;
+                    probes.emplace_back(search.list, i);
+                    owners.push_back(s);
+                }
+            };
+            spread(search.startLo, search.startHi);
+            spread(search.endLo, search.endHi);
+        }
+        if (probes.empty())
+            break;
+        const auto places = placesOf(probes);
+        for (std::size_t i = 0; i < probes.size(); ++i) {
+            // A child not placed yet (a browser still laying its page out) tells nothing.
+            if (!places[i] || places[i]->width < 0 || places[i]->height < 0)
+                continue;
+            Search &search = searches[owners[i]];
+            const auto p = probes[i].second;
+            const auto &e = *places[i];
+            const CGRect &region = *search.region;
+            if (e.y + e.height <= region.origin.y)
+                search.startLo = std::max(search.startLo, p + 1);
+            else
+                search.startHi = std::min(search.startHi, p);
+            if (e.y >= region.origin.y + region.size.height)
+                search.endHi = std::min(search.endHi, p);
+            else
+                search.endLo = std::max(search.endLo, p + 1);
+        }
+        for (auto &search : searches) {
+            search.startHi = std::max(search.startHi, search.startLo);
+            search.endHi = std::max(search.endHi, search.endLo);
+        }
+    }
+    // Where most of a list shows, all of it is asked for in one call rather than child by
+    // child.
+    std::vector<std::optional<PendingCall>> whole;
+    std::vector<std::vector<PendingCall>> parts;
+    for (const auto &search : searches) {
+        const int t = timeoutFor(search.list);
+        const std::int32_t first = search.region ? search.startLo : 0;
+        const std::int32_t last =
+            std::min(search.region ? std::max(search.endLo, first) : search.count, first + bigList);
+        std::vector<PendingCall> calls;
+        if (search.count <= bigList && 2 * (last - first) > search.count) {
+            whole.emplace_back(_bus.call(search.list, accessibleInterface, "GetChildren", {}, t));
+        } else {
+            whole.emplace_back();
+            for (std::int32_t i = first; i < last; ++i)
+                calls.push_back(
+                    _bus.call(search.list, accessibleInterface, "GetChildAtIndex", {i}, t));
+        }
+        parts.push_back(std::move(calls));
+    }
+    std::vector<std::vector<ObjectRef>> children(searches.size());
+    for (std::size_t s = 0; s < searches.size(); ++s) {
+        if (whole[s]) {
+            if (!whole[s]->isError())
+                children[s] = readObjects(whole[s]->reply()).value_or(std::vector<ObjectRef> {});
+            continue;
+        }
+        for (auto &call : parts[s])
+            if (auto child = call.isError() ? std::nullopt : readObject(call.reply()))
+                children[s].push_back(*child);
+    }
     std::lock_guard lock(_mutex);
-    Node &n = _nodes[o.key()];
-    n.children = std::move(children);
-    n.fetched |= NChildren | NVisibleSlice;
+    for (std::size_t s = 0; s < searches.size(); ++s) {
+        Node &n = _nodes[searches[s].list.key()];
+        for (const auto &c : children[s]) {
+            Node &child = _nodes[c.key()];
+            if (!child.parent)
+                child.parent = searches[s].list;
+        }
+        n.children = std::move(children[s]);
+        n.fetched |= NChildren | NVisibleSlice;
+    }
 }
 
 std::vector<std::optional<Extents>>
-AtspiReader::placesOf(const ObjectRef &o, const std::vector<std::int32_t> &indices, int t)
+AtspiReader::placesOf(const std::vector<std::pair<ObjectRef, std::int32_t>> &probes)
 {
     std::vector<PendingCall> childCalls;
-    for (auto i : indices)
-        childCalls.push_back(_bus.call(o, accessibleInterface, "GetChildAtIndex", {i}, t));
+    for (const auto &[list, i] : probes)
+        childCalls.push_back(
+            _bus.call(list, accessibleInterface, "GetChildAtIndex", {i}, timeoutFor(list)));
     std::vector<std::optional<PendingCall>> extentCalls;
-    for (auto &call : childCalls) {
+    for (std::size_t k = 0; k < probes.size(); ++k) {
+        auto &call = childCalls[k];
         const auto child = call.isError() ? std::nullopt : readObject(call.reply());
-        extentCalls.push_back(child ? std::optional(_bus.call(*child, componentInterface,
-                                                              "GetExtents", {std::uint32_t {0}}, t))
-                                    : std::nullopt);
+        extentCalls.push_back(
+            child ? std::optional(_bus.call(*child, componentInterface, "GetExtents",
+                                            {std::uint32_t {0}}, timeoutFor(probes[k].first)))
+                  : std::nullopt);
     }
     std::vector<std::optional<Extents>> places;
     for (auto &call : extentCalls)

@@ -507,7 +507,8 @@ void AtspiReader::addMissing(const ObjectRef &o, unsigned needs, RoleFilter acti
     if (filtered && roleKnown && !actionNamesOf(axRole))
         needs &= ~NActions;
     unsigned own = needs
-        & (NRole | NStates | NName | NDescription | NParent | NChildren | NExtents | NActions);
+        & (NRole | NStates | NName | NDescription | NParent | NChildren | NShownChildren | NExtents
+           | NActions);
     if (n.role && (needs & NContext)) {
         if (needsParentRole(*n.role))
             own |= NParent;
@@ -531,15 +532,17 @@ void AtspiReader::addMissing(const ObjectRef &o, unsigned needs, RoleFilter acti
         if (axRole == "AXTextField")
             own |= needs & NId;
     }
-    if ((own & NChildren) && !(n.fetched & NChildren)) {
-        own &= ~NChildren;
+    if ((own & (NChildren | NShownChildren)) && !(n.fetched & NChildren)) {
+        const std::int32_t longest = (own & NShownChildren) ? screenful : bigList;
+        own &= ~(NChildren | NShownChildren);
         if (!n.role)
             own |= NRole; // the children a round later, once the role tells what to ask
-        else if (!mayHoldMany(*n.role) || (n.childCount && *n.childCount <= bigList))
+        else if (!mayHoldMany(*n.role) || (n.childCount && *n.childCount <= longest))
             own |= NChildren;
         else
             own |= n.childCount ? NVisibleSlice : NChildCount;
     }
+    own &= ~NShownChildren;
     const unsigned missing = own & ~n.fetched;
     if (missing)
         work.emplace_back(o, missing);
@@ -638,8 +641,8 @@ void AtspiReader::fetch(const std::vector<std::pair<ObjectRef, unsigned>> &work)
         for (auto &p : pending)
             store(p);
     }
-    for (const auto &o : slices)
-        readVisibleSlice(o);
+    if (!slices.empty())
+        readVisibleSlices(slices);
 }
 
 void AtspiReader::store(Call &p)

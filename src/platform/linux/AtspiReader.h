@@ -41,6 +41,9 @@ enum Need : unsigned {
     // thousands; and, for one that does, the children that stand in the window.
     NChildCount = 1u << 13,
     NVisibleSlice = 1u << 14,
+    // The children as a walk of a page reads them: of a container that holds more than a
+    // screenful, only those that stand in the window.
+    NShownChildren = 1u << 15,
 };
 
 using ActionNames = std::vector<std::optional<std::string>>;
@@ -127,8 +130,9 @@ public:
     void markInPage(const std::vector<ObjectRef> &objects);
 
     // What is showing below an object and has a role the search keys ask for, in canonical
-    // order; nothing where the toolkit doesn't answer. One query where the page is small; a
-    // walk of what shows where it holds a long list, which the query would read whole.
+    // order; nothing where the toolkit doesn't answer. A page is walked where it shows, since
+    // the toolkit's query visits every object of the page, shown or not; anything else is
+    // asked with one query.
     std::optional<std::vector<ObjectRef>> pressableBelow(const ObjectRef &o);
 
     // GTK 4 says showing of its windows only. There an object may show when it is visible and
@@ -150,6 +154,10 @@ private:
     // Longer lists are read where they show: a page of 10,000 links answers GetChildren in over
     // a second (Chromium 1.3 s, Firefox 1.8 s), and Collection.GetMatches walks them all.
     static constexpr std::int32_t bigList = 1000;
+    // In a page, where nearly every container may run on far below the window, a list this
+    // long is read where it shows: a browser makes an object for each child it hands out,
+    // about 100 us each, and the walk then asks each for its role and states.
+    static constexpr std::int32_t screenful = 100;
 
     struct Application
     {
@@ -198,21 +206,20 @@ private:
     // names, descriptions and the links between them.
     void takeSnapshot(const std::string &service);
 
-    // Reads what shows below `o`, level by level in one burst each, long lists by their
-    // visible part, but not what the pressable elements hold (a link's text, a button's
-    // label). Gives up once a level is wide and no long list has come: answers whether the walk
-    // went to the end.
-    bool walkShowing(const ObjectRef &o);
+    // Reads what shows below `o`, level by level in one burst each, lists longer than a
+    // screenful by their visible part, but not what the pressable elements hold (a link's
+    // text, a button's label).
+    void walkShowing(const ObjectRef &o);
     // After `walkShowing`: what it found showing, visible and pressable, in document order.
     std::vector<ObjectRef> pressableIn(const ObjectRef &o);
-    // The part of a long list that stands in its application's window: the children are laid
-    // out in their order, top to bottom, so the first and the last that show are found by
-    // a few rounds of probes (sixteen children at a time, their place asked together), and
-    // only those between are read.
-    void readVisibleSlice(const ObjectRef &o);
-    // Where the children at these indices stand; nothing where a call failed.
-    std::vector<std::optional<Extents>> placesOf(const ObjectRef &o,
-                                                 const std::vector<std::int32_t> &indices, int t);
+    // The part of each long list that stands in its application's window: the children are
+    // laid out in their order, top to bottom, so the first and the last that show are found
+    // by a few rounds of probes (sixteen children of each list at a time, the places of all
+    // the lists' probes asked together), and only those between are read.
+    void readVisibleSlices(const std::vector<ObjectRef> &lists);
+    // Where the children at these indices of these lists stand; nothing where a call failed.
+    std::vector<std::optional<Extents>>
+    placesOf(const std::vector<std::pair<ObjectRef, std::int32_t>> &probes);
     // The application's active window, in the coordinates its toolkit reports.
     std::optional<CGRect> visibleRegionOf(const std::string &service);
 
