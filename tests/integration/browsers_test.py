@@ -228,6 +228,12 @@ class FirefoxLayouts(unittest.TestCase):
                 return None
             run = subprocess.run([TARNVIK, "targets", "--json"], capture_output=True, text=True,
                                  timeout=60, env=dict(os.environ, XDG_CONFIG_HOME=self.config))
+            # Firefox, busy with a page of thousands of objects just opened, now and then lets
+            # the window's own calls time out on a machine that is slow besides (the sanitized
+            # build): no window is a reading of nothing, not of the page.
+            said = run.stdout + run.stderr
+            if run.returncode != 0 and "unable to find a frontmost window" in said:
+                return None
             return run if title in active_window_name() else None
 
         run = poll("a reading with the page in front", reading)
