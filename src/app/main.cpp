@@ -112,6 +112,12 @@ int usage()
 
 int main(int argc, char *argv[])
 {
+    // At the end of a session the buses go while the program ends, and a library may then make
+    // a call on a connection that has gone. libdbus aborts the process on such a call unless
+    // told otherwise, and the desktop would report a crash at every logout: a warning line is
+    // what it gets instead.
+    if (!qEnvironmentVariableIsSet("DBUS_FATAL_WARNINGS"))
+        qputenv("DBUS_FATAL_WARNINGS", "0");
     const QString command = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString();
     if (command.isEmpty() || command == "--at-login") {
         const double qtScaleFactor = keepQtFromScaling();

@@ -67,8 +67,11 @@ class Logout(unittest.TestCase):
                 process.send_signal(signal.SIGCONT)
             status = process.wait(30)
             tarnvik.process = None
-            self.assertNotEqual(status, SANITIZER_EXIT, "a sanitizer report")
-            self.assertIn(status, (0, 1), f"ended by signal {-status}" if status < 0 else status)
+            tarnvik.output.close()
+            said = "\n".join(tarnvik.output.lines()[-15:])
+            self.assertNotEqual(status, SANITIZER_EXIT, "a sanitizer report:\n" + said)
+            self.assertIn(status, (0, 1), (f"ended by signal {-status}" if status < 0
+                                           else str(status)) + ":\n" + said)
         finally:
             tarnvik.remove()
             subprocess.run([DESKTOP, "stop"], env=dict(os.environ, TARNVIK_DESKTOP_STATE=state),
