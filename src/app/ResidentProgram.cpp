@@ -300,13 +300,15 @@ void ResidentProgram::deactivateModes()
 
 std::function<void(std::size_t)> ResidentProgram::labelsPaintedTrace()
 {
-    if (!qEnvironmentVariableIsSet("TARNVIK_TRACE"))
+    if (!tracing())
         return nullptr;
     return [this](std::size_t count) {
         const std::chrono::duration<double, std::milli> elapsed =
             std::chrono::steady_clock::now() - _hotKeys.pressed;
-        std::fprintf(stderr, "labels drawn: %zu labels, %.1f ms after the shortcut\n", count,
-                     elapsed.count());
+        char line[96];
+        std::snprintf(line, sizeof line, "labels drawn: %zu labels, %.1f ms after the shortcut",
+                      count, elapsed.count());
+        trace(line);
     };
 }
 

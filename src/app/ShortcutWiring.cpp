@@ -1,13 +1,13 @@
 #include "app/ShortcutWiring.h"
 
 #include "click/Mode.h"
+#include "platform/Diagnostics.h"
 #include "platform/KeyEvents.h"
 #include "preferences/Preferences.h"
 #include "scroll/ScrollMode.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <functional>
+#include <string>
 
 namespace tarnvik {
 
@@ -17,19 +17,11 @@ namespace {
 constexpr int keyDownMask = 1 << EventType::keyDown;
 constexpr int flagsChangedMask = 1 << EventType::flagsChanged;
 
-// With TARNVIK_TRACE set, what each shortcut and each change of the modifiers did goes to
-// standard error: one that starts nothing leaves nothing else to see, and the integration tests
-// wait for these lines before they look for what it did not do.
-bool tracing()
-{
-    static const bool on = std::getenv("TARNVIK_TRACE") != nullptr;
-    return on;
-}
-
+// A shortcut that starts nothing leaves nothing else to see: the integration tests wait for
+// this line before they look for what it did not do.
 void traceToggle(const char *mode, bool running)
 {
-    if (tracing())
-        std::fprintf(stderr, "shortcut: %s mode %s\n", mode, running ? "on" : "off");
+    trace(std::string("shortcut: ") + mode + " mode " + (running ? "on" : "off"));
 }
 
 } // namespace
@@ -144,8 +136,8 @@ void ShortcutWiring::monitorHandler(const Wired &wired, int mask, const KeyEvent
         const bool toggled = toggleFirst(wired, [flags](const SRShortcut &s) {
             return s.isModifierOnly() && s.modifierFlags() == flags;
         });
-        if (!toggled && tracing())
-            std::fprintf(stderr, "modifiers: no shortcut\n");
+        if (!toggled)
+            trace("modifiers: no shortcut");
         return;
     }
     // A key down: watched only with the Hyperkey on.

@@ -10,8 +10,23 @@ namespace tarnvik {
 namespace {
 std::mutex outputMutex;
 std::FILE *diagnostics = stdout;
-std::atomic<bool> shown = std::getenv("TARNVIK_TRACE") != nullptr;
+const bool traced = std::getenv("TARNVIK_TRACE") != nullptr;
+std::atomic<bool> shown = traced;
 } // namespace
+
+bool tracing()
+{
+    return traced;
+}
+
+void trace(std::string_view line)
+{
+    if (!traced)
+        return;
+    std::lock_guard lock(outputMutex);
+    std::fwrite(line.data(), 1, line.size(), stderr);
+    std::fputc('\n', stderr);
+}
 
 void showDiagnostics()
 {

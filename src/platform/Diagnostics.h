@@ -15,6 +15,12 @@ void tellUser(std::string_view line);
 // Diagnostics are printed from now on.
 void showDiagnostics();
 
+// Whether TARNVIK_TRACE is set: then the program also says on standard error what each shortcut
+// did and how long its labels took, lines the integration tests wait for.
+bool tracing();
+// One such line, when tracing.
+void trace(std::string_view line);
+
 // For tools whose standard output is data (JSON): diagnostics go to standard error instead.
 // Set once, before any line is printed.
 void sendDiagnosticsToStandardError();
