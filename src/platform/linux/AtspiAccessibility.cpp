@@ -325,9 +325,12 @@ AXResult<Value> AtspiAccessibility::copyAttributeValue(const AXUIElement &elemen
     // Insert menu is a pop-up the X server shows, its items below the bar's item on AT-SPI).
     // While it is open it covers the window and holds the keyboard: the window holds its items
     // alone, as a context menu's window does.
-    if (n.role && isWindowRole(*n.role))
+    if (n.role && isWindowRole(*n.role)) {
         if (auto items = openMenuItems(*ref))
             return refsValue(*items);
+        if (auto list = openComboList(*ref))
+            return refsValue({*list});
+    }
     // What doesn't show is left out, as AppKit leaves out the views of hidden tabs: Firefox
     // keeps every tab's page and its closed menus in the window's tree (a closed menu's items
     // still say they show), GTK 4 the pages a stack hides, sized 0 by 0. An object with no place
@@ -505,6 +508,54 @@ std::optional<std::vector<ObjectRef>> AtspiAccessibility::openMenuItems(const Ob
     return std::nullopt;
 }
 
+std::optional<ObjectRef> AtspiAccessibility::openComboList(const ObjectRef &window)
+{
+    auto &s = *_reader;
+    if (!s.isQt(window.service))
+        return std::nullopt;
+    const auto shows = [&s](const ObjectRef &o) {
+        const Node n = s.node(o);
+        return n.states && n.states->has(state::Showing);
+    };
+    // Qt's open list covers the window from a pop-up of its own and holds the keyboard, but
+    // the window stays the active one: while a list is open the window holds it alone.
+    std::vector<ObjectRef> level {window};
+    for (int depth = 0; depth < 16 && !level.empty(); ++depth) {
+        s.ensure(level, NChildren);
+        std::vector<ObjectRef> next;
+        for (const auto &o : level) {
+            const auto children = s.node(o).children;
+            if (children)
+                next.insert(next.end(), children->begin(), children->end());
+        }
+        s.ensure(next, NRole | NStates);
+        for (const auto &o : next) {
+            const Node n = s.node(o);
+            if (n.role != std::optional<std::uint32_t>(role::ComboBox) || !shows(o)
+                || !n.states->has(state::Expanded))
+                continue;
+            s.ensure({o}, NChildren);
+            const auto inside = s.node(o).children.value_or(std::vector<ObjectRef> {});
+            s.ensure(inside, NRole | NStates);
+            for (const auto &c : inside)
+                if (s.node(c).role == std::optional<std::uint32_t>(role::List) && shows(c))
+                    return c;
+        }
+        // A combo box is a control of the window's own: what is hidden, and the rows of lists
+        // and tables, thousands at times, are not looked through.
+        std::erase_if(next, [&s, &shows](const ObjectRef &o) {
+            const auto r = s.node(o).role;
+            return !shows(o) || r == std::optional<std::uint32_t>(role::List)
+                || r == std::optional<std::uint32_t>(role::Table)
+                || r == std::optional<std::uint32_t>(role::TreeTable)
+                || r == std::optional<std::uint32_t>(role::Tree)
+                || r == std::optional<std::uint32_t>(role::ComboBox);
+        });
+        level = std::move(next);
+    }
+    return std::nullopt;
+}
+
 AXResult<ValueArray> AtspiAccessibility::copyActionNames(const AXUIElement &element)
 {
     const ObjectRef *ref = refOf(element);
@@ -512,16 +563,33 @@ AXResult<ValueArray> AtspiAccessibility::copyActionNames(const AXUIElement &elem
         return AXError::IllegalArgument;
     if (isApplicationRoot(*ref))
         return ValueArray {};
-    _reader->ensure({*ref}, NActions);
+    _reader->ensure({*ref}, NActions | NRole | NParent);
     if (auto failure = _reader->failure(*ref))
         return *failure;
     const Node n = _reader->node(*ref);
+    const bool clickOnly = choosesWithoutClosing(*ref, n);
     ValueArray names;
     for (const auto &name : n.actionNames.value_or(ActionNames {})) {
-        if (name)
+        if (name && !(clickOnly && axActionName(*name) == AXPressAction))
             names.push_back(axActionName(*name));
     }
     return names;
+}
+
+bool AtspiAccessibility::choosesWithoutClosing(const ObjectRef &ref, const Node &n)
+{
+    // Qt's press of an item in an open menu triggers the item's action and leaves the menu
+    // open, holding the pointer, so that the next click only closes it. Clicked, the item is
+    // chosen and the menu closes, as for a person.
+    static constexpr std::uint32_t menuItems[] = {role::MenuItem, role::CheckMenuItem,
+                                                  role::RadioMenuItem};
+    if (!n.role || !std::ranges::count(menuItems, *n.role) || !n.parent || n.parent->isNull()
+        || !_reader->isQt(ref.service))
+        return false;
+    _reader->ensure({*n.parent}, NRole);
+    const auto parentRole = _reader->node(*n.parent).role;
+    return parentRole == std::optional<std::uint32_t>(role::Menu)
+        || parentRole == std::optional<std::uint32_t>(role::PopupMenu);
 }
 
 AXResult<Value> AtspiAccessibility::copyParameterizedAttributeValue(const AXUIElement &element,

@@ -14,6 +14,7 @@ namespace tarnvik::linux {
 class AtspiBus;
 class AtspiReader;
 struct ObjectRef;
+struct Node;
 
 // What the X server says of one top-level window of a process: how the focused window is found
 // without relying on the toolkit's active state, and where a toolkit that reports positions
@@ -82,6 +83,11 @@ private:
     // The items of the menu that the window's menu bar has open, where the toolkit keeps them
     // below the bar's item rather than in a window of their own (GTK 3's menu bars).
     std::optional<std::vector<ObjectRef>> openMenuItems(const ObjectRef &window);
+    // The list a combo box of the window has open, where the toolkit keeps it below the combo
+    // box rather than in a window of its own (Qt's).
+    std::optional<ObjectRef> openComboList(const ObjectRef &window);
+    // Whether pressing the item (known as `n`) through its action leaves its menu open.
+    bool choosesWithoutClosing(const ObjectRef &ref, const Node &n);
 
     std::unique_ptr<AtspiReader> _reader;
     // Set by invalidateCache(), which each session's read starts with.

@@ -248,21 +248,25 @@ void AtspiReader::setServiceOf(pid_t pid, const std::string &service)
     _services[pid] = service;
 }
 
-ToolkitGeometry AtspiReader::toolkitOf(const std::string &service)
+AtspiReader::Toolkit AtspiReader::toolkitOf(const std::string &service)
 {
     {
         std::lock_guard lock(_mutex);
         if (_toolkits[service].known)
-            return _toolkits[service].geometry;
+            return _toolkits[service];
     }
     const ObjectRef root {service, rootPath};
     auto name = _bus.property(root, applicationInterface, "ToolkitName", defaultTimeoutMs);
     auto version = _bus.property(root, applicationInterface, "Version", defaultTimeoutMs);
-    const auto geometry = toolkitGeometry(readStringVariant(name.reply()).value_or(""),
-                                          readStringVariant(version.reply()).value_or(""));
+    const auto toolkitName = readStringVariant(name.reply()).value_or("");
+    const Toolkit toolkit {
+        .known = true,
+        .geometry = toolkitGeometry(toolkitName, readStringVariant(version.reply()).value_or("")),
+        .qt = toolkitName == "Qt",
+    };
     std::lock_guard lock(_mutex);
-    _toolkits[service] = Toolkit {true, geometry};
-    return geometry;
+    _toolkits[service] = toolkit;
+    return toolkit;
 }
 
 std::optional<Extents> AtspiReader::extentsOf(const ObjectRef &ref, const Node &own)
@@ -336,7 +340,7 @@ CoordinateSpace AtspiReader::spaceOf(const std::string &service)
         std::vector<ReportedWindow> reported;
         for (const auto &[frame, report] : shown)
             reported.push_back(report);
-        space = CoordinateSpace::of(toolkitOf(service), _windowsOf(*pid), reported);
+        space = CoordinateSpace::of(toolkitOf(service).geometry, _windowsOf(*pid), reported);
     }
     std::lock_guard lock(_mutex);
     _spaces[service] = space;

@@ -115,7 +115,9 @@ public:
     void setServiceOf(pid_t pid, const std::string &service);
 
     // GTK 4 is the toolkit that counts from its window.
-    bool isGtk4(const std::string &service) { return toolkitOf(service).relativeToWindow; }
+    bool isGtk4(const std::string &service) { return toolkitOf(service).geometry.relativeToWindow; }
+    // Qt keeps a combo box's open list inside the window, below the combo box.
+    bool isQt(const std::string &service) { return toolkitOf(service).qt; }
     // How the application's coordinates map onto the root window, worked out once a read:
     // one X request for its windows, whose frames the read asks for anyway.
     CoordinateSpace spaceOf(const std::string &service);
@@ -169,6 +171,7 @@ private:
     {
         bool known = false;
         ToolkitGeometry geometry;
+        bool qt = false;
     };
 
     struct Call
@@ -181,7 +184,7 @@ private:
         PendingCall call;
     };
 
-    ToolkitGeometry toolkitOf(const std::string &service);
+    Toolkit toolkitOf(const std::string &service);
     // Whether the first or the last child of the object stands outside its extents and
     // doesn't show: what a box hides. Called under the lock, as is the next.
     bool hidesOverflow(const Node &n);

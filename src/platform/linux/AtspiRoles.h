@@ -74,6 +74,7 @@ enum : std::uint32_t {
     Defunct = 6,
     Editable = 7,
     Enabled = 8,
+    Expanded = 10,
     Focused = 12,
     MultiLine = 17,
     Selected = 23,
