@@ -18,9 +18,9 @@ install(FILES data/linux/com.ostrelline.Tarnvik.desktop
 install(FILES data/linux/com.ostrelline.Tarnvik.metainfo.xml
   DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 install(FILES data/appcast.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnvik)
-# GNOME Shell finds its extensions here; each user enables it with gnome-extensions.
-install(DIRECTORY gnome/tarnvik-gnome@ostrelline.com
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/gnome-shell/extensions)
+# GNOME Shell finds its extensions here, in the form the release's shell loads; each user
+# enables it with gnome-extensions.
+install(DIRECTORY ${TARNVIK_GNOME_EXTENSION} DESTINATION ${CMAKE_INSTALL_DATADIR}/gnome-shell/extensions)
 # The README and the pictures it shows, each where the README's links point.
 set(TARNVIK_PAGES README.md docs/labels-gtk3-widget-factory.png docs/tutor.png
   docs/settings-general.png)

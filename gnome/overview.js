@@ -3,11 +3,10 @@
 // its labels above the overview and to hand it the keys typed there. Every decision (which
 // labels, where, what a key does) is Tarnvik's: this only draws what it is told and reports
 // what the overview shows. It answers the one Tarnvik process that registered, and nobody else.
-'use strict';
-
-const { Clutter, Gio, GLib, Shell, St } = imports.gi;
-const Main = imports.ui.main;
-const { WindowPreview } = imports.ui.windowPreview;
+//
+// The body of the extension for every shell: the build puts it between the imports and the
+// entry point of each shell's form (gnome/shell/), which bring Clutter, Gio, GLib, Shell, St,
+// Main and WindowPreview into scope and make an OverviewService while the extension is enabled.
 
 const INTERFACE = `<node>
   <interface name="com.ostrelline.Tarnvik.Overview">
@@ -355,19 +354,4 @@ class OverviewService {
         const passes = (state & shellKeys) !== 0 || event.get_key_symbol() === Clutter.KEY_Escape;
         return passes ? Clutter.EVENT_PROPAGATE : Clutter.EVENT_STOP;
     }
-}
-
-class Extension {
-    enable() {
-        this._service = new OverviewService();
-    }
-
-    disable() {
-        this._service.destroy();
-        this._service = null;
-    }
-}
-
-function init() {
-    return new Extension();
 }

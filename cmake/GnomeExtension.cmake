@@ -1,0 +1,43 @@
+# The GNOME Shell extension in the two forms the shells load, made from one body
+# (gnome/overview.js) and one metadata template, so that the two never drift: for GNOME 43 and
+# 44 a script with the shell's modules under `imports`, for 45 and later an ES module. Each lands
+# in PROJECT_BINARY_DIR/gnome/FORM/UUID, laid out as the shell wants it in a folder of extensions.
+set(TARNVIK_GNOME_UUID tarnvik-gnome@ostrelline.com)
+# The shells each form names: only those whose APIs the overview's tests ran against.
+set(TARNVIK_GNOME_SHELLS_43 "\"43\"")
+set(TARNVIK_GNOME_SHELLS_45 "\"48\"")
+
+# The form this machine's shell loads; with no shell here, that of the shells current
+# distributions ship.
+set(default_form 45)
+find_program(TARNVIK_GNOME_SHELL gnome-shell)
+if(TARNVIK_GNOME_SHELL)
+  execute_process(COMMAND ${TARNVIK_GNOME_SHELL} --version OUTPUT_VARIABLE shell_version
+    ERROR_QUIET)
+  if(shell_version MATCHES "GNOME Shell ([0-9]+)" AND CMAKE_MATCH_1 LESS 45)
+    set(default_form 43)
+  endif()
+endif()
+set(TARNVIK_GNOME_FORM ${default_form} CACHE STRING
+  "The GNOME Shell extension's form that is installed and tested: 43 (GNOME 43, 44) or 45 (45 and later)")
+set_property(CACHE TARNVIK_GNOME_FORM PROPERTY STRINGS 43 45)
+
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
+  gnome/overview.js gnome/shell/43.js gnome/shell/45.js)
+file(READ gnome/overview.js overview)
+foreach(form 43 45)
+  set(folder ${PROJECT_BINARY_DIR}/gnome/${form}/${TARNVIK_GNOME_UUID})
+  file(READ gnome/shell/${form}.js extension)
+  string(REPLACE "// @OVERVIEW@\n" "${overview}" extension "${extension}")
+  # Written only when it changed, so that nothing that depends on it is redone.
+  set(written "")
+  if(EXISTS ${folder}/extension.js)
+    file(READ ${folder}/extension.js written)
+  endif()
+  if(NOT written STREQUAL extension)
+    file(WRITE ${folder}/extension.js "${extension}")
+  endif()
+  set(SHELL_VERSIONS ${TARNVIK_GNOME_SHELLS_${form}})
+  configure_file(gnome/metadata.json.in ${folder}/metadata.json @ONLY)
+endforeach()
+set(TARNVIK_GNOME_EXTENSION ${PROJECT_BINARY_DIR}/gnome/${TARNVIK_GNOME_FORM}/${TARNVIK_GNOME_UUID})

@@ -1,0 +1,23 @@
+// GNOME Shell 43 and 44 load an extension as a script, with the shell's modules under imports.
+'use strict';
+
+const { Clutter, Gio, GLib, Shell, St } = imports.gi;
+const Main = imports.ui.main;
+const { WindowPreview } = imports.ui.windowPreview;
+
+// @OVERVIEW@
+
+class Extension {
+    enable() {
+        this._service = new OverviewService();
+    }
+
+    disable() {
+        this._service.destroy();
+        this._service = null;
+    }
+}
+
+function init() {
+    return new Extension();
+}

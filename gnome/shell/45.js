@@ -1,0 +1,24 @@
+// GNOME Shell 45 and later load an extension as an ES module whose default export is the
+// extension's class.
+import Clutter from 'gi://Clutter';
+import Gio from 'gi://Gio';
+import GLib from 'gi://GLib';
+import Shell from 'gi://Shell';
+import St from 'gi://St';
+
+import * as Main from 'resource:///org/gnome/shell/ui/main.js';
+import {WindowPreview} from 'resource:///org/gnome/shell/ui/windowPreview.js';
+import {Extension} from 'resource:///org/gnome/shell/extensions/extension.js';
+
+// @OVERVIEW@
+
+export default class TarnvikExtension extends Extension {
+    enable() {
+        this._service = new OverviewService();
+    }
+
+    disable() {
+        this._service.destroy();
+        this._service = null;
+    }
+}
