@@ -2,6 +2,7 @@
 
 #include "platform/Workspace.h"
 
+#include <cstdint>
 #include <functional>
 #include <set>
 

@@ -237,8 +237,9 @@ void UIElement::loadSearchAttributes(Accessibility &ax, UIElement &element)
 {
     auto batch = batchAttributes(ax, searchAttributes, *element.ref);
     if (!batch.ok() || batch.value().size() != searchAttributes.size()) {
-        element.title = element.value = element.description = element.help =
-            element.placeholderValue = std::nullopt;
+        for (auto *text : {&element.title, &element.value, &element.description, &element.help,
+                           &element.placeholderValue})
+            text->reset();
         return;
     }
     fillSearchAttributes(element, batch.value(), 0);

@@ -6,6 +6,7 @@
 #include "app/ShellViews.h"
 #include "platform/LoginItem.h"
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>

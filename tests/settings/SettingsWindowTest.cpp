@@ -22,6 +22,7 @@
 #include <QTest>
 
 #include <gtest/gtest.h>
+#include <vector>
 
 namespace tarnvik {
 namespace {
@@ -47,10 +48,22 @@ protected:
                 EventType::keyDown);
     }
 
+    // Tarnvik's own widgets have no meta-object of their own (no moc) for findChildren to match.
+    template<class T>
+    std::vector<T *> all()
+    {
+        std::vector<T *> found;
+        for (auto *widget : window.findChildren<QWidget *>()) {
+            if (auto *t = dynamic_cast<T *>(widget))
+                found.push_back(t);
+        }
+        return found;
+    }
+
     template<class T>
     T *named(const QString &name)
     {
-        for (auto *widget : window.findChildren<T *>()) {
+        for (auto *widget : all<T>()) {
             if (widget->accessibleName() == name)
                 return widget;
         }
@@ -61,7 +74,7 @@ protected:
     // The Clicking and the Scrolling page each have a row "Shortcut".
     ShortcutRecorderView *recorderShowing(const QString &text)
     {
-        for (auto *recorder : window.findChildren<ShortcutRecorderView *>()) {
+        for (auto *recorder : all<ShortcutRecorderView>()) {
             if (recorder->text() == text)
                 return recorder;
         }
