@@ -14,23 +14,31 @@ CONTROLS = {pyatspi.ROLE_PUSH_BUTTON, pyatspi.ROLE_TOGGLE_BUTTON, pyatspi.ROLE_C
             pyatspi.ROLE_RADIO_BUTTON, pyatspi.ROLE_COMBO_BOX}
 
 
-def window_origin(title):
+def window_frame(title):
     """Where the X server has the window: GTK 4's positions start there."""
     info = subprocess.run(["xwininfo", "-name", title], capture_output=True, text=True,
                           check=True).stdout
-    return tuple(int(info.split(f"Absolute upper-left {axis}:")[1].split()[0]) for axis in "XY")
+    return tuple(int(info.split(f"{field}:")[1].split()[0]) for field in
+                 ("Absolute upper-left X", "Absolute upper-left Y", "Width", "Height"))
 
 
 def controls(page, origin):
     """The controls of a stack page with their frames on the screen; a control inside another
-    (the parts of a combo box, the button inside a menu button) counts as the outer one."""
+    (the parts of a combo box, the button inside a menu button) counts as the outer one. GTK 4.18
+    reports its window at minus the margin it keeps inside the X window, and every object one
+    more margin short of where it stands (the frames its check buttons answer clicks in)."""
     found = []
+    window = page
+    while window.getRole() != pyatspi.ROLE_FRAME:
+        window = window.parent
+    w = window.queryComponent().getExtents(pyatspi.WINDOW_COORDS)
+    x0, y0 = origin[0] - 2 * w.x, origin[1] - 2 * w.y
 
     def visit(accessible):
         if accessible.getRole() in CONTROLS:
             e = accessible.queryComponent().getExtents(pyatspi.WINDOW_COORDS)
             found.append((accessible.getRoleName(), accessible.name,
-                          (e.x + origin[0], e.y + origin[1], e.width, e.height)))
+                          (e.x + x0, e.y + y0, e.width, e.height)))
             return
         for child in accessible:
             if child is not None:
@@ -51,14 +59,22 @@ class Gtk4WidgetFactory(unittest.TestCase):
         """Every control of the page the stack shows is a target, and none of the others."""
         pages = poll("the stack's pages", lambda: pyatspi.utils.findDescendant(
             self.window, lambda a: a.name == "Page _1")).parent
-        origin = window_origin("GTK Widget Factory")
+        x, y, width, height = window_frame("GTK Widget Factory")
         frames = {tuple(t["frame"]) for t in targets()["targets"]}
         shown, hidden = [], []
         for page in pages:
-            for control in controls(page, origin):
-                (shown if control[2][2] > 0 and control[2][3] > 0 else hidden).append(control)
+            for control in controls(page, (x, y)):
+                cx, cy, cw, ch = control[2]
+                if cw == 0 or ch == 0:
+                    hidden.append(control)
+                # One the window's edge cuts is left to the rules for what shows in part.
+                elif x <= cx and cx + cw <= x + width and y <= cy and cy + ch <= y + height:
+                    shown.append(control)
         self.assertGreater(len(shown), minimum, "the page shows its controls")
-        self.assertGreater(len(hidden), 20, "the other pages hold controls too")
+        # GTK 4.18 leaves the hidden pages' controls out of the tree.
+        version = tuple(int(n) for n in self.window.getApplication().toolkitVersion.split(".")[:2])
+        if version < (4, 18):
+            self.assertGreater(len(hidden), 20, "the other pages hold controls too")
         self.assertEqual([c for c in shown if c[2] not in frames], [])
         self.assertEqual([c for c in hidden if c[2] in frames], [])
 

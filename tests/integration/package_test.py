@@ -146,7 +146,8 @@ class DebianPackage(unittest.TestCase):
         log = test.stdout + test.stderr
         self.assertIn(f"Reading rules file: {trial}", log)
         self.assertEqual([line for line in log.splitlines() if line.startswith(trial + ":")], [])
-        current = [line for line in log.splitlines() if line.startswith("CURRENT_TAGS=")]
+        # udev 252 prints the properties at the line's start, 257 indented below "Properties:".
+        current = [line for line in log.splitlines() if line.lstrip().startswith("CURRENT_TAGS=")]
         self.assertIn(":uaccess:", current[0])
         self.assertIn("RUN 'uaccess'", log)
 

@@ -106,6 +106,20 @@ TEST(CoordinateSpace, Gtk4CountsFromItsActiveWindowWithItsShadowLeftOut)
     expectRect(twice.toRoot(at(19, 57, 350, 32), false), 139, 165, 700, 64);
 }
 
+TEST(CoordinateSpace, Gtk418CountsTwiceTheMarginItsWindowReports)
+{
+    // Debian 13's gtk4-widget-factory: its second check button answers clicks from y 606 to
+    // 630, not at 603 or 632.
+    const auto gtk418 = CoordinateSpace::of(toolkitGeometry("GTK", "4.18.6"),
+                                            {window("GTK Widget Factory", 280, 163, 1360, 754)},
+                                            {frame("GTK Widget Factory", -5, -5, 1360, 754)});
+    EXPECT_EQ(gtk418.scale(), 1);
+    expectRect(gtk418.toRoot(at(5, 433, 112, 24), false), 295, 606, 112, 24);
+    const CGPoint asked = gtk418.hitTestPoint({350, 610});
+    EXPECT_EQ(asked.x, 60);
+    EXPECT_EQ(asked.y, 437);
+}
+
 TEST(CoordinateSpace, WindowsSharingATitleArePairedByShape)
 {
     const auto space = CoordinateSpace::of(

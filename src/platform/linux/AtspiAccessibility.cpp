@@ -640,8 +640,9 @@ AXResult<AXUIElement> AtspiAccessibility::copyElementAtPosition(const AXUIElemen
             continue;
         ObjectRef current = w;
         for (int depth = 0; depth < 64; ++depth) {
-            auto reply = s.bus().call(current, componentInterface, "GetAccessibleAtPoint",
-                                      {px, py, std::uint32_t {0}}, s.timeoutFor(current));
+            auto reply =
+                s.bus().call(current, componentInterface, "GetAccessibleAtPoint",
+                             {px, py, s.coordinatesOf(current.service)}, s.timeoutFor(current));
             const auto hit = readObject(reply.reply());
             if (!hit || hit->isNull() || hit->key() == current.key())
                 break;

@@ -221,10 +221,10 @@ AtspiReader::placesOf(const std::vector<std::pair<ObjectRef, std::int32_t>> &pro
     for (std::size_t k = 0; k < probes.size(); ++k) {
         auto &call = childCalls[k];
         const auto child = call.isError() ? std::nullopt : readObject(call.reply());
-        extentCalls.push_back(
-            child ? std::optional(_bus.call(*child, componentInterface, "GetExtents",
-                                            {std::uint32_t {0}}, timeoutFor(probes[k].first)))
-                  : std::nullopt);
+        extentCalls.push_back(child ? std::optional(_bus.call(
+                                  *child, componentInterface, "GetExtents",
+                                  {coordinatesOf(child->service)}, timeoutFor(probes[k].first)))
+                                    : std::nullopt);
     }
     std::vector<std::optional<Extents>> places;
     for (auto &call : extentCalls)

@@ -625,7 +625,8 @@ void AtspiReader::fetch(const std::vector<std::pair<ObjectRef, unsigned>> &work)
         if (needs & NVisibleSlice)
             slices.push_back(o);
         if (needs & NExtents)
-            add(NExtents, _bus.call(o, componentInterface, "GetExtents", {std::uint32_t {0}}, t));
+            add(NExtents,
+                _bus.call(o, componentInterface, "GetExtents", {coordinatesOf(o.service)}, t));
         // All names in one call. ATK and Qt translate these names, so a name that is not
         // one of the known ones in English is read again untranslated, one by one.
         if (needs & NActions)

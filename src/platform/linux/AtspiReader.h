@@ -116,6 +116,9 @@ public:
 
     // GTK 4 is the toolkit that counts from its window.
     bool isGtk4(const std::string &service) { return toolkitOf(service).geometry.relativeToWindow; }
+    // The coordinates an object's extents and hit tests are asked in: GTK 4.18 answers the
+    // screen's with 0, 0 for every object, and GTK 4.8 answered both alike.
+    std::uint32_t coordinatesOf(const std::string &service) { return isGtk4(service) ? 1u : 0u; }
     // Qt keeps a combo box's open list inside the window, below the combo box.
     bool isQt(const std::string &service) { return toolkitOf(service).qt; }
     // How the application's coordinates map onto the root window, worked out once a read:

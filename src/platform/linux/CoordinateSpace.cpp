@@ -121,6 +121,8 @@ CoordinateSpace CoordinateSpace::of(const ToolkitGeometry &toolkit,
     space._rootAnchor = client->frame.origin;
     if (!toolkit.relativeToWindow)
         space._reportedAnchor = reportedOrigin(toolkit, *client, frame, space._scale);
+    else if (frame)
+        space._reportedAnchor = {2.0 * frame->extents.x, 2.0 * frame->extents.y};
     return space;
 }
 

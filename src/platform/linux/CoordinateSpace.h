@@ -13,7 +13,12 @@ namespace tarnvik::linux {
 // docs/linux-backend.md).
 struct ToolkitGeometry
 {
-    // GTK 4: from its window's top left rather than the screen's.
+    // GTK 4: in its window's coordinates, which it counts through the bounds of every parent,
+    // the window's own among them. 4.8 reports the window at 0, 0 and each object from the X
+    // window's top left; 4.18 reports the window at minus the margin it keeps inside the X
+    // window (-5, -5 without a compositor) and each object one more margin short of where it
+    // stands: an object stands at the X window's origin plus its extents less twice the
+    // window's reported origin.
     bool relativeToWindow = false;
     // GTK scales its windows by whole numbers only, and rounds its window's origin down.
     bool wholeScales = false;
