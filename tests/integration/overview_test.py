@@ -81,7 +81,7 @@ def caption(accessible):
 def previews():
     """Each window preview of the overview, by its window's title: a push button without a name
     of its own, named by a hidden caption."""
-    buttons = showing_in_shell(lambda a: a.getRoleName() == "push button" and not a.name
+    buttons = showing_in_shell(lambda a: a.getRole() == pyatspi.ROLE_PUSH_BUTTON and not a.name
                                and caption(a))
     return {caption(b): rect(b) for b in buttons}
 
@@ -90,17 +90,17 @@ def drawn():
     """What the extension drew: (role, name, frame) of each object in its layer of the shell's
     tree."""
     layers = showing_in_shell(lambda a: a.name == "Tarnvik labels")
-    return [(c.getRoleName(), c.name, rect(c)) for c in layers[0]] if layers else []
+    return [(c.getRole(), c.name, rect(c)) for c in layers[0]] if layers else []
 
 
 def drawn_labels(drawing=None):
     """The labels drawn, with their frames."""
     drawing = drawn() if drawing is None else drawing
-    return {name: frame for role, name, frame in drawing if role == "label"}
+    return {name: frame for role, name, frame in drawing if role == pyatspi.ROLE_LABEL}
 
 
 def drawn_icons(drawing):
-    return sorted(frame for role, _, frame in drawing if role != "label")
+    return sorted(frame for role, _, frame in drawing if role != pyatspi.ROLE_LABEL)
 
 
 class RemoteKeyboard:

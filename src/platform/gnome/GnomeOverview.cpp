@@ -10,15 +10,18 @@ std::optional<AXUIElement> GnomeOverview::rootElement()
     const auto shell = _extension.shellProcess();
     if (!isOpen() || !shell)
         return std::nullopt;
-    // The shell's one window is its stage, which holds the overview while it shows.
-    auto windows = _ax.copyAttributeValue(_ax.createApplication(static_cast<pid_t>(*shell)),
-                                          NSAccessibilityWindowsAttribute);
-    const auto *array = windows.ok() ? windows.value().get<ValueArray>() : nullptr;
-    if (!array || array->empty())
-        return std::nullopt;
-    if (const auto *stage = array->front().get<AXUIElement>())
-        return *stage;
-    return std::nullopt;
+    // The shell's one window is its stage; its first child, the shell's whole interface, holds
+    // the overview while it shows. The stage itself won't do as the root: GNOME Shell 48 reports
+    // it 87 by 55 pixels at 0, 54, which would leave every preview outside it.
+    const auto first = [this](const AXUIElement &element, const char *attribute) {
+        auto values = _ax.copyAttributeValue(element, attribute);
+        const auto *array = values.ok() ? values.value().get<ValueArray>() : nullptr;
+        const auto *found = array && !array->empty() ? array->front().get<AXUIElement>() : nullptr;
+        return found ? std::optional(*found) : std::nullopt;
+    };
+    const auto stage =
+        first(_ax.createApplication(static_cast<pid_t>(*shell)), NSAccessibilityWindowsAttribute);
+    return stage ? first(*stage, NSAccessibilityChildrenAttribute) : std::nullopt;
 }
 
 std::optional<std::string> GnomeOverview::unavailable()
