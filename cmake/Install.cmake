@@ -20,7 +20,8 @@ install(FILES data/linux/com.ostrelline.Tarnvik.metainfo.xml
 install(FILES data/appcast.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnvik)
 # GNOME Shell finds its extensions here, in the form the release's shell loads; each user
 # enables it with gnome-extensions.
-install(DIRECTORY ${TARNVIK_GNOME_EXTENSION} DESTINATION ${CMAKE_INSTALL_DATADIR}/gnome-shell/extensions)
+install(DIRECTORY ${TARNVIK_GNOME_EXTENSION} DESTINATION ${CMAKE_INSTALL_DATADIR}/gnome-shell/extensions
+  COMPONENT gnome-extension)
 # The README and the pictures it shows, each where the README's links point.
 set(TARNVIK_PAGES README.md docs/labels-gtk3-widget-factory.png docs/tutor.png
   docs/settings-general.png)
