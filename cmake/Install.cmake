@@ -54,9 +54,16 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "Tarnvik developers")
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# Loaded at run time, so dpkg-shlibdeps can't see them: the accessibility bus, the SVG plug-ins
-# that draw the icons.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "at-spi2-core, libqt6svg6")
+# Loaded at run time, so dpkg-shlibdeps can't see them: the accessibility bus, and the package
+# that ships Qt's SVG icon engine, which draws the icons (libqt6svg6 on Debian 12,
+# qt6-svg-plugins on 13): whichever holds it on the machine that builds the package.
+set(svg_icons libqt6svg6)
+execute_process(COMMAND dpkg-query --search "*/qt6/plugins/iconengines/libqsvgicon.so"
+  OUTPUT_VARIABLE owner ERROR_QUIET)
+if(owner MATCHES "^([^:, ]+)")
+  set(svg_icons ${CMAKE_MATCH_1})
+endif()
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "at-spi2-core, ${svg_icons}")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/data/linux/postinst)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 include(CPack)
