@@ -51,6 +51,12 @@ held keys. It reads applications through AT-SPI and works on X11 desktops.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+# Each Debian release gets a package of its own, with its own libraries' names: the release
+# it was built on is in the version (0.2.0-1+deb12, 0.2.0-1+deb13).
+file(STRINGS /etc/os-release debian_version REGEX "^VERSION_ID=")
+if(debian_version MATCHES "\"([0-9]+)")
+  set(CPACK_DEBIAN_PACKAGE_RELEASE "1+deb${CMAKE_MATCH_1}")
+endif()
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "Tarnvik developers")
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
