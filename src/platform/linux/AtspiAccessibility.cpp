@@ -444,6 +444,33 @@ std::vector<ObjectRef> AtspiAccessibility::panelFrames(const ObjectRef &app,
     return frames;
 }
 
+std::optional<ObjectRef> AtspiAccessibility::firstBelow(const ObjectRef &root, int levels,
+                                                        const Accepts &wanted,
+                                                        const Accepts &lookInside)
+{
+    auto &s = *_reader;
+    std::vector<ObjectRef> level {root};
+    for (int depth = 0; depth < levels && !level.empty(); ++depth) {
+        s.ensure(level, NChildren);
+        std::vector<ObjectRef> next;
+        for (const auto &o : level) {
+            const auto children = s.node(o).children;
+            if (children)
+                next.insert(next.end(), children->begin(), children->end());
+        }
+        s.ensure(next, NRole | NStates);
+        for (const auto &o : next)
+            if (wanted(o, s.node(o)))
+                return o;
+        std::erase_if(next, [&](const ObjectRef &o) {
+            const Node n = s.node(o);
+            return !n.states || !n.states->has(state::Showing) || !lookInside(o, n);
+        });
+        level = std::move(next);
+    }
+    return std::nullopt;
+}
+
 std::optional<ObjectRef> AtspiAccessibility::menuBarUnder(const ObjectRef &window)
 {
     auto &s = *_reader;
@@ -453,31 +480,16 @@ std::optional<ObjectRef> AtspiAccessibility::menuBarUnder(const ObjectRef &windo
         const auto e = s.node(o).extents;
         return e && e->width > 0 && e->height > 0;
     };
-    std::vector<ObjectRef> level {window};
-    for (int depth = 0; depth < 6 && !level.empty(); ++depth) {
-        s.ensure(level, NChildren);
-        std::vector<ObjectRef> next;
-        for (const auto &o : level) {
-            const auto children = s.node(o).children;
-            if (children)
-                next.insert(next.end(), children->begin(), children->end());
-        }
-        s.ensure(next, NRole | NStates);
-        for (const auto &o : next) {
-            const Node n = s.node(o);
-            if (n.states && n.states->has(state::Showing) && s.isMenuBar(o, n) && hasSize(o))
-                return o;
-        }
-        // A menu bar shows, and is never part of a page: what is hidden, and the pages with
-        // their thousands of links, are not looked through.
-        std::erase_if(next, [&s](const ObjectRef &o) {
-            const Node n = s.node(o);
-            return !n.states || !n.states->has(state::Showing)
-                || n.role == std::optional<std::uint32_t>(role::DocumentWeb);
+    return firstBelow(
+        window, 6,
+        [&](const ObjectRef &o, const Node &n) {
+            return n.states && n.states->has(state::Showing) && s.isMenuBar(o, n) && hasSize(o);
+        },
+        // A menu bar is never part of a page: the pages, with their thousands of links, are
+        // not looked through.
+        [](const ObjectRef &, const Node &n) {
+            return n.role != std::optional<std::uint32_t>(role::DocumentWeb);
         });
-        level = std::move(next);
-    }
-    return std::nullopt;
 }
 
 std::optional<std::vector<ObjectRef>> AtspiAccessibility::openMenuItems(const ObjectRef &window)
@@ -519,41 +531,31 @@ std::optional<ObjectRef> AtspiAccessibility::openComboList(const ObjectRef &wind
     };
     // Qt's open list covers the window from a pop-up of its own and holds the keyboard, but
     // the window stays the active one: while a list is open the window holds it alone.
-    std::vector<ObjectRef> level {window};
-    for (int depth = 0; depth < 16 && !level.empty(); ++depth) {
-        s.ensure(level, NChildren);
-        std::vector<ObjectRef> next;
-        for (const auto &o : level) {
-            const auto children = s.node(o).children;
-            if (children)
-                next.insert(next.end(), children->begin(), children->end());
+    std::optional<ObjectRef> list;
+    const auto openList = [&](const ObjectRef &o, const Node &n) {
+        if (n.role != std::optional<std::uint32_t>(role::ComboBox) || !shows(o)
+            || !n.states->has(state::Expanded))
+            return false;
+        s.ensure({o}, NChildren);
+        const auto inside = s.node(o).children.value_or(std::vector<ObjectRef> {});
+        s.ensure(inside, NRole | NStates);
+        for (const auto &c : inside) {
+            if (s.node(c).role == std::optional<std::uint32_t>(role::List) && shows(c)) {
+                list = c;
+                return true;
+            }
         }
-        s.ensure(next, NRole | NStates);
-        for (const auto &o : next) {
-            const Node n = s.node(o);
-            if (n.role != std::optional<std::uint32_t>(role::ComboBox) || !shows(o)
-                || !n.states->has(state::Expanded))
-                continue;
-            s.ensure({o}, NChildren);
-            const auto inside = s.node(o).children.value_or(std::vector<ObjectRef> {});
-            s.ensure(inside, NRole | NStates);
-            for (const auto &c : inside)
-                if (s.node(c).role == std::optional<std::uint32_t>(role::List) && shows(c))
-                    return c;
-        }
-        // A combo box is a control of the window's own: what is hidden, and the rows of lists
-        // and tables, thousands at times, are not looked through.
-        std::erase_if(next, [&s, &shows](const ObjectRef &o) {
-            const auto r = s.node(o).role;
-            return !shows(o) || r == std::optional<std::uint32_t>(role::List)
-                || r == std::optional<std::uint32_t>(role::Table)
-                || r == std::optional<std::uint32_t>(role::TreeTable)
-                || r == std::optional<std::uint32_t>(role::Tree)
-                || r == std::optional<std::uint32_t>(role::ComboBox);
-        });
-        level = std::move(next);
-    }
-    return std::nullopt;
+        return false;
+    };
+    // A combo box is a control of the window's own: the rows of lists and tables, thousands at
+    // times, are not looked through.
+    const auto container = [](const ObjectRef &, const Node &n) {
+        static constexpr std::uint32_t rows[] = {role::List, role::Table, role::TreeTable,
+                                                 role::Tree, role::ComboBox};
+        return !n.role || !std::ranges::count(rows, *n.role);
+    };
+    firstBelow(window, 16, openList, container);
+    return list;
 }
 
 AXResult<ValueArray> AtspiAccessibility::copyActionNames(const AXUIElement &element)

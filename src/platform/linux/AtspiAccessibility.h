@@ -79,6 +79,12 @@ private:
     bool hasPanel(const ObjectRef &application, Panel panel);
     std::vector<ObjectRef> panelFrames(const ObjectRef &application,
                                        const std::vector<ObjectRef> &windows, Panel panel);
+    using Accepts = std::function<bool(const ObjectRef &, const Node &)>;
+    // The first object that `wanted` accepts below `root`, looked for level by level, up to
+    // `levels` deep, through the objects that show and that `lookInside` accepts; the roles and
+    // states of every object met are read.
+    std::optional<ObjectRef> firstBelow(const ObjectRef &root, int levels, const Accepts &wanted,
+                                        const Accepts &lookInside);
     std::optional<ObjectRef> menuBarUnder(const ObjectRef &window);
     // The items of the menu that the window's menu bar has open, where the toolkit keeps them
     // below the bar's item rather than in a window of their own (GTK 3's menu bars).
