@@ -122,7 +122,12 @@ std::optional<std::pair<QAudioFormat, QByteArray>> readWav(const std::string &pa
 
 } // namespace
 
-QtSoundPlayer::QtSoundPlayer() = default;
+QtSoundPlayer::QtSoundPlayer()
+{
+    // The first question to the media backend loads it: Qt 6.8's FFmpeg backend took some 55 ms
+    // there, which the first session's first sound would otherwise wait for.
+    QMediaDevices::defaultAudioOutput();
+}
 
 QtSoundPlayer::~QtSoundPlayer()
 {
