@@ -565,11 +565,11 @@ AXResult<ValueArray> AtspiAccessibility::copyActionNames(const AXUIElement &elem
         return AXError::IllegalArgument;
     if (isApplicationRoot(*ref))
         return ValueArray {};
-    _reader->ensure({*ref}, NActions | NRole | NParent);
+    _reader->ensure({*ref}, NActions | NRole);
     if (auto failure = _reader->failure(*ref))
         return *failure;
     const Node n = _reader->node(*ref);
-    const bool clickOnly = choosesWithoutClosing(*ref, n);
+    const bool clickOnly = choosesWithoutClosing(*ref, n.role);
     ValueArray names;
     for (const auto &name : n.actionNames.value_or(ActionNames {})) {
         if (name && !(clickOnly && axActionName(*name) == AXPressAction))
@@ -578,18 +578,22 @@ AXResult<ValueArray> AtspiAccessibility::copyActionNames(const AXUIElement &elem
     return names;
 }
 
-bool AtspiAccessibility::choosesWithoutClosing(const ObjectRef &ref, const Node &n)
+bool AtspiAccessibility::choosesWithoutClosing(const ObjectRef &ref,
+                                               std::optional<std::uint32_t> itsRole)
 {
     // Qt's press of an item in an open menu triggers the item's action and leaves the menu
     // open, holding the pointer, so that the next click only closes it. Clicked, the item is
     // chosen and the menu closes, as for a person.
     static constexpr std::uint32_t menuItems[] = {role::MenuItem, role::CheckMenuItem,
                                                   role::RadioMenuItem};
-    if (!n.role || !std::ranges::count(menuItems, *n.role) || !n.parent || n.parent->isNull()
-        || !_reader->isQt(ref.service))
+    if (!itsRole || !std::ranges::count(menuItems, *itsRole) || !_reader->isQt(ref.service))
         return false;
-    _reader->ensure({*n.parent}, NRole);
-    const auto parentRole = _reader->node(*n.parent).role;
+    _reader->ensure({ref}, NParent);
+    const auto parent = _reader->node(ref).parent;
+    if (!parent || parent->isNull())
+        return false;
+    _reader->ensure({*parent}, NRole);
+    const auto parentRole = _reader->node(*parent).role;
     return parentRole == std::optional<std::uint32_t>(role::Menu)
         || parentRole == std::optional<std::uint32_t>(role::PopupMenu);
 }

@@ -3,6 +3,7 @@
 #include "platform/Accessibility.h"
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -92,8 +93,9 @@ private:
     // The list a combo box of the window has open, where the toolkit keeps it below the combo
     // box rather than in a window of its own (Qt's).
     std::optional<ObjectRef> openComboList(const ObjectRef &window);
-    // Whether pressing the item (known as `n`) through its action leaves its menu open.
-    bool choosesWithoutClosing(const ObjectRef &ref, const Node &n);
+    // Whether pressing the object, whose AT-SPI role is `itsRole`, through its action leaves
+    // its menu open.
+    bool choosesWithoutClosing(const ObjectRef &ref, std::optional<std::uint32_t> itsRole);
 
     std::unique_ptr<AtspiReader> _reader;
     // Set by invalidateCache(), which each session's read starts with.
