@@ -50,26 +50,6 @@ TEST(AddArcToPoint, RoundsARightAngleTurningEitherWay)
     expectArc(left, 7.0 / (7.0 + 1.5 * std::numbers::pi) + 0.01, {7, -3}, 3);
 }
 
-TEST(AddArcToPoint, AcuteTipIsSymmetricAndTangent)
-{
-    QPainterPath path;
-    path.moveTo(0, 4);
-    addArcToPoint(path, {2.5, 0}, {5, 4}, 1);
-    const QPointF end = path.currentPosition();
-    const QPointF start = path.elementAt(1);
-    EXPECT_NEAR(end.x(), 5.0 - start.x(), tolerance) << "mirror images about the tip";
-    EXPECT_NEAR(end.y(), start.y(), tolerance);
-    // Both tangent points lie on their sides.
-    EXPECT_NEAR(start.x() / 2.5 + start.y() / 4.0, 1.0, tolerance);
-    EXPECT_NEAR((end.x() - 2.5) / 2.5 - end.y() / 4.0, 0.0, tolerance);
-    // The arc leaves along the second side, heading down and right.
-    const double leaving = path.angleAtPercent(1.0);
-    EXPECT_NEAR(leaving, 360.0 - std::atan2(4.0, 2.5) * 180.0 / std::numbers::pi, 0.5);
-    // Its lowest point stands below the tip: the corner is cut off.
-    const QRectF bounds = path.boundingRect();
-    EXPECT_GT(bounds.top(), 0.1);
-}
-
 TEST(AddArcToPoint, DegenerateCornersBecomeLines)
 {
     QPainterPath straight;
@@ -137,37 +117,6 @@ QRgb pixelAt(LabelLayer &layer, QPointF point)
                        static_cast<int>((point.y() + margins.top()) * ratio));
 }
 
-TEST(LabelLayer, NubPointsUpFromTheTopCentre)
-{
-    LabelLayer layer("", themeColors("original"), 10.0, 1.0);
-    layer.layoutLabel();
-    const double midX = layer.size().width() / 2;
-    EXPECT_GE(qAlpha(pixelAt(layer, {midX, 2.5})), 200);
-    EXPECT_LT(qAlpha(pixelAt(layer, {midX - 4.0, 2.5})), 40);
-    EXPECT_LT(qAlpha(pixelAt(layer, {midX + 4.0, 2.5})), 40);
-    EXPECT_LT(qAlpha(pixelAt(layer, {1.0, 1.5})), 40);
-    EXPECT_LT(qAlpha(pixelAt(layer, {layer.size().width() - 1.0, 1.5})), 40);
-    EXPECT_EQ(qAlpha(pixelAt(layer, layer.bodyRect().center())), 255);
-    EXPECT_LT(qAlpha(pixelAt(layer, {0.1, layer.size().height() - 0.1})), 128) << "rounded corner";
-}
-
-TEST(LabelLayer, GradientRunsFromTheFirstColourDownToTheThird)
-{
-    LabelLayer layer("", themeColors("original"), 10.0, 1.0);
-    layer.layoutLabel();
-    const QRectF body = layer.bodyRect();
-    const double x = body.center().x();
-    int previous = 256;
-    for (double y = body.top() + 1.5; y < body.bottom() - 1.0; y += 0.5) {
-        const int blue = qBlue(pixelAt(layer, {x, y}));
-        EXPECT_LE(blue, previous + 1) << y;
-        previous = blue;
-    }
-    EXPECT_GT(qBlue(pixelAt(layer, {x, body.top() + 1.0})) - previous, 50) << "a gradient at all";
-    EXPECT_LT(qGray(pixelAt(layer, {0.5, body.center().y()})), 128)
-        << "dark border over the light fill";
-}
-
 // The brightest and darkest pixel of each half of the text.
 struct Halves
 {
@@ -226,20 +175,6 @@ TEST(LabelLayer, RendersOnceUntilThePrefixChanges)
     layer.setMatchedPrefix(1);
     const qint64 second = layer.image().cacheKey();
     EXPECT_NE(second, first);
-}
-
-TEST(LabelLayer, ShadowFallsBelowTheBounds)
-{
-    LabelLayer layer("AB", themeColors("original"), 10.0, 1.0);
-    layer.layoutLabel();
-    const QMarginsF margins = layer.shadowMargins();
-    EXPECT_GT(margins.bottom(), margins.top());
-    const double midX = layer.size().width() / 2;
-    const int below = qAlpha(pixelAt(layer, {midX, layer.size().height() + 1.0}));
-    const int above = qAlpha(pixelAt(layer, {1.0, -1.0}));
-    EXPECT_GT(below, 10);
-    EXPECT_LE(below, 39) << "at most 0.15 opaque";
-    EXPECT_LT(above, below);
 }
 
 TEST(LabelLayer, PaintsAtItsPlaceOnlyWhenShown)

@@ -128,15 +128,6 @@ TEST_F(UIElementTest, UnreadableOrWronglyTypedOptionalsStayAbsentWithoutFailing)
     EXPECT_FALSE(o->actions) << "one name that isn't a string spoils the list";
 }
 
-TEST_F(UIElementTest, TwoReadsOfOneElementAreTwoElements)
-{
-    auto button = window.add("AXButton", makeRect(0, 0, 5, 5));
-    auto a = UIElement::lightElement(desktop, button.ref());
-    auto b = UIElement::lightElement(desktop, button.ref());
-    EXPECT_NE(*a, *b);
-    EXPECT_EQ(a->ref, b->ref);
-}
-
 TEST(UIElementActionable, RoleTableDecidesBeforeActions)
 {
     auto withActions = [](const std::string &role, std::optional<std::vector<std::string>> actions,
