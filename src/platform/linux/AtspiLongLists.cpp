@@ -102,28 +102,36 @@ std::vector<ObjectRef> AtspiReader::pressableIn(const ObjectRef &o)
 
 void AtspiReader::readVisibleSlices(const std::vector<ObjectRef> &lists)
 {
-    struct Search
-    {
-        ObjectRef list;
-        std::int32_t count;
-        std::optional<CGRect> region;
-        // The first child not above the region lies in [startLo, startHi]; the first below it
-        // in [endLo, endHi].
-        std::int32_t startLo, startHi, endLo, endHi;
-    };
-    std::vector<Search> searches;
+    std::vector<SliceSearch> searches;
     std::unordered_map<std::string, std::optional<CGRect>> regions;
     for (const auto &o : lists) {
         if (!regions.contains(o.service))
             regions[o.service] = visibleRegionOf(o.service);
         const auto count = node(o).childCount.value_or(0);
-        searches.push_back(Search {o, count, regions[o.service], 0, count, 0, count});
+        searches.push_back(SliceSearch {o, count, regions[o.service], 0, count, 0, count});
     }
+    narrowToRegions(searches);
+    auto children = shownChildren(searches);
+    std::lock_guard lock(_mutex);
+    for (std::size_t s = 0; s < searches.size(); ++s) {
+        Node &n = _nodes[searches[s].list.key()];
+        for (const auto &c : children[s]) {
+            Node &child = _nodes[c.key()];
+            if (!child.parent)
+                child.parent = searches[s].list;
+        }
+        n.children = std::move(children[s]);
+        n.fetched |= NChildren | NVisibleSlice;
+    }
+}
+
+void AtspiReader::narrowToRegions(std::vector<SliceSearch> &searches)
+{
     for (int round = 0; round < 8; ++round) {
         std::vector<std::pair<ObjectRef, std::int32_t>> probes;
         std::vector<std::size_t> owners;
         for (std::size_t s = 0; s < searches.size(); ++s) {
-            const Search &search = searches[s];
+            const SliceSearch &search = searches[s];
             if (!search.region)
                 continue;
             const auto spread = [&](std::int32_t lo, std::int32_t hi) {
@@ -142,13 +150,13 @@ void AtspiReader::readVisibleSlices(const std::vector<ObjectRef> &lists)
             spread(search.endLo, search.endHi);
         }
         if (probes.empty())
-            break;
+            return;
         const auto places = placesOf(probes);
         for (std::size_t i = 0; i < probes.size(); ++i) {
             // A child not placed yet (a browser still laying its page out) tells nothing.
             if (!places[i] || places[i]->width < 0 || places[i]->height < 0)
                 continue;
-            Search &search = searches[owners[i]];
+            SliceSearch &search = searches[owners[i]];
             const auto p = probes[i].second;
             const auto &e = *places[i];
             const CGRect &region = *search.region;
@@ -166,6 +174,11 @@ void AtspiReader::readVisibleSlices(const std::vector<ObjectRef> &lists)
             search.endHi = std::max(search.endHi, search.endLo);
         }
     }
+}
+
+std::vector<std::vector<ObjectRef>>
+AtspiReader::shownChildren(const std::vector<SliceSearch> &searches)
+{
     // Where most of a list shows, all of it is asked for in one call rather than child by
     // child.
     std::vector<std::optional<PendingCall>> whole;
@@ -197,17 +210,7 @@ void AtspiReader::readVisibleSlices(const std::vector<ObjectRef> &lists)
             if (auto child = call.isError() ? std::nullopt : readObject(call.reply()))
                 children[s].push_back(*child);
     }
-    std::lock_guard lock(_mutex);
-    for (std::size_t s = 0; s < searches.size(); ++s) {
-        Node &n = _nodes[searches[s].list.key()];
-        for (const auto &c : children[s]) {
-            Node &child = _nodes[c.key()];
-            if (!child.parent)
-                child.parent = searches[s].list;
-        }
-        n.children = std::move(children[s]);
-        n.fetched |= NChildren | NVisibleSlice;
-    }
+    return children;
 }
 
 std::vector<std::optional<Extents>>

@@ -223,6 +223,20 @@ private:
     // by a few rounds of probes (sixteen children of each list at a time, the places of all
     // the lists' probes asked together), and only those between are read.
     void readVisibleSlices(const std::vector<ObjectRef> &lists);
+    // One list's search for the children that stand in its window.
+    struct SliceSearch
+    {
+        ObjectRef list;
+        std::int32_t count;
+        std::optional<CGRect> region;
+        // The first child not above the region lies in [startLo, startHi]; the first below it
+        // in [endLo, endHi].
+        std::int32_t startLo, startHi, endLo, endHi;
+    };
+    // Narrows every search by rounds of probes until each knows its first and last child.
+    void narrowToRegions(std::vector<SliceSearch> &searches);
+    // The children each search found standing in its window, read in one burst.
+    std::vector<std::vector<ObjectRef>> shownChildren(const std::vector<SliceSearch> &searches);
     // Where the children at these indices of these lists stand; nothing where a call failed.
     std::vector<std::optional<Extents>>
     placesOf(const std::vector<std::pair<ObjectRef, std::int32_t>> &probes);
