@@ -99,16 +99,22 @@ void AtspiAccessibility::invalidateCache()
 AXUIElement AtspiAccessibility::createApplication(pid_t pid)
 {
     // Toolkits join the bus within a second or so of accessibility being switched on (Firefox:
-    // 170-320 ms measured, idle), and fill their windows' trees some 100 ms after joining. The
-    // first application a fresh read asks for in that time is waited for, rather than finding
-    // nothing or an empty window to label; the switch itself (AXEnablerService) never waits.
+    // 170-320 ms measured, idle), and fill their windows' trees some 100 ms after joining. An
+    // application a fresh read finds missing in the seconds after the switch is waited for,
+    // rather than finding nothing or an empty window to label; the switch itself
+    // (AXEnablerService) never waits. A busy toolkit joins later, and the user may come back to
+    // it only then: each fresh read in that time waits from its own start.
+    constexpr auto settling = std::chrono::seconds(10);
     constexpr auto joining = std::chrono::seconds(3);
     constexpr auto filling = std::chrono::milliseconds(300);
     constexpr auto pause = std::chrono::milliseconds(40);
-    const auto until = _readingAfresh.exchange(false) ? _reader->bus().switchedOnAt() + joining
-                                                      : std::chrono::steady_clock::time_point {};
+    const auto now = std::chrono::steady_clock::now();
+    const auto switchedOn = _reader->bus().switchedOnAt();
+    const auto until = _readingAfresh.exchange(false) && switchedOn != decltype(switchedOn) {}
+        ? std::min(switchedOn + settling, now + joining)
+        : std::chrono::steady_clock::time_point {};
     auto service = serviceOf(pid);
-    if (!service && std::chrono::steady_clock::now() < until) {
+    if (!service && now < until) {
         do {
             std::this_thread::sleep_for(pause);
             service = serviceOf(pid);
