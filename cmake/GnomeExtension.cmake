@@ -1,9 +1,10 @@
-# The GNOME Shell extension in the two forms the shells load, made from one body
-# (gnome/overview.js) and one metadata template, so that the two never drift: for GNOME 43 and
-# 44 a script with the shell's modules under `imports`, for 45 and later an ES module. Each lands
-# in PROJECT_BINARY_DIR/gnome/FORM/UUID, laid out as the shell wants it in a folder of extensions.
+# GNOME Shell extensions in the two forms the shells load, each made from one body and one
+# metadata template, so that the two never drift: for GNOME 43 and 44 a script with the shell's
+# modules under `imports`, for 45 and later an ES module (the entry files in gnome/shell/). Each
+# lands in PROJECT_BINARY_DIR/gnome/FORM/UUID, laid out as the shell wants it in a folder of
+# extensions.
 set(TARNVIK_GNOME_UUID tarnvik-gnome@ostrelline.com)
-# The shells each form names: only those whose APIs the overview's tests ran against.
+# The shells each form names: only those whose APIs the tests ran against.
 set(TARNVIK_GNOME_SHELLS_43 "\"43\"")
 set(TARNVIK_GNOME_SHELLS_45 "\"48\"")
 
@@ -22,22 +23,32 @@ set(TARNVIK_GNOME_FORM ${default_form} CACHE STRING
   "The GNOME Shell extension's form that is installed and tested: 43 (GNOME 43, 44) or 45 (45 and later)")
 set_property(CACHE TARNVIK_GNOME_FORM PROPERTY STRINGS 43 45)
 
-set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
-  gnome/overview.js gnome/shell/43.js gnome/shell/45.js)
-file(READ gnome/overview.js overview)
-foreach(form 43 45)
-  set(folder ${PROJECT_BINARY_DIR}/gnome/${form}/${TARNVIK_GNOME_UUID})
-  file(READ gnome/shell/${form}.js extension)
-  string(REPLACE "// @OVERVIEW@\n" "${overview}" extension "${extension}")
-  # Written only when it changed, so that nothing that depends on it is redone.
-  set(written "")
-  if(EXISTS ${folder}/extension.js)
-    file(READ ${folder}/extension.js written)
-  endif()
-  if(NOT written STREQUAL extension)
-    file(WRITE ${folder}/extension.js "${extension}")
-  endif()
-  set(SHELL_VERSIONS ${TARNVIK_GNOME_SHELLS_${form}})
-  configure_file(gnome/metadata.json.in ${folder}/metadata.json @ONLY)
-endforeach()
+# Writes both forms of the extension UUID: BODY (a file of JS defining the class SERVICE, made
+# while the extension is enabled and destroyed when it is disabled) between each form's imports
+# and entry point, and METADATA configured with UUID and SHELL_VERSIONS.
+function(tarnvik_gnome_extension uuid body service metadata)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
+    ${body} ${metadata} ${PROJECT_SOURCE_DIR}/gnome/shell/43.js ${PROJECT_SOURCE_DIR}/gnome/shell/45.js)
+  file(READ ${body} code)
+  foreach(form 43 45)
+    set(folder ${PROJECT_BINARY_DIR}/gnome/${form}/${uuid})
+    file(READ ${PROJECT_SOURCE_DIR}/gnome/shell/${form}.js extension)
+    string(REPLACE "// @BODY@\n" "${code}" extension "${extension}")
+    string(REPLACE "@SERVICE@" "${service}" extension "${extension}")
+    # Written only when it changed, so that nothing that depends on it is redone.
+    set(written "")
+    if(EXISTS ${folder}/extension.js)
+      file(READ ${folder}/extension.js written)
+    endif()
+    if(NOT written STREQUAL extension)
+      file(WRITE ${folder}/extension.js "${extension}")
+    endif()
+    set(UUID ${uuid})
+    set(SHELL_VERSIONS ${TARNVIK_GNOME_SHELLS_${form}})
+    configure_file(${metadata} ${folder}/metadata.json @ONLY)
+  endforeach()
+endfunction()
+
+tarnvik_gnome_extension(${TARNVIK_GNOME_UUID} ${PROJECT_SOURCE_DIR}/gnome/overview.js
+  OverviewService ${PROJECT_SOURCE_DIR}/gnome/metadata.json.in)
 set(TARNVIK_GNOME_EXTENSION ${PROJECT_BINARY_DIR}/gnome/${TARNVIK_GNOME_FORM}/${TARNVIK_GNOME_UUID})

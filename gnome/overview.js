@@ -24,6 +24,12 @@ const INTERFACE = `<node>
     <method name="Windows">
       <arg name="windows" type="a(tisss)" direction="out"/>
     </method>
+    <method name="Frames">
+      <arg name="windows" type="a(tisbsss(dddd)(dddd))" direction="out"/>
+    </method>
+    <method name="Monitors">
+      <arg name="monitors" type="a(ddddd)" direction="out"/>
+    </method>
     <method name="PickAt">
       <arg name="x" type="d" direction="in"/>
       <arg name="y" type="d" direction="in"/>
@@ -37,6 +43,7 @@ const INTERFACE = `<node>
       <arg name="modifiers" type="au" direction="in"/>
     </method>
     <signal name="Shown"/>
+    <signal name="FocusChanged"/>
     <signal name="ShortcutPressed">
       <arg name="index" type="u"/>
     </signal>
@@ -89,6 +96,17 @@ function visiblePreviews() {
     };
     visit(Main.layoutManager.overviewGroup);
     return found;
+}
+
+// The windows a person sees, the front one first.
+function windowsFrontToBack() {
+    const windows = global.get_window_actors().map(a => a.meta_window)
+        .filter(w => !w.minimized && w.showing_on_its_workspace());
+    return global.display.sort_windows_by_stacking(windows).reverse();
+}
+
+function rectangle(r) {
+    return [r.x, r.y, r.width, r.height];
 }
 
 function extentsOf(actor) {
@@ -179,11 +197,14 @@ class OverviewService {
             this._labels.clear();
         });
         this._watchStage(Main.overview.visible);
+        this._focusId = global.display.connect('notify::focus-window',
+            () => this._emit('FocusChanged', null));
     }
 
     destroy() {
         this._forget();
         this._watchStage(false);
+        global.display.disconnect(this._focusId);
         Main.overview.disconnect(this._showingId);
         Main.overview.disconnect(this._shownId);
         Main.overview.disconnect(this._hiddenId);
@@ -213,6 +234,21 @@ class OverviewService {
         if (!this._client || invocation.get_sender() !== this._client.name) {
             invocation.return_dbus_error(`${ERROR}.NotRegistered`,
                 'Only the Tarnvik process that registered may call this');
+            return;
+        }
+        try {
+            invocation.return_value(answer());
+        } catch (e) {
+            invocation.return_dbus_error(`${ERROR}.Failed`, String(e));
+        }
+    }
+
+    // Runs `answer` for any Tarnvik process: where windows stand is what `tarnvik targets` needs
+    // too, while the resident one is registered.
+    _serveTarnvik(invocation, answer) {
+        const sender = invocation.get_sender();
+        if (this._client?.name !== sender && executableName(callerPid(sender)) !== PROGRAM) {
+            invocation.return_dbus_error(`${ERROR}.NotTarnvik`, `Only ${PROGRAM} may ask this`);
             return;
         }
         try {
@@ -283,6 +319,33 @@ class OverviewService {
                 return [w.get_id(), w.get_pid(), w.get_title() ?? '', app?.get_name() ?? '', icon];
             });
             return new GLib.Variant('(a(tisss))', [windows]);
+        });
+    }
+
+    // Each window's id, process, title, whether it has the focus, what names its application
+    // (class, instance, GTK application id), its frame (what the user sees as the window, title
+    // bar included) and its buffer (the surface the client draws, client-side shadows
+    // included): on Wayland only the shell knows where a window stands.
+    FramesAsync(parameters, invocation) {
+        this._serveTarnvik(invocation, () => {
+            const focused = global.display.focus_window;
+            return new GLib.Variant('(a(tisbsss(dddd)(dddd)))', [windowsFrontToBack().map(w => [
+                w.get_id(), w.get_pid(), w.get_title() ?? '', w === focused,
+                w.get_wm_class() ?? '', w.get_wm_class_instance() ?? '',
+                w.get_gtk_application_id() ?? '',
+                rectangle(w.get_frame_rect()), rectangle(w.get_buffer_rect()),
+            ])]);
+        });
+    }
+
+    // Each monitor's place and size in the shell's coordinates and its scale, the primary first.
+    MonitorsAsync(parameters, invocation) {
+        this._serveTarnvik(invocation, () => {
+            const layout = Main.layoutManager;
+            const monitors = [...layout.monitors].sort((a, b) =>
+                (b === layout.primaryMonitor) - (a === layout.primaryMonitor));
+            return new GLib.Variant('(a(ddddd))', [monitors.map(m =>
+                [m.x, m.y, m.width, m.height, m.geometry_scale])]);
         });
     }
 

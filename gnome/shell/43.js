@@ -5,11 +5,11 @@ const { Clutter, Gio, GLib, Shell, St } = imports.gi;
 const Main = imports.ui.main;
 const { WindowPreview } = imports.ui.windowPreview;
 
-// @OVERVIEW@
+// @BODY@
 
 class Extension {
     enable() {
-        this._service = new OverviewService();
+        this._service = new @SERVICE@();
     }
 
     disable() {

@@ -10,11 +10,11 @@ import * as Main from 'resource:///org/gnome/shell/ui/main.js';
 import {WindowPreview} from 'resource:///org/gnome/shell/ui/windowPreview.js';
 import {Extension} from 'resource:///org/gnome/shell/extensions/extension.js';
 
-// @OVERVIEW@
+// @BODY@
 
 export default class TarnvikExtension extends Extension {
     enable() {
-        this._service = new OverviewService();
+        this._service = new @SERVICE@();
     }
 
     disable() {

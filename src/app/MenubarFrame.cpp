@@ -9,7 +9,7 @@ namespace tarnvik {
 // The menu bar counts as on screen while the frontmost application shows one.
 void wireMenubarFrame(linux::LinuxDesktop &d)
 {
-    auto &x = d.desktop();
+    auto &x = d.windows();
     auto &ax = d.accessibility();
     x.setMenubarFrame([&x, &ax]() -> std::optional<CGRect> {
         auto app = x.frontmostApplication();

@@ -121,7 +121,7 @@ std::function<double()> desktopScale(double qtScaleFactor)
 // The desktop's appearance and its scale are read at each session.
 ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
     : _c(std::move(connections))
-    , _x(_c.desktop->desktop())
+    , _x(*_c.desktop->x11())
     , _accessibility(_c.desktop->accessibility(), _ownAccessibility)
     , _preferences(_store)
     , _sounds(_player, _preferences, installedPath("share/tarnvik/sounds"))

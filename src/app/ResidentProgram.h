@@ -17,6 +17,7 @@
 #include "platform/linux/LinuxDesktop.h"
 #include "platform/linux/TimerFrameClock.h"
 #include "platform/linux/WheelScrolling.h"
+#include "platform/linux/X11Desktop.h"
 #include "platform/linux/X11KeyWatch.h"
 #include "platform/linux/X11Keyboard.h"
 #include "platform/linux/X11Pointer.h"

@@ -5,6 +5,7 @@
 #include "app/ResidentProgram.h"
 #include "app/TargetsCommand.h"
 #include "platform/Diagnostics.h"
+#include "platform/gnome/GnomeWindows.h"
 #include "platform/linux/LinuxDesktop.h"
 #include "platform/qt/QSettingsPreferenceStore.h"
 #include "platform/qt/QtScheduler.h"
@@ -22,6 +23,35 @@
 namespace {
 
 using namespace tarnvik;
+
+// The desktop the commands read. On a Wayland session only the compositor knows where windows
+// stand: GNOME Shell tells it through the extension. Without it, X's windows, which in a
+// Wayland session are only those of X programs.
+struct ReadDesktop
+{
+    std::unique_ptr<gnome::TarnvikGnomeExtension> shell;
+    std::unique_ptr<linux::LinuxDesktop> desktop;
+
+    static ReadDesktop connect()
+    {
+        ReadDesktop d;
+        if (qEnvironmentVariable("XDG_SESSION_TYPE") == "wayland"
+            && qEnvironmentVariableIsSet("WAYLAND_DISPLAY")) {
+            d.shell = std::make_unique<gnome::TarnvikGnomeExtension>();
+            if (!d.shell->monitors().empty()) {
+                d.desktop =
+                    linux::LinuxDesktop::connect(std::make_unique<gnome::GnomeWindows>(*d.shell));
+                return d;
+            }
+            std::fprintf(stderr,
+                         "tarnvik: GNOME Shell's extension %s does not answer on this Wayland "
+                         "session: only X programs' windows can be read\n",
+                         gnome::TarnvikGnomeExtension::uuid);
+        }
+        d.desktop = linux::LinuxDesktop::connect();
+        return d;
+    }
+};
 
 int runTargets(const QStringList &arguments, bool tree)
 {
@@ -47,16 +77,17 @@ int runTargets(const QStringList &arguments, bool tree)
     if (options.json)
         sendDiagnosticsToStandardError();
 
-    auto desktop = linux::LinuxDesktop::connect();
-    if (!desktop)
+    const auto read = ReadDesktop::connect();
+    if (!read.desktop)
         return 2;
-    wireMenubarFrame(*desktop);
+    auto &desktop = *read.desktop;
+    wireMenubarFrame(desktop);
     QSettingsPreferenceStore store;
     Preferences preferences(store);
     QtScheduler scheduler;
-    auto &x = desktop->desktop();
-    TargetsCommand command({.platform = {desktop->accessibility(), x, x},
-                            .screens = x,
+    auto &windows = desktop.windows();
+    TargetsCommand command({.platform = {desktop.accessibility(), windows, windows},
+                            .screens = windows,
                             .preferences = preferences,
                             .scheduler = scheduler});
     return command.run(options);

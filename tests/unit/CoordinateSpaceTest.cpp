@@ -128,5 +128,20 @@ TEST(CoordinateSpace, WindowsSharingATitleArePairedByShape)
     EXPECT_EQ(space.scale(), 2);
 }
 
+TEST(CoordinateSpace, OnWaylandGtk3CountsFromItsSurfaceShadowIncluded)
+{
+    // GNOME Shell 43 on Wayland: gtk3-widget-factory's frame at 0, 32 (1415x732), its surface
+    // at -26, 9 (1467x784) with the shadow, reported as 0, 0 and the surface's size. A check
+    // box reported at 36, 444 answered clicks at 69, 464 and not at 95, 487.
+    ClientWindow factory = window("gtk3-widget-factory", 0, 32, 1415, 732);
+    factory.surface = makeRect(-26, 9, 1467, 784);
+    const auto space = CoordinateSpace::ofSurfaces(toolkitGeometry("gtk", "3.24.38"), {factory},
+                                                   {frame("gtk3-widget-factory", 0, 0, 1467, 784)});
+    expectRect(space.toRoot(at(36, 444, 118, 22), false), 10, 453, 118, 22);
+    const CGPoint hit = space.hitTestPoint({69, 464});
+    EXPECT_EQ(hit.x, 95);
+    EXPECT_EQ(hit.y, 455);
+}
+
 } // namespace
 } // namespace tarnvik::linux

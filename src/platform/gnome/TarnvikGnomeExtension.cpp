@@ -50,6 +50,8 @@ TarnvikGnomeExtension::TarnvikGnomeExtension()
     bus.connect(shellService, "/org/gnome/Shell", "org.freedesktop.DBus.Properties",
                 "PropertiesChanged", this, SLOT(propertiesChanged(QDBusMessage)));
     bus.connect(shellService, objectPath, interfaceName, "Shown", this, SLOT(shown()));
+    bus.connect(shellService, objectPath, interfaceName, "FocusChanged", this,
+                SLOT(focusChanged()));
     bus.connect(shellService, objectPath, interfaceName, "ShortcutPressed", this,
                 SLOT(shortcutPressed(uint)));
     bus.connect(shellService, objectPath, interfaceName, "Key", this,
@@ -144,6 +146,12 @@ void TarnvikGnomeExtension::shown()
         _report();
 }
 
+void TarnvikGnomeExtension::focusChanged()
+{
+    if (_focusChanged)
+        _focusChanged();
+}
+
 void TarnvikGnomeExtension::key(uint keycode, uint state, bool pressed, bool repeat)
 {
     if (_key)
@@ -223,6 +231,64 @@ std::vector<OverviewWindow> TarnvikGnomeExtension::windows()
     }
     array.endArray();
     return found;
+}
+
+namespace {
+
+CGRect readRect(const QDBusArgument &argument)
+{
+    double x = 0, y = 0, width = 0, height = 0;
+    argument.beginStructure();
+    argument >> x >> y >> width >> height;
+    argument.endStructure();
+    return makeRect(x, y, width, height);
+}
+
+// The reply's one array, each element read by `read`; nothing for an error.
+template<typename T, typename Read>
+std::vector<T> readArray(const QDBusMessage &reply, Read read)
+{
+    std::vector<T> found;
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
+        return found;
+    const auto array = reply.arguments().front().value<QDBusArgument>();
+    array.beginArray();
+    while (!array.atEnd()) {
+        array.beginStructure();
+        found.push_back(read(array));
+        array.endStructure();
+    }
+    array.endArray();
+    return found;
+}
+
+} // namespace
+
+std::vector<ShellWindow> TarnvikGnomeExtension::frames() const
+{
+    return readArray<ShellWindow>(call("Frames"), [](const QDBusArgument &a) {
+        ShellWindow w;
+        qulonglong id = 0;
+        QString title, wmClass, wmInstance, gtkApplicationId;
+        a >> id >> w.pid >> title >> w.focused >> wmClass >> wmInstance >> gtkApplicationId;
+        w.id = id;
+        w.title = title.toStdString();
+        w.wmClass = wmClass.toStdString();
+        w.wmInstance = wmInstance.toStdString();
+        w.gtkApplicationId = gtkApplicationId.toStdString();
+        w.frame = readRect(a);
+        w.buffer = readRect(a);
+        return w;
+    });
+}
+
+std::vector<ShellMonitor> TarnvikGnomeExtension::monitors() const
+{
+    return readArray<ShellMonitor>(call("Monitors"), [](const QDBusArgument &a) {
+        double x = 0, y = 0, width = 0, height = 0, scale = 1;
+        a >> x >> y >> width >> height >> scale;
+        return ShellMonitor {makeRect(x, y, width, height), scale};
+    });
 }
 
 bool TarnvikGnomeExtension::pickAt(CGPoint point)

@@ -15,6 +15,28 @@
 
 namespace tarnvik::gnome {
 
+// A window as the shell places it, in the shell's coordinates.
+struct ShellWindow
+{
+    std::uint64_t id = 0;
+    std::int32_t pid = 0;
+    std::string title;
+    bool focused = false;
+    std::string wmClass;
+    std::string wmInstance;
+    std::string gtkApplicationId;
+    // What the user sees as the window, its title bar included.
+    CGRect frame {};
+    // The surface the client draws, its client-side shadows included.
+    CGRect buffer {};
+};
+
+struct ShellMonitor
+{
+    CGRect frame {};
+    double scale = 1;
+};
+
 // The GNOME Shell extension tarnvik-gnome, which draws this program's labels above the
 // Activities overview and hands it the keys typed there, and the shell's own OverviewActive.
 // The extension answers only the process that registered with it: this one registers when it
@@ -41,6 +63,8 @@ public:
     {
         _shortcut = std::move(handler);
     }
+    // Each time another window gets the focus, once registered.
+    void onFocusChanged(std::function<void()> handler) { _focusChanged = std::move(handler); }
     // X key codes and X modifier masks of the program's shortcuts, which the shell keeps from
     // it while the overview shows; given again at each registration.
     void watchShortcuts(std::vector<std::pair<std::uint32_t, std::uint32_t>> shortcuts);
@@ -58,12 +82,18 @@ public:
     std::vector<OverviewWindow> windows();
     bool pickAt(CGPoint point);
     bool holdKeys(bool hold);
+    // The windows a person sees, the front one first; nothing when the extension doesn't
+    // answer. Answered to any Tarnvik process, registered or not.
+    std::vector<ShellWindow> frames() const;
+    // The primary monitor first.
+    std::vector<ShellMonitor> monitors() const;
     // The shell's process, for its accessibility tree.
     std::optional<std::uint32_t> shellProcess() const;
 
 private Q_SLOTS:
     void propertiesChanged(const QDBusMessage &message);
     void shown();
+    void focusChanged();
     void shortcutPressed(uint index);
     void key(uint keycode, uint state, bool pressed, bool repeat);
     void shellOwnerChanged(const QString &name, const QString &oldOwner, const QString &newOwner);
@@ -76,6 +106,7 @@ private:
     bool _registered = false;
     bool _overviewActive = false;
     std::function<void()> _report;
+    std::function<void()> _focusChanged;
     std::vector<std::pair<std::uint32_t, std::uint32_t>> _shortcuts;
     std::function<void(std::uint32_t)> _shortcut;
     std::function<void(std::uint32_t, std::uint32_t, bool, bool)> _key;

@@ -82,8 +82,8 @@ unsigned needsOf(const std::string &attribute)
 
 } // namespace
 
-AtspiAccessibility::AtspiAccessibility(AtspiBus &bus, ClientWindowsOf windowsOf)
-    : _reader(std::make_unique<AtspiReader>(bus, std::move(windowsOf)))
+AtspiAccessibility::AtspiAccessibility(AtspiBus &bus, ClientWindows windows)
+    : _reader(std::make_unique<AtspiReader>(bus, std::move(windows)))
 {
     bus.listenForChildrenChanges(defaultTimeoutMs);
 }

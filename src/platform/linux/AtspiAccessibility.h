@@ -27,11 +27,23 @@ enum class Panel { None, TopBar, Dock };
 struct ClientWindow
 {
     std::string title;
+    // What the user sees as the window.
     CGRect frame;
     bool isActive = false;
     Panel panel = Panel::None;
+    // What the client draws, its client-side shadows included: on X11 the X window, the frame.
+    CGRect surface = frame;
 };
 using ClientWindowsOf = std::function<std::vector<ClientWindow>(pid_t)>;
+
+// The desktop's top-level windows as the window system has them.
+struct ClientWindows
+{
+    ClientWindowsOf of;
+    // Every toolkit reports its objects' places relative to its own window's surface, as on
+    // Wayland, where no client knows where its window stands.
+    bool placesRelativeToThem = false;
+};
 
 // The accessibility operations over AT-SPI2. Reads are answered from what was fetched in bulk:
 // a snapshot of the whole application (Cache.GetItems) where the toolkit offers one, and bursts
@@ -43,7 +55,7 @@ class AtspiAccessibility final : public Accessibility
 public:
     static constexpr int defaultTimeoutMs = 500;
 
-    AtspiAccessibility(AtspiBus &bus, ClientWindowsOf windowsOf);
+    AtspiAccessibility(AtspiBus &bus, ClientWindows windows);
     ~AtspiAccessibility() override;
 
     AXUIElement createApplication(pid_t pid) override;

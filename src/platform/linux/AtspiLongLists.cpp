@@ -240,7 +240,7 @@ std::optional<CGRect> AtspiReader::visibleRegionOf(const std::string &service)
     const auto pid = _bus.processOf(service, defaultTimeoutMs);
     if (!pid)
         return std::nullopt;
-    for (const auto &w : _windowsOf(*pid)) {
+    for (const auto &w : _windows.of(*pid)) {
         if (!w.isActive)
             continue;
         const CoordinateSpace space = spaceOf(service);

@@ -85,9 +85,9 @@ std::optional<Extents> unionOf(const std::vector<Extents> &rects)
 
 } // namespace
 
-AtspiReader::AtspiReader(AtspiBus &bus, ClientWindowsOf windowsOf)
+AtspiReader::AtspiReader(AtspiBus &bus, ClientWindows windows)
     : _bus(bus)
-    , _windowsOf(std::move(windowsOf))
+    , _windows(std::move(windows))
 { }
 
 void AtspiReader::ensure(const std::vector<ObjectRef> &objects, unsigned needs,
@@ -340,7 +340,11 @@ CoordinateSpace AtspiReader::spaceOf(const std::string &service)
         std::vector<ReportedWindow> reported;
         for (const auto &[frame, report] : shown)
             reported.push_back(report);
-        space = CoordinateSpace::of(toolkitOf(service).geometry, _windowsOf(*pid), reported);
+        const auto &toolkit = toolkitOf(service).geometry;
+        const auto windows = _windows.of(*pid);
+        space = _windows.placesRelativeToThem
+            ? CoordinateSpace::ofSurfaces(toolkit, windows, reported)
+            : CoordinateSpace::of(toolkit, windows, reported);
     }
     std::lock_guard lock(_mutex);
     _spaces[service] = space;

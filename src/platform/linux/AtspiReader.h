@@ -93,10 +93,10 @@ inline bool isApplicationRoot(const ObjectRef &r)
 class AtspiReader
 {
 public:
-    AtspiReader(AtspiBus &bus, ClientWindowsOf windowsOf);
+    AtspiReader(AtspiBus &bus, ClientWindows windows);
 
     AtspiBus &bus() const { return _bus; }
-    std::vector<ClientWindow> windowsOf(pid_t pid) const { return _windowsOf(pid); }
+    std::vector<ClientWindow> windowsOf(pid_t pid) const { return _windows.of(pid); }
 
     // Reads what `needs` asks of each object, fetching what isn't known yet in bursts of calls
     // issued together, a few rounds deep for what depends on an earlier answer. With
@@ -118,7 +118,10 @@ public:
     bool isGtk4(const std::string &service) { return toolkitOf(service).geometry.relativeToWindow; }
     // The coordinates an object's extents and hit tests are asked in: GTK 4.18 answers the
     // screen's with 0, 0 for every object, and GTK 4.8 answered both alike.
-    std::uint32_t coordinatesOf(const std::string &service) { return isGtk4(service) ? 1u : 0u; }
+    std::uint32_t coordinatesOf(const std::string &service)
+    {
+        return _windows.placesRelativeToThem || isGtk4(service) ? 1u : 0u;
+    }
     // Qt keeps a combo box's open list inside the window, below the combo box.
     bool isQt(const std::string &service) { return toolkitOf(service).qt; }
     // How the application's coordinates map onto the root window, worked out once a read:
@@ -244,7 +247,7 @@ private:
     std::optional<CGRect> visibleRegionOf(const std::string &service);
 
     AtspiBus &_bus;
-    ClientWindowsOf _windowsOf;
+    ClientWindows _windows;
     std::mutex _mutex;
     std::unordered_map<std::string, Node> _nodes;
     std::unordered_map<std::string, Application> _applications;

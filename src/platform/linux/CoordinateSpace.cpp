@@ -126,6 +126,25 @@ CoordinateSpace CoordinateSpace::of(const ToolkitGeometry &toolkit,
     return space;
 }
 
+CoordinateSpace CoordinateSpace::ofSurfaces(const ToolkitGeometry &toolkit,
+                                            const std::vector<ClientWindow> &clients,
+                                            const std::vector<ReportedWindow> &reported)
+{
+    CoordinateSpace space;
+    const ClientWindow *client = anchorWindow(clients);
+    if (!client)
+        return space;
+    space._rootAnchor = client->surface.origin;
+    if (!toolkit.relativeToWindow)
+        return space;
+    // GTK 4 counts through its window's own bounds here as it does in an X window.
+    ClientWindow drawn = *client;
+    drawn.frame = client->surface;
+    if (const ReportedWindow *frame = frameOfWindow(drawn, reported))
+        space._reportedAnchor = {2.0 * frame->extents.x, 2.0 * frame->extents.y};
+    return space;
+}
+
 CGRect CoordinateSpace::toRoot(const Extents &e, bool inPage) const
 {
     if (inPage && _pagesInRootPixels)

@@ -58,6 +58,12 @@ public:
     static CoordinateSpace of(const ToolkitGeometry &toolkit,
                               const std::vector<ClientWindow> &clients,
                               const std::vector<ReportedWindow> &reported);
+    // Where every toolkit reports places relative to its window's surface, in the
+    // compositor's logical pixels, as on Wayland: the active window's surface is the anchor,
+    // else the first window's.
+    static CoordinateSpace ofSurfaces(const ToolkitGeometry &toolkit,
+                                      const std::vector<ClientWindow> &clients,
+                                      const std::vector<ReportedWindow> &reported);
 
     double scale() const { return _scale; }
     // Whether some extents (web pages') are in root pixels while the rest are scaled.

@@ -1,6 +1,7 @@
 #include "platform/linux/LinuxDesktop.h"
 
 #include "platform/linux/AtspiBus.h"
+#include "platform/linux/X11Desktop.h"
 
 #include <cstdio>
 
@@ -8,21 +9,33 @@ namespace tarnvik::linux {
 
 std::unique_ptr<LinuxDesktop> LinuxDesktop::connect()
 {
-    std::unique_ptr<LinuxDesktop> d(new LinuxDesktop);
-    d->_desktop = X11Desktop::connect();
-    if (!d->_desktop) {
+    auto x = X11Desktop::connect();
+    if (!x) {
         std::fputs("tarnvik: no X display to connect to (is DISPLAY set?)\n", stderr);
         return nullptr;
     }
+    auto *x11 = x.get();
+    auto d = connect(std::move(x));
+    if (d)
+        d->_x11 = x11;
+    return d;
+}
+
+std::unique_ptr<LinuxDesktop> LinuxDesktop::connect(std::unique_ptr<WindowSystem> windows)
+{
+    std::unique_ptr<LinuxDesktop> d(new LinuxDesktop);
+    d->_windows = std::move(windows);
     d->_bus = AtspiBus::connect();
     if (!d->_bus) {
         std::fputs("tarnvik: no accessibility bus in this session (is at-spi2-core running?)\n",
                    stderr);
         return nullptr;
     }
-    auto *x = d->_desktop.get();
+    auto *w = d->_windows.get();
     d->_accessibility = std::make_unique<AtspiAccessibility>(
-        *d->_bus, [x](pid_t pid) { return x->clientWindows(pid); });
+        *d->_bus,
+        ClientWindows {.of = [w](pid_t pid) { return w->clientWindows(pid); },
+                       .placesRelativeToThem = w->placesRelativeToWindows()});
     return d;
 }
 

@@ -1,33 +1,39 @@
 #pragma once
 
 #include "platform/linux/AtspiAccessibility.h"
-#include "platform/linux/X11Desktop.h"
+#include "platform/linux/WindowSystem.h"
 
 #include <memory>
 
 namespace tarnvik::linux {
 
 class AtspiBus;
+class X11Desktop;
 
-// The Linux backend, assembled: the accessibility bus and the X display, each operation
+// The Linux backend, assembled: the accessibility bus and the window system, each operation
 // interface answered by one of them.
 class LinuxDesktop
 {
 public:
-    // Nothing, with the reason on standard error, when the display or the accessibility bus
-    // can't be reached. Needs a Qt application object.
+    // With the X display's windows. Nothing, with the reason on standard error, when the
+    // display or the accessibility bus can't be reached. Needs a Qt application object.
     static std::unique_ptr<LinuxDesktop> connect();
+    // With these windows; nothing when the accessibility bus can't be reached.
+    static std::unique_ptr<LinuxDesktop> connect(std::unique_ptr<WindowSystem> windows);
     ~LinuxDesktop();
 
     AtspiAccessibility &accessibility() { return *_accessibility; }
-    X11Desktop &desktop() { return *_desktop; }
+    WindowSystem &windows() { return *_windows; }
+    // The X display's windows, when they are the ones.
+    X11Desktop *x11() { return _x11; }
     AtspiBus &bus() { return *_bus; }
 
 private:
     LinuxDesktop() = default;
 
     std::unique_ptr<AtspiBus> _bus;
-    std::unique_ptr<X11Desktop> _desktop;
+    std::unique_ptr<WindowSystem> _windows;
+    X11Desktop *_x11 = nullptr;
     std::unique_ptr<AtspiAccessibility> _accessibility;
 };
 

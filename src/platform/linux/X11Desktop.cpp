@@ -246,11 +246,6 @@ X11Desktop::X11Desktop(std::unique_ptr<Connection> connection)
 { }
 X11Desktop::~X11Desktop() = default;
 
-void X11Desktop::setMenubarFrame(std::function<std::optional<CGRect>()> frame)
-{
-    _menubarFrame = std::move(frame);
-}
-
 std::vector<ClientWindow> X11Desktop::clientWindows(pid_t pid)
 {
     std::lock_guard lock(_x->mutex);
@@ -374,11 +369,7 @@ void X11Desktop::readEvents()
 
 ValueArray X11Desktop::onScreenWindowInfo()
 {
-    ValueArray list;
-    if (_menubarFrame) {
-        if (auto frame = _menubarFrame())
-            list.push_back(windowInfo(*frame, 0, kMenubarOwnerName, kMenubarWindowName, 24));
-    }
+    ValueArray list = menubarEntries();
     std::lock_guard lock(_x->mutex);
     const auto stacking = _x->clients("_NET_CLIENT_LIST_STACKING");
     for (auto c = stacking.rbegin(); c != stacking.rend(); ++c) {

@@ -1,9 +1,6 @@
 #pragma once
 
-#include "platform/Screens.h"
-#include "platform/WindowList.h"
-#include "platform/Workspace.h"
-#include "platform/linux/AtspiAccessibility.h"
+#include "platform/linux/WindowSystem.h"
 #include "platform/linux/XSettings.h"
 
 #include <functional>
@@ -16,18 +13,15 @@ namespace tarnvik::linux {
 
 // The running applications, the window list and the screens, as the X server and the window
 // manager (EWMH) tell them.
-class X11Desktop final : public Workspace, public WindowList, public Screens
+class X11Desktop final : public WindowSystem
 {
 public:
     // Nothing when there is no display to connect to.
     static std::unique_ptr<X11Desktop> connect();
     ~X11Desktop() override;
 
-    // The frame of the frontmost application's menu bar while it is showing: the window list
-    // shows it as the menu bar, as the window server would.
-    void setMenubarFrame(std::function<std::optional<CGRect>()> frame);
-
-    std::vector<ClientWindow> clientWindows(pid_t pid);
+    std::vector<ClientWindow> clientWindows(pid_t pid) override;
+    bool placesRelativeToWindows() const override { return false; }
     // A compositing manager runs: windows may be translucent.
     bool hasCompositor();
     // As the desktop's settings manager publishes it; the defaults when none runs.
@@ -50,7 +44,6 @@ private:
     void readEvents();
 
     std::unique_ptr<Connection> _x;
-    std::function<std::optional<CGRect>()> _menubarFrame;
     std::vector<std::function<void(const RunningApplication &)>> _activationObservers;
     std::unique_ptr<QSocketNotifier> _events;
     pid_t _frontmostProcess = 0;

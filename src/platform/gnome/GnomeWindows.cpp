@@ -1,0 +1,113 @@
+#include "platform/gnome/GnomeWindows.h"
+
+#include "platform/linux/DesktopIdentity.h"
+
+#include <algorithm>
+#include <unistd.h>
+
+namespace tarnvik::gnome {
+
+namespace {
+
+RunningApplication applicationOf(const ShellWindow &w)
+{
+    std::optional<std::string> gtkApplicationId;
+    if (!w.gtkApplicationId.empty())
+        gtkApplicationId = w.gtkApplicationId;
+    // A Wayland client's application id stands where an X client's class does.
+    return linux::identify(
+        w.pid,
+        {.wmInstance = w.wmInstance, .wmClass = w.wmClass, .gtkApplicationId = gtkApplicationId});
+}
+
+} // namespace
+
+GnomeWindows::GnomeWindows(TarnvikGnomeExtension &shell)
+    : _shell(shell)
+{ }
+
+std::vector<linux::ClientWindow> GnomeWindows::clientWindows(pid_t pid)
+{
+    std::vector<linux::ClientWindow> found;
+    for (const auto &w : _shell.frames()) {
+        if (w.pid == pid)
+            found.push_back(
+                {.title = w.title, .frame = w.frame, .isActive = w.focused, .surface = w.buffer});
+    }
+    return found;
+}
+
+std::optional<RunningApplication> GnomeWindows::frontmostApplication()
+{
+    const auto windows = _shell.frames();
+    const auto focused =
+        std::find_if(windows.begin(), windows.end(), [](const auto &w) { return w.focused; });
+    if (focused == windows.end() || focused->pid <= 0)
+        return std::nullopt;
+    return applicationOf(*focused);
+}
+
+std::optional<RunningApplication> GnomeWindows::menuBarOwningApplication()
+{
+    return frontmostApplication();
+}
+
+std::vector<RunningApplication> GnomeWindows::runningApplications()
+{
+    std::vector<RunningApplication> apps;
+    for (const auto &w : _shell.frames()) {
+        const bool known = std::any_of(apps.begin(), apps.end(),
+                                       [&](const auto &a) { return a.processIdentifier == w.pid; });
+        if (w.pid > 0 && !known)
+            apps.push_back(applicationOf(w));
+    }
+    return apps;
+}
+
+pid_t GnomeWindows::currentProcessIdentifier()
+{
+    return getpid();
+}
+
+void GnomeWindows::observeActivations(std::function<void(const RunningApplication &)> observer)
+{
+    const bool first = _activationObservers.empty();
+    _activationObservers.push_back(std::move(observer));
+    if (!first)
+        return;
+    if (auto app = frontmostApplication())
+        _frontmostProcess = app->processIdentifier;
+    _shell.onFocusChanged([this] {
+        // Only another application coming to the front counts, not another of its windows.
+        auto app = frontmostApplication();
+        if (!app || app->processIdentifier == _frontmostProcess)
+            return;
+        _frontmostProcess = app->processIdentifier;
+        for (const auto &o : _activationObservers)
+            o(*app);
+    });
+}
+
+ValueArray GnomeWindows::onScreenWindowInfo()
+{
+    ValueArray list = menubarEntries();
+    for (const auto &w : _shell.frames()) {
+        const auto &owner = w.wmClass.empty() ? w.wmInstance : w.wmClass;
+        list.push_back(windowInfo(w.frame, w.pid, owner, w.title));
+    }
+    return list;
+}
+
+std::vector<Screen> GnomeWindows::screens()
+{
+    const auto monitors = _shell.monitors();
+    std::vector<Screen> result;
+    const double height = monitors.empty() ? 0 : monitors.front().frame.size.height;
+    for (const auto &m : monitors) {
+        const CGRect frame = flippedRect(m.frame, height);
+        result.push_back(Screen {frame, frame, m.scale, 1.0 / 60});
+    }
+    return result;
+}
+
+} // namespace tarnvik::gnome

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "platform/gnome/TarnvikGnomeExtension.h"
+#include "platform/linux/WindowSystem.h"
+
+#include <functional>
+#include <vector>
+
+namespace tarnvik::gnome {
+
+// The windows of a GNOME session on Wayland as the shell places them, through the extension:
+// there no client learns where another's windows stand, or which one has the focus. Every
+// toolkit reports its objects relative to its window's surface. Coordinates are the shell's
+// logical pixels, whatever the monitors' scales.
+class GnomeWindows final : public linux::WindowSystem
+{
+public:
+    explicit GnomeWindows(TarnvikGnomeExtension &shell);
+
+    std::vector<linux::ClientWindow> clientWindows(pid_t pid) override;
+    bool placesRelativeToWindows() const override { return true; }
+
+    std::optional<RunningApplication> frontmostApplication() override;
+    std::optional<RunningApplication> menuBarOwningApplication() override;
+    std::vector<RunningApplication> runningApplications() override;
+    pid_t currentProcessIdentifier() override;
+    // Called as the shell reports the focus moving, on the main thread.
+    void observeActivations(std::function<void(const RunningApplication &)> observer) override;
+
+    ValueArray onScreenWindowInfo() override;
+    std::vector<Screen> screens() override;
+
+private:
+    TarnvikGnomeExtension &_shell;
+    std::vector<std::function<void(const RunningApplication &)>> _activationObservers;
+    pid_t _frontmostProcess = 0;
+};
+
+} // namespace tarnvik::gnome

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "platform/Screens.h"
+#include "platform/WindowList.h"
+#include "platform/Workspace.h"
+#include "platform/linux/AtspiAccessibility.h"
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+namespace tarnvik::linux {
+
+// Where the desktop's windows stand and which is in front: the X server and its window manager
+// on X11, the compositor's shell on Wayland, where no client learns another's place.
+class WindowSystem : public Workspace, public WindowList, public Screens
+{
+public:
+    // The process's top-level windows that show.
+    virtual std::vector<ClientWindow> clientWindows(pid_t pid) = 0;
+    // Whether every toolkit reports its objects' places relative to its own window's surface,
+    // as on Wayland, where no client knows where its window stands.
+    virtual bool placesRelativeToWindows() const = 0;
+
+    // The frame of the frontmost application's menu bar while it is showing: the window list
+    // shows it as the menu bar, as the window server would.
+    void setMenubarFrame(std::function<std::optional<CGRect>()> frame)
+    {
+        _menubarFrame = std::move(frame);
+    }
+
+protected:
+    // The window list's entries begin with it.
+    ValueArray menubarEntries() const;
+
+private:
+    std::function<std::optional<CGRect>()> _menubarFrame;
+};
+
+} // namespace tarnvik::linux
