@@ -69,23 +69,9 @@ pid_t GnomeWindows::currentProcessIdentifier()
     return getpid();
 }
 
-void GnomeWindows::observeActivations(std::function<void(const RunningApplication &)> observer)
+void GnomeWindows::watchFocus()
 {
-    const bool first = _activationObservers.empty();
-    _activationObservers.push_back(std::move(observer));
-    if (!first)
-        return;
-    if (auto app = frontmostApplication())
-        _frontmostProcess = app->processIdentifier;
-    _shell.onFocusChanged([this] {
-        // Only another application coming to the front counts, not another of its windows.
-        auto app = frontmostApplication();
-        if (!app || app->processIdentifier == _frontmostProcess)
-            return;
-        _frontmostProcess = app->processIdentifier;
-        for (const auto &o : _activationObservers)
-            o(*app);
-    });
+    _shell.onFocusChanged([this] { focusMoved(); });
 }
 
 ValueArray GnomeWindows::onScreenWindowInfo()

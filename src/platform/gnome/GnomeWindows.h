@@ -24,16 +24,14 @@ public:
     std::optional<RunningApplication> menuBarOwningApplication() override;
     std::vector<RunningApplication> runningApplications() override;
     pid_t currentProcessIdentifier() override;
-    // Called as the shell reports the focus moving, on the main thread.
-    void observeActivations(std::function<void(const RunningApplication &)> observer) override;
 
     ValueArray onScreenWindowInfo() override;
     std::vector<Screen> screens() override;
 
 private:
+    void watchFocus() override;
+
     TarnvikGnomeExtension &_shell;
-    std::vector<std::function<void(const RunningApplication &)>> _activationObservers;
-    pid_t _frontmostProcess = 0;
 };
 
 } // namespace tarnvik::gnome

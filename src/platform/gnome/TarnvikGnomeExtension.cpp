@@ -185,54 +185,6 @@ void TarnvikGnomeExtension::clearLabels()
     call("ClearLabels", {}, false);
 }
 
-std::map<std::string, CGRect> TarnvikGnomeExtension::previews()
-{
-    std::map<std::string, CGRect> frames;
-    const auto reply = call("Previews");
-    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
-        return frames;
-    const auto array = reply.arguments().front().value<QDBusArgument>();
-    array.beginArray();
-    while (!array.atEnd()) {
-        QString key;
-        double x = 0, y = 0, width = 0, height = 0;
-        array.beginStructure();
-        array >> key >> x >> y >> width >> height;
-        array.endStructure();
-        frames.emplace(key.toStdString(), makeRect(x, y, width, height));
-    }
-    array.endArray();
-    return frames;
-}
-
-std::vector<OverviewWindow> TarnvikGnomeExtension::windows()
-{
-    std::vector<OverviewWindow> found;
-    const auto reply = call("Windows");
-    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
-        return found;
-    const auto array = reply.arguments().front().value<QDBusArgument>();
-    const auto text = [](const QString &s) {
-        return s.isEmpty() ? std::nullopt : std::optional(s.toStdString());
-    };
-    array.beginArray();
-    while (!array.atEnd()) {
-        qulonglong number = 0;
-        int pid = 0;
-        QString title, application, icon;
-        array.beginStructure();
-        array >> number >> pid >> title >> application >> icon;
-        array.endStructure();
-        found.push_back({.number = number,
-                         .pid = pid,
-                         .title = title.toStdString(),
-                         .applicationName = text(application),
-                         .icon = text(icon)});
-    }
-    array.endArray();
-    return found;
-}
-
 namespace {
 
 CGRect readRect(const QDBusArgument &argument)
@@ -263,6 +215,36 @@ std::vector<T> readArray(const QDBusMessage &reply, Read read)
 }
 
 } // namespace
+
+std::map<std::string, CGRect> TarnvikGnomeExtension::previews()
+{
+    const auto found =
+        readArray<std::pair<std::string, CGRect>>(call("Previews"), [](const QDBusArgument &a) {
+            QString key;
+            double x = 0, y = 0, width = 0, height = 0;
+            a >> key >> x >> y >> width >> height;
+            return std::pair(key.toStdString(), makeRect(x, y, width, height));
+        });
+    return {found.begin(), found.end()};
+}
+
+std::vector<OverviewWindow> TarnvikGnomeExtension::windows()
+{
+    const auto text = [](const QString &s) {
+        return s.isEmpty() ? std::nullopt : std::optional(s.toStdString());
+    };
+    return readArray<OverviewWindow>(call("Windows"), [&](const QDBusArgument &a) {
+        qulonglong number = 0;
+        int pid = 0;
+        QString title, application, icon;
+        a >> number >> pid >> title >> application >> icon;
+        return OverviewWindow {.number = number,
+                               .pid = pid,
+                               .title = title.toStdString(),
+                               .applicationName = text(application),
+                               .icon = text(icon)};
+    });
+}
 
 std::vector<ShellWindow> TarnvikGnomeExtension::frames() const
 {

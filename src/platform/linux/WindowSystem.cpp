@@ -12,4 +12,25 @@ ValueArray WindowSystem::menubarEntries() const
     return list;
 }
 
+void WindowSystem::observeActivations(std::function<void(const RunningApplication &)> observer)
+{
+    _activationObservers.push_back(std::move(observer));
+    if (_activationObservers.size() > 1)
+        return;
+    if (auto app = frontmostApplication())
+        _frontmostProcess = app->processIdentifier;
+    watchFocus();
+}
+
+void WindowSystem::focusMoved()
+{
+    // Only another application coming to the front counts, not another of its windows.
+    auto app = frontmostApplication();
+    if (!app || app->processIdentifier == _frontmostProcess)
+        return;
+    _frontmostProcess = app->processIdentifier;
+    for (const auto &observer : _activationObservers)
+        observer(*app);
+}
+
 } // namespace tarnvik::linux

@@ -29,12 +29,21 @@ public:
         _menubarFrame = std::move(frame);
     }
 
+    // Watches the focus from the first observer on, on the thread that calls it, which needs a
+    // Qt event loop.
+    void observeActivations(std::function<void(const RunningApplication &)> observer) final;
+
 protected:
     // The window list's entries begin with it.
     ValueArray menubarEntries() const;
+    // Starts watching the focus, calling focusMoved() on the main thread when it may have moved.
+    virtual void watchFocus() = 0;
+    void focusMoved();
 
 private:
     std::function<std::optional<CGRect>()> _menubarFrame;
+    std::vector<std::function<void(const RunningApplication &)>> _activationObservers;
+    pid_t _frontmostProcess = 0;
 };
 
 } // namespace tarnvik::linux

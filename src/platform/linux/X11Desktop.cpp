@@ -327,13 +327,8 @@ pid_t X11Desktop::currentProcessIdentifier()
     return getpid();
 }
 
-void X11Desktop::observeActivations(std::function<void(const RunningApplication &)> observer)
+void X11Desktop::watchFocus()
 {
-    _activationObservers.push_back(std::move(observer));
-    if (_events)
-        return;
-    if (auto app = frontmostApplication())
-        _frontmostProcess = app->processIdentifier;
     {
         std::lock_guard lock(_x->mutex);
         const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
@@ -356,15 +351,8 @@ void X11Desktop::readEvents()
             std::free(event);
         }
     }
-    if (!activeChanged)
-        return;
-    // Only another application coming to the front counts, not another of its windows.
-    auto app = frontmostApplication();
-    if (!app || app->processIdentifier == _frontmostProcess)
-        return;
-    _frontmostProcess = app->processIdentifier;
-    for (const auto &observer : _activationObservers)
-        observer(*app);
+    if (activeChanged)
+        focusMoved();
 }
 
 ValueArray X11Desktop::onScreenWindowInfo()

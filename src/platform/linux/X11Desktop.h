@@ -31,8 +31,6 @@ public:
     std::optional<RunningApplication> menuBarOwningApplication() override;
     std::vector<RunningApplication> runningApplications() override;
     pid_t currentProcessIdentifier() override;
-    // Watches the active window on the thread that calls it, which needs a Qt event loop.
-    void observeActivations(std::function<void(const RunningApplication &)> observer) override;
 
     ValueArray onScreenWindowInfo() override;
     std::vector<Screen> screens() override;
@@ -41,12 +39,12 @@ private:
     class Connection;
     explicit X11Desktop(std::unique_ptr<Connection> connection);
 
+    // Watches the active window.
+    void watchFocus() override;
     void readEvents();
 
     std::unique_ptr<Connection> _x;
-    std::vector<std::function<void(const RunningApplication &)>> _activationObservers;
     std::unique_ptr<QSocketNotifier> _events;
-    pid_t _frontmostProcess = 0;
 };
 
 } // namespace tarnvik::linux
