@@ -23,13 +23,19 @@ set(TARNVIK_GNOME_FORM ${default_form} CACHE STRING
   "The GNOME Shell extension's form that is installed and tested: 43 (GNOME 43, 44) or 45 (45 and later)")
 set_property(CACHE TARNVIK_GNOME_FORM PROPERTY STRINGS 43 45)
 
-# Writes both forms of the extension UUID: BODY (a file of JS defining the class SERVICE, made
-# while the extension is enabled and destroyed when it is disabled) between each form's imports
-# and entry point, and METADATA configured with UUID and SHELL_VERSIONS.
-function(tarnvik_gnome_extension uuid body service metadata)
+# Writes both forms of the extension UUID: the BODY files (JS defining among them the class
+# SERVICE, made while the extension is enabled and destroyed when it is disabled), one after the
+# other between each form's imports and entry point, and METADATA configured with UUID and
+# SHELL_VERSIONS.
+function(tarnvik_gnome_extension uuid service metadata)
+  set(bodies ${ARGN})
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
-    ${body} ${metadata} ${PROJECT_SOURCE_DIR}/gnome/shell/43.js ${PROJECT_SOURCE_DIR}/gnome/shell/45.js)
-  file(READ ${body} code)
+    ${bodies} ${metadata} ${PROJECT_SOURCE_DIR}/gnome/shell/43.js ${PROJECT_SOURCE_DIR}/gnome/shell/45.js)
+  set(code "")
+  foreach(body ${bodies})
+    file(READ ${body} part)
+    string(APPEND code "${part}")
+  endforeach()
   foreach(form 43 45)
     set(folder ${PROJECT_BINARY_DIR}/gnome/${form}/${uuid})
     file(READ ${PROJECT_SOURCE_DIR}/gnome/shell/${form}.js extension)
@@ -49,6 +55,7 @@ function(tarnvik_gnome_extension uuid body service metadata)
   endforeach()
 endfunction()
 
-tarnvik_gnome_extension(${TARNVIK_GNOME_UUID} ${PROJECT_SOURCE_DIR}/gnome/overview.js
-  OverviewService ${PROJECT_SOURCE_DIR}/gnome/metadata.json.in)
+tarnvik_gnome_extension(${TARNVIK_GNOME_UUID} OverviewService
+  ${PROJECT_SOURCE_DIR}/gnome/metadata.json.in ${PROJECT_SOURCE_DIR}/gnome/input.js
+  ${PROJECT_SOURCE_DIR}/gnome/keys.js ${PROJECT_SOURCE_DIR}/gnome/overview.js)
 set(TARNVIK_GNOME_EXTENSION ${PROJECT_BINARY_DIR}/gnome/${TARNVIK_GNOME_FORM}/${TARNVIK_GNOME_UUID})

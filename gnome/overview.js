@@ -1,12 +1,16 @@
 // Tarnvik's hands inside GNOME Shell. No client window can show over the Activities overview,
 // and the overview holds the keyboard while it is open, so Tarnvik asks this extension to draw
-// its labels above the overview and to hand it the keys typed there. Every decision (which
-// labels, where, what a key does) is Tarnvik's: this only draws what it is told and reports
-// what the overview shows. It answers the one Tarnvik process that registered, and nobody else.
+// its labels above the overview and to hand it the keys typed there. On Wayland no client may
+// stand over another's windows, take a key from them, post input to them or learn where they
+// are, so there it does the same for every session, and posts Tarnvik's clicks and scrolls.
+// Every decision (which labels, where, what a key does) is Tarnvik's: this only draws what it
+// is told, reports what the shell knows and posts what it is asked. It answers the one Tarnvik
+// process that registered, and nobody else.
 //
-// The body of the extension for every shell: the build puts it between the imports and the
-// entry point of each shell's form (gnome/shell/), which bring Clutter, Gio, GLib, Shell, St,
-// Main and WindowPreview into scope and make an OverviewService while the extension is enabled.
+// The body of the extension for every shell, with input.js and keys.js: the build puts them
+// between the imports and the entry point of each shell's form (gnome/shell/), which bring
+// Clutter, Gio, GLib, Meta, Shell, St, Main and WindowPreview into scope and make an
+// OverviewService while the extension is enabled.
 
 const INTERFACE = `<node>
   <interface name="com.ostrelline.Tarnvik.Overview">
@@ -37,10 +41,31 @@ const INTERFACE = `<node>
     </method>
     <method name="HoldKeys">
       <arg name="hold" type="b" direction="in"/>
+      <arg name="held" type="b" direction="out"/>
     </method>
+    <method name="RenewKeys"/>
     <method name="WatchShortcuts">
       <arg name="keycodes" type="au" direction="in"/>
       <arg name="modifiers" type="au" direction="in"/>
+      <arg name="refused" type="au" direction="out"/>
+    </method>
+    <method name="PointerMove">
+      <arg name="x" type="d" direction="in"/>
+      <arg name="y" type="d" direction="in"/>
+    </method>
+    <method name="PointerButton">
+      <arg name="button" type="u" direction="in"/>
+      <arg name="pressed" type="b" direction="in"/>
+      <arg name="x" type="d" direction="in"/>
+      <arg name="y" type="d" direction="in"/>
+      <arg name="modifiers" type="u" direction="in"/>
+    </method>
+    <method name="Scroll">
+      <arg name="dx" type="d" direction="in"/>
+      <arg name="dy" type="d" direction="in"/>
+    </method>
+    <method name="SetCursorVisible">
+      <arg name="visible" type="b" direction="in"/>
     </method>
     <signal name="Shown"/>
     <signal name="FocusChanged"/>
@@ -181,29 +206,34 @@ class OverviewService {
         this._client = null;
         this._labels = new LabelLayer();
         this._stageEventId = 0;
-        this._holding = false;
+        this._input = new VirtualInput();
+        this._keys = new KeyHold(this._labels.actor, () => this._watchStage());
         // (key code, modifiers) of each of Tarnvik's shortcuts: the shell keeps the keyboard
         // while the overview shows, so they can't reach Tarnvik the usual way then.
         this._shortcuts = [];
+        this._bindings = Meta.is_wayland_compositor()
+            ? new Shortcuts(index => this._emit('ShortcutPressed', new GLib.Variant('(u)', [index])))
+            : null;
         this._dbus = Gio.DBusExportedObject.wrapJSObject(INTERFACE, this);
         this._dbus.export(Gio.DBus.session, OBJECT_PATH);
-        this._showingId = Main.overview.connect('showing', () => this._watchStage(true));
+        this._showingId = Main.overview.connect('showing', () => this._watchStage());
         this._shownId = Main.overview.connect('shown', () => this._emit('Shown', null));
-        // Whatever Tarnvik does, nothing of a session outlives the overview: on Wayland every
-        // key of every window passes the stage, and a held key there would be lost to it.
+        // Whatever Tarnvik does, nothing of a session over the overview outlives it.
         this._hiddenId = Main.overview.connect('hidden', () => {
-            this._watchStage(false);
-            this._holding = false;
-            this._labels.clear();
+            if (this._keys.overOverview) {
+                this._keys.release();
+                this._labels.clear();
+            }
+            this._watchStage();
         });
-        this._watchStage(Main.overview.visible);
+        this._watchStage();
         this._focusId = global.display.connect('notify::focus-window',
             () => this._emit('FocusChanged', null));
     }
 
     destroy() {
         this._forget();
-        this._watchStage(false);
+        this._bindings?.destroy();
         global.display.disconnect(this._focusId);
         Main.overview.disconnect(this._showingId);
         Main.overview.disconnect(this._shownId);
@@ -224,9 +254,12 @@ class OverviewService {
             return;
         Gio.bus_unwatch_name(this._client.watch);
         this._client = null;
-        this._holding = false;
+        this._keys.release();
+        this._input.reset();
         this._shortcuts = [];
+        this._bindings?.unbind();
         this._labels.clear();
+        this._watchStage();
     }
 
     // Runs `answer` for the registered client, refuses everyone else.
@@ -361,9 +394,22 @@ class OverviewService {
         });
     }
 
+    // Holds the keyboard for a session, which lets go LEASE_MS after the hold or its last
+    // renewal; over the overview, at the latest when it hides.
     HoldKeysAsync([hold], invocation) {
         this._serve(invocation, () => {
-            this._holding = hold && Main.overview.visible;
+            if (!hold)
+                this._keys.release();
+            const held = hold && this._keys.hold(Main.overview.visible);
+            this._watchStage();
+            return new GLib.Variant('(b)', [held]);
+        });
+    }
+
+    // Keeps a hold from running out; a hold that has ended stays ended.
+    RenewKeysAsync(parameters, invocation) {
+        this._serve(invocation, () => {
+            this._keys.renew();
             return null;
         });
     }
@@ -371,12 +417,43 @@ class OverviewService {
     WatchShortcutsAsync([keycodes, modifiers], invocation) {
         this._serve(invocation, () => {
             this._shortcuts = keycodes.map((keycode, i) => [keycode, modifiers[i]]);
+            const refused = this._bindings?.bind(keycodes, modifiers) ?? [];
+            return new GLib.Variant('(au)', [refused]);
+        });
+    }
+
+    PointerMoveAsync([x, y], invocation) {
+        this._serve(invocation, () => {
+            this._input.move(x, y);
             return null;
         });
     }
 
-    // The stage sees the keys only while the overview shows.
-    _watchStage(watch) {
+    PointerButtonAsync([button, pressed, x, y, modifiers], invocation) {
+        this._serve(invocation, () => {
+            this._input.button(button, pressed, x, y, modifiers);
+            return null;
+        });
+    }
+
+    ScrollAsync([dx, dy], invocation) {
+        this._serve(invocation, () => {
+            this._input.scroll(dx, dy);
+            return null;
+        });
+    }
+
+    SetCursorVisibleAsync([visible], invocation) {
+        this._serve(invocation, () => {
+            this._input.setCursorVisible(visible);
+            return null;
+        });
+    }
+
+    // The stage is watched while the overview shows, for the shortcuts, and while the keys are
+    // held.
+    _watchStage() {
+        const watch = Main.overview.visible || this._keys.held;
         if (watch && !this._stageEventId) {
             this._stageEventId = global.stage.connect('captured-event',
                 (actor, event) => this._onEvent(event));
@@ -393,19 +470,19 @@ class OverviewService {
             return Clutter.EVENT_PROPAGATE;
         // A shortcut is a shortcut in a session too, as its hot key is elsewhere.
         const modifiers = event.get_state() & SHORTCUT_MODIFIERS;
-        const index = this._shortcuts.findIndex(([keycode, mods]) =>
+        const index = !Main.overview.visible ? -1 : this._shortcuts.findIndex(([keycode, mods]) =>
             keycode === event.get_key_code() && mods === modifiers);
         if (index >= 0) {
             if (type === Clutter.EventType.KEY_PRESS)
                 this._emit('ShortcutPressed', new GLib.Variant('(u)', [index]));
             return Clutter.EVENT_STOP;
         }
-        return this._holding ? this._handOver(event) : Clutter.EVENT_PROPAGATE;
+        return this._keys.held ? this._handOver(event) : Clutter.EVENT_PROPAGATE;
     }
 
-    // Every key goes to Tarnvik. Escape and keys with Control, Alt or Super go on to the shell
-    // as well (they close the overview or change the workspace there); the rest would start
-    // the overview's search, and stop here.
+    // Every key goes to Tarnvik. Over the overview, Escape and keys with Control, Alt or Super
+    // go on to the shell as well (they close the overview or change the workspace there), and
+    // the rest, which would start the overview's search, stop here; elsewhere all stop here.
     _handOver(event) {
         const type = event.type();
         const state = event.get_state();
@@ -415,6 +492,6 @@ class OverviewService {
         const shellKeys = Clutter.ModifierType.CONTROL_MASK | Clutter.ModifierType.MOD1_MASK |
             Clutter.ModifierType.SUPER_MASK | Clutter.ModifierType.MOD4_MASK;
         const passes = (state & shellKeys) !== 0 || event.get_key_symbol() === Clutter.KEY_Escape;
-        return passes ? Clutter.EVENT_PROPAGATE : Clutter.EVENT_STOP;
+        return passes && this._keys.overOverview ? Clutter.EVENT_PROPAGATE : Clutter.EVENT_STOP;
     }
 }

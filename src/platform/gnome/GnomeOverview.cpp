@@ -34,19 +34,32 @@ std::optional<std::string> GnomeOverview::unavailable()
         + "); enable it with: gnome-extensions enable " + TarnvikGnomeExtension::uuid;
 }
 
+GnomeOverviewKeys::GnomeOverviewKeys(TarnvikGnomeExtension &extension, KeyboardLayout &layout)
+    : _extension(extension)
+    , _layout(layout)
+{
+    // The extension lets go 1.5 s after the last renewal.
+    _renewal.setInterval(500);
+    QObject::connect(&_renewal, &QTimer::timeout, [this] { _extension.renewKeys(); });
+}
+
 bool GnomeOverviewKeys::start(Handler handler)
 {
     _handler = std::move(handler);
     _extension.onKey([this](std::uint32_t keycode, std::uint32_t state, bool pressed, bool repeat) {
         key(keycode, state, pressed, repeat);
     });
-    return _extension.holdKeys(true);
+    if (!_extension.holdKeys(true))
+        return false;
+    _renewal.start();
+    return true;
 }
 
 void GnomeOverviewKeys::stop()
 {
     if (!_handler)
         return;
+    _renewal.stop();
     _handler = nullptr;
     _extension.onKey({});
     _extension.holdKeys(false);

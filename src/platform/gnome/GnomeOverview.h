@@ -6,6 +6,8 @@
 #include "platform/Overview.h"
 #include "platform/gnome/TarnvikGnomeExtension.h"
 
+#include <QTimer>
+
 namespace tarnvik::gnome {
 
 // GNOME Shell's Activities overview: its state from the shell, its previews from the shell's
@@ -41,16 +43,15 @@ private:
     Accessibility &_ax;
 };
 
-// The keys typed while the overview is open, which the shell keeps from every other program:
-// the extension hands them over. Escape and keys with Control, Alt or Super reach the shell as
-// well, the rest only this program, whatever the handler answers.
+// The keys typed in a session that the shell holds the keyboard for (the overview's, and on
+// Wayland every one): the extension hands them over. Over the overview Escape and keys with
+// Control, Alt or Super reach the shell as well, the rest only this program, whatever the
+// handler answers. The hold lasts only while it is renewed from the main thread: a hung
+// program loses it within seconds, and the user keeps the keyboard.
 class GnomeOverviewKeys final : public KeyboardCapture
 {
 public:
-    GnomeOverviewKeys(TarnvikGnomeExtension &extension, KeyboardLayout &layout)
-        : _extension(extension)
-        , _layout(layout)
-    { }
+    GnomeOverviewKeys(TarnvikGnomeExtension &extension, KeyboardLayout &layout);
 
     bool start(Handler handler) override;
     void stop() override;
@@ -62,6 +63,7 @@ private:
     TarnvikGnomeExtension &_extension;
     KeyboardLayout &_layout;
     Handler _handler;
+    QTimer _renewal;
 };
 
 // The program's hot keys, which the shell keeps from it while the overview shows: there the

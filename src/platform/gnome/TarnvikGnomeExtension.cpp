@@ -282,7 +282,14 @@ bool TarnvikGnomeExtension::pickAt(CGPoint point)
 
 bool TarnvikGnomeExtension::holdKeys(bool hold)
 {
-    return call("HoldKeys", {hold}, hold).type() != QDBusMessage::ErrorMessage;
+    const auto reply = call("HoldKeys", {hold}, hold);
+    return hold && reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().isEmpty()
+        && reply.arguments().front().toBool();
+}
+
+void TarnvikGnomeExtension::renewKeys()
+{
+    call("RenewKeys", {}, false);
 }
 
 std::optional<std::uint32_t> TarnvikGnomeExtension::shellProcess() const

@@ -81,7 +81,10 @@ public:
     std::map<std::string, CGRect> previews();
     std::vector<OverviewWindow> windows();
     bool pickAt(CGPoint point);
+    // Whether the keys are held now; letting go never waits.
     bool holdKeys(bool hold);
+    // Keeps a hold from running out, without waiting.
+    void renewKeys();
     // The windows a person sees, the front one first; nothing when the extension doesn't
     // answer. Answered to any Tarnvik process, registered or not.
     std::vector<ShellWindow> frames() const;

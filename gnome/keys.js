@@ -1,0 +1,102 @@
+// The keyboard held for a session: every key typed goes to Tarnvik until it lets go, leaves the
+// bus, or stops renewing the hold. A hung or stopped Tarnvik must never keep the user's
+// keyboard, so a hold lasts LEASE_MS from its last renewal.
+const LEASE_MS = 1500;
+
+class KeyHold {
+    // `actor` takes the keyboard outside the overview; `onLost` is told when a hold runs out.
+    constructor(actor, onLost) {
+        this._actor = actor;
+        this._onLost = onLost;
+        this._grab = null;
+        this._leaseId = 0;
+        this._renewed = 0;
+        this.overOverview = false;
+    }
+
+    get held() {
+        return this._leaseId !== 0;
+    }
+
+    // Holds the keyboard. Over the overview the shell holds it already.
+    hold(overOverview) {
+        this.renew();
+        if (this.held)
+            return true;
+        if (!overOverview) {
+            this._grab = Main.pushModal(this._actor, { actionMode: Shell.ActionMode.POPUP });
+            if (!this._grab)
+                return false;
+        }
+        this.overOverview = overOverview;
+        this._leaseId = GLib.timeout_add(GLib.PRIORITY_DEFAULT, LEASE_MS / 4, () => {
+            if (GLib.get_monotonic_time() - this._renewed <= LEASE_MS * 1000)
+                return GLib.SOURCE_CONTINUE;
+            this._leaseId = 0;
+            this.release();
+            this._onLost();
+            return GLib.SOURCE_REMOVE;
+        });
+        return true;
+    }
+
+    renew() {
+        this._renewed = GLib.get_monotonic_time();
+    }
+
+    release() {
+        if (this._leaseId)
+            GLib.source_remove(this._leaseId);
+        this._leaseId = 0;
+        if (this._grab)
+            Main.popModal(this._grab);
+        this._grab = null;
+    }
+}
+
+// Tarnvik's shortcuts as the shell's own key bindings on Wayland, where no client may take a
+// key from the others. On X11 Tarnvik grabs them itself.
+class Shortcuts {
+    // `onPressed(index)` for the shortcut of that index.
+    constructor(onPressed) {
+        this._actions = [];
+        this._activatedId = global.display.connect('accelerator-activated',
+            (display, action) => {
+                const index = this._actions.indexOf(action);
+                if (index >= 0)
+                    onPressed(index);
+            });
+    }
+
+    // X key codes with X modifier masks; the index of each one the shell would not take.
+    bind(keycodes, modifiers) {
+        this.unbind();
+        const refused = [];
+        keycodes.forEach((keycode, i) => {
+            const names = [[1, '<Shift>'], [4, '<Control>'], [8, '<Alt>'], [64, '<Super>']]
+                .filter(([mask]) => modifiers[i] & mask).map(([, name]) => name).join('');
+            const action = global.display.grab_accelerator(
+                `${names}0x${keycode.toString(16)}`, Meta.KeyBindingFlags.NONE);
+            if (action === Meta.KeyBindingAction.NONE) {
+                refused.push(i);
+            } else {
+                Main.wm.allowKeybinding(Meta.external_binding_name_for_action(action),
+                    Shell.ActionMode.ALL);
+            }
+            this._actions.push(action);
+        });
+        return refused;
+    }
+
+    unbind() {
+        for (const action of this._actions.splice(0)) {
+            if (action !== Meta.KeyBindingAction.NONE)
+                global.display.ungrab_accelerator(action);
+        }
+    }
+
+    destroy() {
+        this.unbind();
+        global.display.disconnect(this._activatedId);
+    }
+}
