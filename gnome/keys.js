@@ -4,9 +4,8 @@
 const LEASE_MS = 1500;
 
 class KeyHold {
-    // `actor` takes the keyboard outside the overview; `onLost` is told when a hold runs out.
-    constructor(actor, onLost) {
-        this._actor = actor;
+    // `onLost` is told when a hold runs out.
+    constructor(onLost) {
         this._onLost = onLost;
         this._grab = null;
         this._leaseId = 0;
@@ -24,7 +23,9 @@ class KeyHold {
         if (this.held)
             return true;
         if (!overOverview) {
-            this._grab = Main.pushModal(this._actor, { actionMode: Shell.ActionMode.POPUP });
+            // The stage itself, whose captured events the service watches: a grab of an actor
+            // below it keeps them from the stage.
+            this._grab = Main.pushModal(global.stage, { actionMode: Shell.ActionMode.POPUP });
             if (!this._grab)
                 return false;
         }

@@ -67,8 +67,11 @@ const INTERFACE = `<node>
     <method name="SetCursorVisible">
       <arg name="visible" type="b" direction="in"/>
     </method>
+    <method name="Beep"/>
     <signal name="Shown"/>
     <signal name="FocusChanged"/>
+    <signal name="PointerMoved"/>
+    <signal name="PointerPressed"/>
     <signal name="ShortcutPressed">
       <arg name="index" type="u"/>
     </signal>
@@ -207,7 +210,7 @@ class OverviewService {
         this._labels = new LabelLayer();
         this._stageEventId = 0;
         this._input = new VirtualInput();
-        this._keys = new KeyHold(this._labels.actor, () => this._watchStage());
+        this._keys = new KeyHold(() => this._watchStage());
         // (key code, modifiers) of each of Tarnvik's shortcuts: the shell keeps the keyboard
         // while the overview shows, so they can't reach Tarnvik the usual way then.
         this._shortcuts = [];
@@ -450,6 +453,13 @@ class OverviewService {
         });
     }
 
+    BeepAsync(parameters, invocation) {
+        this._serve(invocation, () => {
+            global.display.get_sound_player().play_from_theme('bell', 'Tarnvik', null);
+            return null;
+        });
+    }
+
     // The stage is watched while the overview shows, for the shortcuts, and while the keys are
     // held.
     _watchStage() {
@@ -465,8 +475,17 @@ class OverviewService {
 
     _onEvent(event) {
         const type = event.type();
-        if (!this._client ||
-            type !== Clutter.EventType.KEY_PRESS && type !== Clutter.EventType.KEY_RELEASE)
+        if (!this._client)
+            return Clutter.EVENT_PROPAGATE;
+        // The user's own pointer while a session holds the keys outside the overview: the
+        // session shows the pointer as it moves, and a search session ends at a click.
+        if (this._keys.held && !this._keys.overOverview) {
+            if (type === Clutter.EventType.MOTION)
+                this._emit('PointerMoved', null);
+            else if (type === Clutter.EventType.BUTTON_PRESS)
+                this._emit('PointerPressed', null);
+        }
+        if (type !== Clutter.EventType.KEY_PRESS && type !== Clutter.EventType.KEY_RELEASE)
             return Clutter.EVENT_PROPAGATE;
         // A shortcut is a shortcut in a session too, as its hot key is elsewhere.
         const modifiers = event.get_state() & SHORTCUT_MODIFIERS;

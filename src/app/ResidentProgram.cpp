@@ -1,5 +1,6 @@
 #include "app/ResidentProgram.h"
 
+#include "app/DesktopSession.h"
 #include "app/IgnoredApps.h"
 #include "app/MenubarFrame.h"
 #include "platform/Diagnostics.h"
@@ -79,24 +80,23 @@ void TimedHotKeys::setHandler(Handler handler)
 std::optional<ResidentProgram::Connections> ResidentProgram::connect()
 {
     Connections c;
-    c.desktop = linux::LinuxDesktop::connect();
+    c.shell = std::make_unique<gnome::TarnvikGnomeExtension>();
+    c.desktop = connectDesktop(*c.shell);
     if (!c.desktop)
         return std::nullopt;
     wireMenubarFrame(*c.desktop);
-    c.keyboard = linux::X11Keyboard::connect();
-    c.keyWatch = linux::X11KeyWatch::connect();
-    c.layouts = linux::XkbLayouts::connect();
-    c.pointer = linux::X11Pointer::connect(
-        [] { return QApplication::styleHints()->mouseDoubleClickInterval() / 1000.0; });
-    if (!c.keyboard || !c.keyWatch || !c.layouts || !c.pointer) {
-        std::fputs("tarnvik: the display lacks the XTEST or XKB extension\n", stderr);
-        return std::nullopt;
+    auto doubleClickInterval = [] {
+        return QApplication::styleHints()->mouseDoubleClickInterval() / 1000.0;
+    };
+    if (c.desktop->x11()) {
+        c.input = connectX11Input(*c.shell, doubleClickInterval);
+    } else {
+        // The shell hands over keys and posts input only to the registered program, from now on.
+        c.shell->keepRegistered();
+        c.input = connectGnomeInput(*c.shell, doubleClickInterval);
     }
-    c.scrollPosting = linux::makeScrollPosting(c.scrolling);
-    if (!c.scrollPosting) {
-        std::fputs("tarnvik: no display to scroll\n", stderr);
+    if (!c.input)
         return std::nullopt;
-    }
     return c;
 }
 
@@ -121,43 +121,43 @@ std::function<double()> desktopScale(double qtScaleFactor)
 // The desktop's appearance and its scale are read at each session.
 ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
     : _c(std::move(connections))
-    , _x(*_c.desktop->x11())
+    , _windows(_c.desktop->windows())
     , _accessibility(_c.desktop->accessibility(), _ownAccessibility)
     , _preferences(_store)
     , _sounds(_player, _preferences, installedPath("share/tarnvik/sounds"))
-    , _overviewHotKeys(*_c.keyboard, _gnomeExtension)
-    , _hotKeys(_overviewHotKeys)
+    , _hotKeys(_c.input->hotKeys())
     , _shortcuts(_hotKeys)
-    , _inputSources(*_c.layouts)
-    , _cursor(*_c.pointer)
+    , _inputSources(_c.input->inputSources())
+    , _cursor(_c.input->cursor())
     , _doubleClick(_scheduler, _shortcuts)
-    , _overview(_gnomeExtension, _accessibility)
-    , _overviewKeys(_gnomeExtension, *_c.keyboard)
+    , _overview(*_c.shell, _accessibility)
+    , _overviewKeys(*_c.shell, _c.input->layout())
     , _views(_preferences,
              {.firstScreenHeight = [this] { return firstScreenHeight(); },
-              .overlay = {.hasCompositor = _x.hasCompositor(),
-                          .reduceMotion = [this] { return _x.appearance().reduceMotion; },
+              .overlay = {.hasCompositor = _windows.hasCompositor(),
+                          .reduceMotion = [this] { return _windows.appearance().reduceMotion; },
                           .labelsPainted = labelsPaintedTrace()},
-              .highContrast = [this] { return _x.appearance().highContrast; },
+              .highContrast = [this] { return _windows.appearance().highContrast; },
               .labelZoom = desktopScale(qtScaleFactor),
-              .overview = _overview})
+              .overview = _overview,
+              .onlyTheShellDraws = !_c.desktop->x11()})
     , _tutorViews({.firstScreenHeight = [this] { return firstScreenHeight(); },
-                   .hasCompositor = _x.hasCompositor()})
+                   .hasCompositor = _windows.hasCompositor()})
     , _tutorMode({.views = _tutorViews,
                   .focusedElement = [this] { return _mode.focusedElement(); },
                   .firstScreenHeight =
                       [this] {
                           return firstScreenHeight();
                       }})
-    , _mode({.platform = {_accessibility, _x, _x},
-             .screens = _x,
+    , _mode({.platform = {_accessibility, _windows, _windows},
+             .screens = _windows,
              .preferences = _preferences,
              .scheduler = _scheduler,
-             .keyboard = *_c.keyboard,
-             .keyboardLayout = *_c.keyboard,
-             .pointerMotion = *_c.pointer,
+             .keyboard = _c.input->keyboard(),
+             .keyboardLayout = _c.input->layout(),
+             .pointerMotion = _c.input->pointerMotion(),
              .cursor = _cursor,
-             .events = *_c.pointer,
+             .events = _c.input->events(),
              .sounds = _sounds,
              .views = _views,
              .doubleClick = _doubleClick,
@@ -169,20 +169,20 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
              .overviewKeyboard = _overviewKeys,
              .reduceMotion =
                  [this] {
-                     return _x.appearance().reduceMotion;
+                     return _windows.appearance().reduceMotion;
                  }})
     , _frameClock(refreshPeriod)
-    , _scroller(_frameClock, *_c.scrollPosting)
+    , _scroller(_frameClock, _c.input->scrolling())
     , _scrollViews(_preferences,
                    {.firstScreenHeight = [this] { return firstScreenHeight(); },
-                    .hasCompositor = _x.hasCompositor(),
+                    .hasCompositor = _windows.hasCompositor(),
                     .zoom = desktopScale(qtScaleFactor)})
-    , _scrollMode({.platform = {_accessibility, _x, _x},
-                   .screens = _x,
+    , _scrollMode({.platform = {_accessibility, _windows, _windows},
+                   .screens = _windows,
                    .preferences = _preferences,
                    .scheduler = _scheduler,
-                   .keyboard = *_c.keyboard,
-                   .events = *_c.pointer,
+                   .keyboard = _c.input->keyboard(),
+                   .events = _c.input->events(),
                    .cursor = _cursor,
                    .scroller = _scroller,
                    .views = _scrollViews,
@@ -201,16 +201,16 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                .shortcuts = _shortcuts,
                .mode = _mode,
                .scrollMode = _scrollMode,
-               .keyMonitor = *_c.keyWatch,
-               .capsLockKey = *_c.keyWatch,
+               .keyMonitor = _c.input->keyMonitor(),
+               .capsLockKey = _c.input->capsLock(),
                .scheduler = _scheduler,
                .recordingSlot = _recordingSlot})
-    , _firstReads({.reading = {.platform = {_accessibility, _x, _x},
-                               .screens = _x,
+    , _firstReads({.reading = {.platform = {_accessibility, _windows, _windows},
+                               .screens = _windows,
                                .preferences = _preferences,
                                .scheduler = _scheduler},
                    .queue = _treeQueue})
-    , _accessibilitySwitch(_c.desktop->bus(), _x)
+    , _accessibilitySwitch(_c.desktop->bus(), _windows)
     , _loginItem(QCoreApplication::applicationFilePath(), "--at-login")
     , _shellViews(
           {.switchOn = [this] { _accessibilitySwitch.switchOn(); },
@@ -248,14 +248,14 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
            .appcastPath = installedPath("share/tarnvik/appcast.xml")})
     , _delegate({.preferences = _preferences,
                  .ax = _accessibility,
-                 .workspace = _x,
+                 .workspace = _windows,
                  .scheduler = _scheduler,
                  .views = _shellViews,
                  .loginItem = _loginItem,
                  .inputSources = _inputSources,
                  .readAhead =
                      [this] {
-                         _views.prepare(_x.screens().front());
+                         _views.prepare(_windows.screens().front());
                          _firstReads.start();
                          printRunning();
                      },
@@ -289,7 +289,7 @@ ResidentProgram::~ResidentProgram()
 
 double ResidentProgram::firstScreenHeight()
 {
-    return _x.screens().front().frame.size.height;
+    return _windows.screens().front().frame.size.height;
 }
 
 void ResidentProgram::deactivateModes()
@@ -318,7 +318,7 @@ void ResidentProgram::printRunning()
              + _preferences.stringForKey(Preferences::Keys::nonSearchShortcut).value_or("unset")
              + ", the scroll shortcut "
              + _preferences.stringForKey(Preferences::Keys::scrollShortcut).value_or("unset")
-             + "; scrolling by " + _c.scrolling + ", "
+             + "; scrolling by " + _c.input->scrollingName() + ", "
              + std::to_string(std::lround(1 / refreshPeriod())) + " frames a second");
 }
 

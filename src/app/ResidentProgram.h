@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/AppDelegate.h"
+#include "app/DesktopInputs.h"
 #include "app/FirstReads.h"
 #include "app/ShortcutWiring.h"
 #include "app/views/QtShellViews.h"
@@ -16,12 +17,6 @@
 #include "platform/linux/AtspiSwitch.h"
 #include "platform/linux/LinuxDesktop.h"
 #include "platform/linux/TimerFrameClock.h"
-#include "platform/linux/WheelScrolling.h"
-#include "platform/linux/X11Desktop.h"
-#include "platform/linux/X11KeyWatch.h"
-#include "platform/linux/X11Keyboard.h"
-#include "platform/linux/X11Pointer.h"
-#include "platform/linux/XkbLayouts.h"
 #include "platform/qt/PreferenceFileWatcher.h"
 #include "platform/qt/QSettingsPreferenceStore.h"
 #include "platform/qt/QtAccessibility.h"
@@ -43,7 +38,7 @@
 
 namespace tarnvik {
 
-// The X backend's hot keys, with the time of the last press noted.
+// The desktop's hot keys, with the time of the last press noted.
 class TimedHotKeys final : public HotKeys
 {
 public:
@@ -71,14 +66,10 @@ public:
     // What the program reaches outside itself, connected before anything is made.
     struct Connections
     {
+        // GNOME Shell's extension, where it runs: the overview, and on Wayland every session.
+        std::unique_ptr<gnome::TarnvikGnomeExtension> shell;
         std::unique_ptr<linux::LinuxDesktop> desktop;
-        std::unique_ptr<linux::X11Keyboard> keyboard;
-        std::unique_ptr<linux::X11KeyWatch> keyWatch;
-        std::unique_ptr<linux::XkbLayouts> layouts;
-        std::unique_ptr<linux::X11Pointer> pointer;
-        std::unique_ptr<ScrollPosting> scrollPosting;
-        // How the scrolling reaches applications, for the start-up line.
-        std::string scrolling;
+        std::unique_ptr<DesktopInput> input;
     };
     // Nothing, with the reason on standard error, when the display or the accessibility bus
     // lacks what the program needs.
@@ -99,7 +90,7 @@ private:
     void printRunning();
 
     Connections _c;
-    linux::X11Desktop &_x;
+    linux::WindowSystem &_windows;
     // Its own windows are read in the process, every other application's over the bus.
     QtAccessibility _ownAccessibility;
     SplitAccessibility _accessibility;
@@ -108,9 +99,6 @@ private:
     QtScheduler _scheduler;
     QtSoundPlayer _player;
     SoundEffectManager _sounds;
-    // GNOME Shell's extension, where it runs: the overview, and the hot keys while it shows.
-    gnome::TarnvikGnomeExtension _gnomeExtension;
-    gnome::GnomeOverviewHotKeys _overviewHotKeys;
     TimedHotKeys _hotKeys;
     SRGlobalShortcutMonitor _shortcuts;
     RecordingSlot _recordingSlot;

@@ -1,11 +1,12 @@
 // The program: the composition root that chooses the Linux backend, and either runs resident
 // or runs one command.
+#include "app/DesktopSession.h"
 #include "app/MenubarFrame.h"
 #include "app/QuitOnSignals.h"
 #include "app/ResidentProgram.h"
 #include "app/TargetsCommand.h"
 #include "platform/Diagnostics.h"
-#include "platform/gnome/GnomeWindows.h"
+#include "platform/gnome/TarnvikGnomeExtension.h"
 #include "platform/linux/LinuxDesktop.h"
 #include "platform/qt/QSettingsPreferenceStore.h"
 #include "platform/qt/QtScheduler.h"
@@ -23,35 +24,6 @@
 namespace {
 
 using namespace tarnvik;
-
-// The desktop the commands read. On a Wayland session only the compositor knows where windows
-// stand: GNOME Shell tells it through the extension. Without it, X's windows, which in a
-// Wayland session are only those of X programs.
-struct ReadDesktop
-{
-    std::unique_ptr<gnome::TarnvikGnomeExtension> shell;
-    std::unique_ptr<linux::LinuxDesktop> desktop;
-
-    static ReadDesktop connect()
-    {
-        ReadDesktop d;
-        if (qEnvironmentVariable("XDG_SESSION_TYPE") == "wayland"
-            && qEnvironmentVariableIsSet("WAYLAND_DISPLAY")) {
-            d.shell = std::make_unique<gnome::TarnvikGnomeExtension>();
-            if (!d.shell->monitors().empty()) {
-                d.desktop =
-                    linux::LinuxDesktop::connect(std::make_unique<gnome::GnomeWindows>(*d.shell));
-                return d;
-            }
-            std::fprintf(stderr,
-                         "tarnvik: GNOME Shell's extension %s does not answer on this Wayland "
-                         "session: only X programs' windows can be read\n",
-                         gnome::TarnvikGnomeExtension::uuid);
-        }
-        d.desktop = linux::LinuxDesktop::connect();
-        return d;
-    }
-};
 
 int runTargets(const QStringList &arguments, bool tree)
 {
@@ -77,10 +49,11 @@ int runTargets(const QStringList &arguments, bool tree)
     if (options.json)
         sendDiagnosticsToStandardError();
 
-    const auto read = ReadDesktop::connect();
-    if (!read.desktop)
+    gnome::TarnvikGnomeExtension shell;
+    const auto connected = connectDesktop(shell);
+    if (!connected)
         return 2;
-    auto &desktop = *read.desktop;
+    auto &desktop = *connected;
     wireMenubarFrame(desktop);
     QSettingsPreferenceStore store;
     Preferences preferences(store);
@@ -152,8 +125,9 @@ int main(int argc, char *argv[])
     const QString command = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString();
     if (command.isEmpty() || command == "--at-login") {
         const double qtScaleFactor = keepQtFromScaling();
-        // The program speaks X (to Xwayland in a Wayland session), and so do its windows.
-        qputenv("QT_QPA_PLATFORM", "xcb");
+        // The program speaks X, and so do its windows (to Xwayland in a Wayland session other
+        // than GNOME's); on GNOME's Wayland session the shell does all that X would do.
+        qputenv("QT_QPA_PLATFORM", onGnomeWayland() ? "wayland" : "xcb");
         QApplication app(argc, argv);
         QApplication::setApplicationName("tarnvik");
         QApplication::setApplicationDisplayName("Tarnvik");

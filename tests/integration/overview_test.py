@@ -3,40 +3,18 @@ extension tarnvik-gnome: as its X11 window manager (TARNVIK_DESKTOP_SHELL=gnome-
 Wayland compositor (gnome-wayland), whose applications here are Wayland clients."""
 
 import os
-import time
 import unittest
 
 import pyatspi
-from gi.repository import Gio, GLib
+from gi.repository import GLib
 
+from gnome_shell import RemoteKeyboard, call, overview_active, set_overview
 from desktop_apps import (Application, ResidentTarnvik, label_colour_in, main, poll, rect,
                           screen_pixels, xdotool)
 
 WAYLAND = os.environ.get("TARNVIK_DESKTOP_SHELL") == "gnome-wayland"
-BUS = Gio.bus_get_sync(Gio.BusType.SESSION)
 EXTENSION_PATH = "/com/ostrelline/Tarnvik/Overview"
 EXTENSION = "com.ostrelline.Tarnvik.Overview"
-
-
-def call(service, path, interface, method, arguments=None, reply=None):
-    return BUS.call_sync(service, path, interface, method, arguments,
-                         GLib.VariantType(reply) if reply else None, Gio.DBusCallFlags.NONE,
-                         5000, None)
-
-
-def overview_property(method, *value):
-    return call("org.gnome.Shell", "/org/gnome/Shell", "org.freedesktop.DBus.Properties", method,
-                GLib.Variant(f"(ss{'v' * len(value)})",
-                             ("org.gnome.Shell", "OverviewActive", *value)),
-                None if value else "(v)")
-
-
-def overview_active():
-    return overview_property("Get").unpack()[0]
-
-
-def set_overview(active):
-    overview_property("Set", GLib.Variant("b", active))
 
 
 def shell_accessible():
@@ -101,31 +79,6 @@ def drawn_labels(drawing=None):
 
 def drawn_icons(drawing):
     return sorted(frame for role, _, frame in drawing if role != pyatspi.ROLE_LABEL)
-
-
-class RemoteKeyboard:
-    """Keys typed into GNOME Shell on Wayland, through Mutter's remote desktop session: one for
-    the suite, since the seat loses its keyboard, and the focused window its focus, when a
-    session ends."""
-
-    SERVICE = "org.gnome.Mutter.RemoteDesktop"
-    SESSION = SERVICE + ".Session"
-
-    def __init__(self):
-        self.session = call(self.SERVICE, "/org/gnome/Mutter/RemoteDesktop", self.SERVICE,
-                            "CreateSession", None, "(o)").unpack()[0]
-        call(self.SERVICE, self.session, self.SESSION, "Start")
-
-    def chord(self, *keysyms):
-        """Holds each key down in turn, then lets them go in the reverse order."""
-        for keysym, down in [(k, True) for k in keysyms] + [(k, False) for k in keysyms[::-1]]:
-            call(self.SERVICE, self.session, self.SESSION, "NotifyKeyboardKeysym",
-                 GLib.Variant("(ub)", (keysym, down)))
-        # A person's pace from one chord to the next, as `key` types on X11.
-        time.sleep(0.05)
-
-    def stop(self):
-        call(self.SERVICE, self.session, self.SESSION, "Stop")
 
 
 KEYBOARD = RemoteKeyboard() if WAYLAND else None
@@ -249,7 +202,12 @@ class OverviewTest(unittest.TestCase):
                 ("Register", None, "NotTarnvik"),
                 ("ShowLabels", GLib.Variant("(aa{sv})", ([],)), "NotRegistered"),
                 ("HoldKeys", GLib.Variant("(b)", (True,)), "NotRegistered"),
-                ("PickAt", GLib.Variant("(dd)", (10, 10)), "NotRegistered")):
+                ("PickAt", GLib.Variant("(dd)", (10, 10)), "NotRegistered"),
+                # Posting input through the shell is Tarnvik's alone, and where windows stand
+                # is told to Tarnvik processes only.
+                ("PointerButton", GLib.Variant("(ubddu)", (1, True, 10, 10, 0)), "NotRegistered"),
+                ("Scroll", GLib.Variant("(dd)", (0, 10)), "NotRegistered"),
+                ("Frames", None, "NotTarnvik")):
             with self.assertRaises(GLib.Error) as refused:
                 call("org.gnome.Shell", EXTENSION_PATH, EXTENSION, method, arguments)
             self.assertIn(f"{EXTENSION}.Error.{error}", str(refused.exception))

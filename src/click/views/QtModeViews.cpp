@@ -29,7 +29,7 @@ std::unique_ptr<TargetsWindow> QtModeViews::createTargetsWindow(const Screen &sc
                                                                 bool overOverview)
 {
     useLabelImagesFor(screen);
-    if (overOverview) {
+    if (overOverview || _environment.onlyTheShellDraws) {
         const QRectF g = geometryOf(screen);
         return std::make_unique<OverviewTargetsWindow>(
             _environment.overview, _labelImages, makeRect(g.x(), g.y(), g.width(), g.height()));
@@ -48,7 +48,8 @@ void QtModeViews::prepare(const Screen &screen)
     const auto squared = static_cast<long>(characters.size() * characters.size());
     for (const auto &label : LabelMaker::makeLabels(characters, squared))
         _labelImages->layer(label, 0);
-    _overlays.prepare(geometryOf(screen), _labelImages);
+    if (!_environment.onlyTheShellDraws)
+        _overlays.prepare(geometryOf(screen), _labelImages);
 }
 
 std::unique_ptr<SearchBarWindow> QtModeViews::createSearchBar()

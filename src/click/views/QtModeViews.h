@@ -26,6 +26,9 @@ public:
         std::function<double()> labelZoom;
         // Where the labels of a session over the desktop's overview go.
         Overview &overview;
+        // Every session's labels go there: where no window of this program may stand over the
+        // others (GNOME on Wayland).
+        bool onlyTheShellDraws = false;
     };
 
     QtModeViews(const Preferences &preferences, Environment environment)

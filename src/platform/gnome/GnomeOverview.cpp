@@ -84,7 +84,8 @@ void GnomeOverviewKeys::key(std::uint32_t keycode, std::uint32_t state, bool pre
 
 void GnomeOverviewHotKeys::setHandler(Handler handler)
 {
-    _desktop.setHandler(handler);
+    if (_desktop)
+        _desktop->setHandler(handler);
     _extension.onShortcut([this, handler](std::uint32_t index) {
         if (index >= _keys.size() || !handler)
             return;
@@ -96,7 +97,7 @@ void GnomeOverviewHotKeys::setHandler(Handler handler)
 bool GnomeOverviewHotKeys::registerHotKey(HotKeyId id, std::uint16_t keyCode,
                                           std::uint64_t modifierFlags)
 {
-    if (!_desktop.registerHotKey(id, keyCode, modifierFlags))
+    if (_desktop && !_desktop->registerHotKey(id, keyCode, modifierFlags))
         return false;
     if (const auto xKey = linux::xKeyCode(keyCode)) {
         std::erase_if(_keys, [id](const auto &key) { return key.first == id; });
@@ -110,7 +111,7 @@ bool GnomeOverviewHotKeys::unregisterHotKey(HotKeyId id)
 {
     if (std::erase_if(_keys, [id](const auto &key) { return key.first == id; }))
         tellExtension();
-    return _desktop.unregisterHotKey(id);
+    return !_desktop || _desktop->unregisterHotKey(id);
 }
 
 void GnomeOverviewHotKeys::tellExtension()

@@ -66,12 +66,13 @@ private:
     QTimer _renewal;
 };
 
-// The program's hot keys, which the shell keeps from it while the overview shows: there the
-// extension watches for them and says which was pressed.
+// The program's hot keys, which the shell keeps from it while the overview shows, and on
+// Wayland always: there the extension watches for them and says which was pressed. `desktop`
+// is the desktop's own hot keys, where it has them (X11).
 class GnomeOverviewHotKeys final : public HotKeys
 {
 public:
-    GnomeOverviewHotKeys(HotKeys &desktop, TarnvikGnomeExtension &extension)
+    GnomeOverviewHotKeys(HotKeys *desktop, TarnvikGnomeExtension &extension)
         : _desktop(desktop)
         , _extension(extension)
     { }
@@ -83,7 +84,7 @@ public:
 private:
     void tellExtension();
 
-    HotKeys &_desktop;
+    HotKeys *_desktop;
     TarnvikGnomeExtension &_extension;
     // Each hot key's X key code and modifier mask, in the order the extension is told them.
     std::vector<std::pair<HotKeyId, std::pair<std::uint32_t, std::uint32_t>>> _keys;

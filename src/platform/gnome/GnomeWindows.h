@@ -19,6 +19,10 @@ public:
 
     std::vector<linux::ClientWindow> clientWindows(pid_t pid) override;
     bool placesRelativeToWindows() const override { return true; }
+    // The shell composites every window.
+    bool hasCompositor() override { return true; }
+    // The defaults: GNOME's settings are not read yet.
+    linux::DesktopAppearance appearance() override { return {}; }
 
     std::optional<RunningApplication> frontmostApplication() override;
     std::optional<RunningApplication> menuBarOwningApplication() override;

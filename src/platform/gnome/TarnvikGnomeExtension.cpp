@@ -6,6 +6,8 @@
 #include <QDBusMetaType>
 #include <QDBusVariant>
 
+#include <cstdio>
+
 namespace tarnvik::gnome {
 
 namespace {
@@ -52,6 +54,10 @@ TarnvikGnomeExtension::TarnvikGnomeExtension()
     bus.connect(shellService, objectPath, interfaceName, "Shown", this, SLOT(shown()));
     bus.connect(shellService, objectPath, interfaceName, "FocusChanged", this,
                 SLOT(focusChanged()));
+    bus.connect(shellService, objectPath, interfaceName, "PointerMoved", this,
+                SLOT(pointerMoved()));
+    bus.connect(shellService, objectPath, interfaceName, "PointerPressed", this,
+                SLOT(pointerPressed()));
     bus.connect(shellService, objectPath, interfaceName, "ShortcutPressed", this,
                 SLOT(shortcutPressed(uint)));
     bus.connect(shellService, objectPath, interfaceName, "Key", this,
@@ -100,6 +106,14 @@ std::optional<std::string> TarnvikGnomeExtension::ensureRegistered()
     return std::nullopt;
 }
 
+void TarnvikGnomeExtension::keepRegistered()
+{
+    _keepRegistered = true;
+    if (auto failure = ensureRegistered())
+        std::fprintf(stderr, "Tarnvik: GNOME Shell's extension refused this program: %s\n",
+                     failure->c_str());
+}
+
 void TarnvikGnomeExtension::watchShortcuts(
     std::vector<std::pair<std::uint32_t, std::uint32_t>> shortcuts)
 {
@@ -112,7 +126,16 @@ void TarnvikGnomeExtension::watchShortcuts(
         keycodes.push_back(keycode);
         modifiers.push_back(mask);
     }
-    call("WatchShortcuts", {QVariant::fromValue(keycodes), QVariant::fromValue(modifiers)}, false);
+    const auto reply =
+        call("WatchShortcuts", {QVariant::fromValue(keycodes), QVariant::fromValue(modifiers)});
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
+        return;
+    for (const uint index : qdbus_cast<QList<uint>>(reply.arguments().front()))
+        if (index < _shortcuts.size())
+            std::fprintf(stderr,
+                         "Tarnvik: GNOME Shell keeps the keys of a shortcut for itself (X key code "
+                         "%u, modifiers %u): record another one\n",
+                         _shortcuts[index].first, _shortcuts[index].second);
 }
 
 void TarnvikGnomeExtension::shortcutPressed(uint index)
@@ -152,19 +175,60 @@ void TarnvikGnomeExtension::focusChanged()
         _focusChanged();
 }
 
+void TarnvikGnomeExtension::pointerMoved()
+{
+    if (_pointerMoved)
+        _pointerMoved();
+}
+
+void TarnvikGnomeExtension::pointerPressed()
+{
+    if (_pointerPressed)
+        _pointerPressed();
+}
+
+void TarnvikGnomeExtension::movePointer(CGPoint point)
+{
+    call("PointerMove", {point.x, point.y}, false);
+}
+
+void TarnvikGnomeExtension::pressButton(std::uint32_t button, bool pressed, CGPoint point,
+                                        std::uint32_t modifiers)
+{
+    call("PointerButton", {button, pressed, point.x, point.y, modifiers}, false);
+}
+
+void TarnvikGnomeExtension::scroll(double dx, double dy)
+{
+    call("Scroll", {dx, dy}, false);
+}
+
+void TarnvikGnomeExtension::setCursorVisible(bool visible)
+{
+    call("SetCursorVisible", {visible}, false);
+}
+
+void TarnvikGnomeExtension::beep()
+{
+    call("Beep", {}, false);
+}
+
 void TarnvikGnomeExtension::key(uint keycode, uint state, bool pressed, bool repeat)
 {
     if (_key)
         _key(keycode, state, pressed, repeat);
 }
 
-void TarnvikGnomeExtension::shellOwnerChanged(const QString &name, const QString &, const QString &)
+void TarnvikGnomeExtension::shellOwnerChanged(const QString &name, const QString &,
+                                              const QString &newOwner)
 {
     if (name != shellService)
         return;
     // A new shell knows nobody; an ended one has no overview.
     _registered = false;
     readOverviewActive();
+    if (_keepRegistered && !newOwner.isEmpty())
+        keepRegistered();
 }
 
 void TarnvikGnomeExtension::showLabels(const std::vector<OverviewLabel> &labels)

@@ -53,6 +53,9 @@ public:
 
     // Registers unless registered; the error of the last try when that fails.
     std::optional<std::string> ensureRegistered();
+    // Registers now, and again each time the shell starts anew: where every session goes
+    // through the shell.
+    void keepRegistered();
 
     // The shell's OverviewActive, as last reported.
     bool overviewActive() const { return _overviewActive; }
@@ -65,6 +68,10 @@ public:
     }
     // Each time another window gets the focus, once registered.
     void onFocusChanged(std::function<void()> handler) { _focusChanged = std::move(handler); }
+    // The user's pointer moving, and pressing a button, while the keys are held outside the
+    // overview.
+    void onPointerMoved(std::function<void()> handler) { _pointerMoved = std::move(handler); }
+    void onPointerPressed(std::function<void()> handler) { _pointerPressed = std::move(handler); }
     // X key codes and X modifier masks of the program's shortcuts, which the shell keeps from
     // it while the overview shows; given again at each registration.
     void watchShortcuts(std::vector<std::pair<std::uint32_t, std::uint32_t>> shortcuts);
@@ -80,6 +87,13 @@ public:
     void clearLabels();
     std::map<std::string, CGRect> previews();
     std::vector<OverviewWindow> windows();
+    // Input through the shell's virtual devices, never waiting: from any thread. `button` as
+    // Clutter numbers them (1 primary, 2 middle, 3 secondary), `modifiers` an X modifier mask.
+    void movePointer(CGPoint point);
+    void pressButton(std::uint32_t button, bool pressed, CGPoint point, std::uint32_t modifiers);
+    void scroll(double dx, double dy);
+    void setCursorVisible(bool visible);
+    void beep();
     bool pickAt(CGPoint point);
     // Whether the keys are held now; letting go never waits.
     bool holdKeys(bool hold);
@@ -97,6 +111,8 @@ private Q_SLOTS:
     void propertiesChanged(const QDBusMessage &message);
     void shown();
     void focusChanged();
+    void pointerMoved();
+    void pointerPressed();
     void shortcutPressed(uint index);
     void key(uint keycode, uint state, bool pressed, bool repeat);
     void shellOwnerChanged(const QString &name, const QString &oldOwner, const QString &newOwner);
@@ -107,9 +123,12 @@ private:
     void readOverviewActive();
 
     bool _registered = false;
+    bool _keepRegistered = false;
     bool _overviewActive = false;
     std::function<void()> _report;
     std::function<void()> _focusChanged;
+    std::function<void()> _pointerMoved;
+    std::function<void()> _pointerPressed;
     std::vector<std::pair<std::uint32_t, std::uint32_t>> _shortcuts;
     std::function<void(std::uint32_t)> _shortcut;
     std::function<void(std::uint32_t, std::uint32_t, bool, bool)> _key;

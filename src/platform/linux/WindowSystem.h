@@ -4,6 +4,7 @@
 #include "platform/WindowList.h"
 #include "platform/Workspace.h"
 #include "platform/linux/AtspiAccessibility.h"
+#include "platform/linux/XSettings.h"
 
 #include <functional>
 #include <optional>
@@ -21,6 +22,10 @@ public:
     // Whether every toolkit reports its objects' places relative to its own window's surface,
     // as on Wayland, where no client knows where its window stands.
     virtual bool placesRelativeToWindows() const = 0;
+    // Whether windows may be translucent.
+    virtual bool hasCompositor() = 0;
+    // Dark or light, high contrast, reduced motion, as the desktop says.
+    virtual DesktopAppearance appearance() = 0;
 
     // The frame of the frontmost application's menu bar while it is showing: the window list
     // shows it as the menu bar, as the window server would.

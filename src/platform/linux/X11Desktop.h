@@ -1,7 +1,6 @@
 #pragma once
 
 #include "platform/linux/WindowSystem.h"
-#include "platform/linux/XSettings.h"
 
 #include <functional>
 #include <memory>
@@ -22,10 +21,10 @@ public:
 
     std::vector<ClientWindow> clientWindows(pid_t pid) override;
     bool placesRelativeToWindows() const override { return false; }
-    // A compositing manager runs: windows may be translucent.
-    bool hasCompositor();
+    // A compositing manager runs.
+    bool hasCompositor() override;
     // As the desktop's settings manager publishes it; the defaults when none runs.
-    DesktopAppearance appearance();
+    DesktopAppearance appearance() override;
 
     std::optional<RunningApplication> frontmostApplication() override;
     std::optional<RunningApplication> menuBarOwningApplication() override;

@@ -3,6 +3,7 @@
 #include "platform/KeyCodes.h"
 #include "platform/linux/X11Keys.h"
 #include "platform/linux/X11PopupMenus.h"
+#include "platform/linux/XkbKeyText.h"
 
 #include <QSocketNotifier>
 #include <QTimer>
@@ -29,13 +30,6 @@ namespace {
 
 constexpr std::array<std::uint16_t, 4> lockVariants {0, XMod::lock, XMod::numLock,
                                                      XMod::lock | XMod::numLock};
-
-std::string utf8(xkb_keysym_t sym)
-{
-    char buffer[16] {};
-    const int n = xkb_keysym_to_utf8(sym, buffer, sizeof buffer);
-    return n > 1 ? std::string(buffer) : std::string();
-}
 
 } // namespace
 
@@ -90,26 +84,6 @@ public:
         char buffer[32] {};
         xkb_state_key_get_utf8(state, key, buffer, sizeof buffer);
         return buffer;
-    }
-
-    // The symbol of a key at a level of a layout, as the keymap lists it.
-    xkb_keysym_t symbol(std::uint8_t key, xkb_layout_index_t layout, xkb_level_index_t level) const
-    {
-        const xkb_keysym_t *syms = nullptr;
-        const int n = xkb_keymap_key_get_syms_by_level(keymap, key, layout, level, &syms);
-        return n > 0 ? syms[0] : XKB_KEY_NoSymbol;
-    }
-
-    // The first layout whose A key types an ASCII letter: the one labels are typed on.
-    xkb_layout_index_t asciiLayout() const
-    {
-        const auto layouts = xkb_keymap_num_layouts(keymap);
-        for (xkb_layout_index_t l = 0; l < layouts; ++l) {
-            const auto text = utf8(symbol(30 + 8, l, 0));
-            if (text.size() == 1 && std::isalpha(static_cast<unsigned char>(text[0])))
-                return l;
-        }
-        return 0;
     }
 
     void grab(std::uint8_t key, std::uint16_t modifiers, std::uint8_t keyboardMode)
@@ -330,7 +304,7 @@ void X11Keyboard::stop()
 std::string X11Keyboard::translate(std::uint16_t keyCode)
 {
     const auto key = xKeyCode(keyCode);
-    return key ? utf8(_x->symbol(*key, _x->asciiLayout(), 0)) : std::string();
+    return key ? asciiKeyText(_x->keymap, *key) : std::string();
 }
 
 void X11Keyboard::setHandler(HotKeys::Handler handler)

@@ -72,6 +72,14 @@ std::uint16_t xModifiers(std::uint64_t flags)
     return m;
 }
 
+std::uint16_t clickModifiers(std::uint64_t flags)
+{
+    std::uint16_t m = xModifiers(flags & ~ModifierFlag::command);
+    if (flags & ModifierFlag::command)
+        m |= XMod::control;
+    return m;
+}
+
 std::uint64_t modifierFlags(std::uint16_t state)
 {
     std::uint64_t flags = 0;

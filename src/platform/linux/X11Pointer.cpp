@@ -15,19 +15,6 @@
 
 namespace tarnvik::linux {
 
-namespace {
-
-// The modifiers a posted click carries for its flags.
-std::uint16_t modifiersOfClick(std::uint64_t flags)
-{
-    std::uint16_t m = xModifiers(flags & ~ModifierFlag::command);
-    if (flags & ModifierFlag::command)
-        m |= XMod::control;
-    return m;
-}
-
-} // namespace
-
 class X11Pointer::Connection : public XConnection
 {
 public:
@@ -117,7 +104,7 @@ void X11Pointer::postQueued()
             const auto state = _x->pointerState();
             readQueuedEvents();
             const std::uint16_t held = state ? state->first : 0;
-            if (held & ~modifiersOfClick(press.flags)) {
+            if (held & ~clickModifiers(press.flags)) {
                 if (now - press.asked < modifierWait) {
                     _queueTimer->start(10);
                     return;

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "platform/HotKeys.h"
+#include "platform/InputSources.h"
+#include "platform/KeyEvents.h"
+#include "platform/Pointer.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace tarnvik {
+
+namespace gnome {
+class TarnvikGnomeExtension;
+}
+
+// The keyboard and the pointer as the desktop lets this program reach them: X11's server, or on
+// GNOME's Wayland session the shell through its extension.
+class DesktopInput
+{
+public:
+    virtual ~DesktopInput() = default;
+
+    virtual KeyboardCapture &keyboard() = 0;
+    virtual KeyboardLayout &layout() = 0;
+    // Including over GNOME's overview, which keeps the keys from every other program.
+    virtual HotKeys &hotKeys() = 0;
+    virtual KeyEventMonitor &keyMonitor() = 0;
+    virtual CapsLockKey &capsLock() = 0;
+    virtual KeyboardInputSources &inputSources() = 0;
+    virtual EventPosting &events() = 0;
+    virtual PointerVisibility &cursor() = 0;
+    virtual PointerMotion &pointerMotion() = 0;
+    virtual ScrollPosting &scrolling() = 0;
+    // How the scrolling reaches applications, for the start-up line.
+    virtual std::string scrollingName() const = 0;
+};
+
+// The X display's; nothing, with the reason on standard error, when it lacks what the program
+// needs.
+std::unique_ptr<DesktopInput> connectX11Input(gnome::TarnvikGnomeExtension &shell,
+                                              std::function<double()> doubleClickInterval);
+// GNOME Shell's on Wayland, through the extension.
+std::unique_ptr<DesktopInput> connectGnomeInput(gnome::TarnvikGnomeExtension &shell,
+                                                std::function<double()> doubleClickInterval);
+
+} // namespace tarnvik

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "platform/InputSources.h"
+#include "platform/KeyEvents.h"
+#include "platform/Pointer.h"
+#include "platform/gnome/TarnvikGnomeExtension.h"
+
+#include <functional>
+
+namespace tarnvik::gnome {
+
+// Clicks, scrolls and the pointer's visibility through the shell's virtual devices, and the
+// user's pointer as the shell reports it while a session holds the keys: on Wayland no client
+// may post input to another, or follow the pointer outside its own windows.
+class GnomePointer final : public EventPosting,
+                           public PointerVisibility,
+                           public PointerMotion,
+                           public ScrollPosting
+{
+public:
+    GnomePointer(TarnvikGnomeExtension &shell, std::function<double()> doubleClickInterval)
+        : _shell(shell)
+        , _doubleClickInterval(std::move(doubleClickInterval))
+    { }
+
+    void postMouseMoved(CGPoint position) override { _shell.movePointer(position); }
+    // The shell's seat counts the clicks of a double click itself.
+    void postMouseButton(int button, bool down, CGPoint position, std::uint64_t flags,
+                         int clickCount) override;
+    double doubleClickInterval() override { return _doubleClickInterval(); }
+    void beep() override;
+
+    void hideCursor() override;
+    void showCursor() override;
+
+    void observe(std::function<void()> observer) override
+    {
+        _shell.onPointerMoved(std::move(observer));
+    }
+    void observePresses(std::function<void()> observer) override
+    {
+        _shell.onPointerPressed(std::move(observer));
+    }
+
+    // In pixels, as a touchpad scrolls.
+    void postScroll(double verticalPx, double horizontalPx) override;
+
+private:
+    TarnvikGnomeExtension &_shell;
+    std::function<double()> _doubleClickInterval;
+    int _hides = 0;
+};
+
+// What the shell does not hand over on Wayland yet: every key as it goes by (for shortcuts of
+// modifiers alone and the Hyperkey) and the input sources. Says so once, when asked for them.
+class UnwatchedKeyboard final : public KeyEventMonitor,
+                                public CapsLockKey,
+                                public KeyboardInputSources
+{
+public:
+    void setMonitorHandler(KeyEventMonitor::Handler handler) override;
+    void setCapsLockHandler(CapsLockKey::Handler handler) override;
+    bool isCapsLockOn() override { return false; }
+    void setCapsLock(bool) override { }
+
+    std::vector<InputSource> inputSources() override { return {}; }
+    std::optional<InputSource> currentInputSource() override { return std::nullopt; }
+    void selectInputSource(const InputSource &) override { }
+
+private:
+    void sayUnavailable();
+
+    bool _said = false;
+};
+
+} // namespace tarnvik::gnome
