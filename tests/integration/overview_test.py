@@ -8,45 +8,14 @@ import unittest
 import pyatspi
 from gi.repository import GLib
 
-from gnome_shell import RemoteKeyboard, call, overview_active, set_overview
+from gnome_shell import (RemoteKeyboard, call, drawn, drawn_labels, focused_text,
+                         overview_active, set_overview, showing_in_shell)
 from desktop_apps import (Application, ResidentTarnvik, label_colour_in, main, poll, rect,
                           screen_pixels, xdotool)
 
 WAYLAND = os.environ.get("TARNVIK_DESKTOP_SHELL") == "gnome-wayland"
 EXTENSION_PATH = "/com/ostrelline/Tarnvik/Overview"
 EXTENSION = "com.ostrelline.Tarnvik.Overview"
-
-
-def shell_accessible():
-    return next(a for a in pyatspi.Registry.getDesktop(0) if a and a.name == "gnome-shell")
-
-
-def showing_in_shell(test):
-    """The showing objects of the shell's tree that pass `test`, in the tree's order, read again
-    when an object goes while it is read: the shell rebuilds parts of its tree as the overview
-    opens and as labels are drawn anew."""
-    for _ in range(10):
-        try:
-            return walk_shell(test)
-        except GLib.GError:
-            continue
-    return walk_shell(test)
-
-
-def walk_shell(test):
-    found = []
-
-    def walk(accessible, depth):
-        for child in accessible:
-            if child is None:
-                continue
-            if depth > 0 and not child.getState().contains(pyatspi.STATE_SHOWING):
-                continue
-            if test(child):
-                found.append(child)
-            walk(child, depth + 1)
-    walk(shell_accessible(), 0)
-    return found
 
 
 def caption(accessible):
@@ -62,19 +31,6 @@ def previews():
     buttons = showing_in_shell(lambda a: a.getRole() == pyatspi.ROLE_PUSH_BUTTON and not a.name
                                and caption(a))
     return {caption(b): rect(b) for b in buttons}
-
-
-def drawn():
-    """What the extension drew: (role, name, frame) of each object in its layer of the shell's
-    tree."""
-    layers = showing_in_shell(lambda a: a.name == "Tarnvik labels")
-    return [(c.getRole(), c.name, rect(c)) for c in layers[0]] if layers else []
-
-
-def drawn_labels(drawing=None):
-    """The labels drawn, with their frames."""
-    drawing = drawn() if drawing is None else drawing
-    return {name: frame for role, name, frame in drawing if role == pyatspi.ROLE_LABEL}
 
 
 def drawn_icons(drawing):
@@ -95,27 +51,6 @@ def press(keysyms, xdotool_keys):
 def type_text(text):
     for character in text:
         press([ord(character)], character)
-
-
-def focused_text(application_name):
-    """The text of the application's focused text field, if one has the focus."""
-    def walk(accessible):
-        for child in accessible:
-            if child is None or not child.getState().contains(pyatspi.STATE_SHOWING):
-                continue
-            if child.getState().contains(pyatspi.STATE_FOCUSED):
-                try:
-                    return child.queryText().getText(0, -1)
-                except NotImplementedError:
-                    pass
-            found = walk(child)
-            if found is not None:
-                return found
-        return None
-    for application in pyatspi.Registry.getDesktop(0):
-        if application is not None and application.name == application_name:
-            return walk(application)
-    return None
 
 
 class OverviewTest(unittest.TestCase):
