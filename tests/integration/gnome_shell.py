@@ -100,9 +100,18 @@ def walk_shell(test):
 
 def drawn():
     """What the extension drew: (role, name, frame) of each object in its layer of the shell's
-    tree."""
-    layers = showing_in_shell(lambda a: a.name == "Tarnvik labels")
-    return [(c.getRole(), c.name, rect(c)) for c in layers[0]] if layers else []
+    tree, read again when an object goes while it is read, as labels do when a session ends."""
+    def read():
+        layers = showing_in_shell(lambda a: a.name == "Tarnvik labels")
+        if not layers:
+            return []
+        return [(c.getRole(), c.name, rect(c)) for c in layers[0] if c is not None]
+    for _ in range(10):
+        try:
+            return read()
+        except GLib.GError:
+            continue
+    return read()
 
 
 def drawn_labels(drawing=None):

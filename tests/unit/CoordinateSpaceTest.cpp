@@ -143,5 +143,16 @@ TEST(CoordinateSpace, OnWaylandGtk3CountsFromItsSurfaceShadowIncluded)
     EXPECT_EQ(hit.y, 455);
 }
 
+TEST(CoordinateSpace, OnWaylandQtCountsFromItsContentInsideTheDecorationsItDraws)
+{
+    // GNOME Shell 43 on Wayland: our Qt 6 window's frame and surface at 153, 63 (486x673), with
+    // the title bar and borders Qt draws itself; it reports its content at 0, 0 (480x640). Its
+    // check box, reported at 9, 77 (81x18), answered clicks at 205, 179 and not at 202, 149.
+    ClientWindow controls = window("Tarnvik Qt Controls", 153, 63, 486, 673);
+    const auto space = CoordinateSpace::ofSurfaces(toolkitGeometry("Qt", "6.4.2"), {controls},
+                                                   {frame("Tarnvik Qt Controls", 0, 0, 480, 640)});
+    expectRect(space.toRoot(at(9, 77, 81, 18), false), 165, 170, 81, 18);
+}
+
 } // namespace
 } // namespace tarnvik::linux

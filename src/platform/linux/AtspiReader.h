@@ -118,10 +118,9 @@ public:
     bool isGtk4(const std::string &service) { return toolkitOf(service).geometry.relativeToWindow; }
     // The coordinates an object's extents and hit tests are asked in: GTK 4.18 answers the
     // screen's with 0, 0 for every object, and GTK 4.8 answered both alike.
-    std::uint32_t coordinatesOf(const std::string &service)
-    {
-        return _windows.placesRelativeToThem || isGtk4(service) ? 1u : 0u;
-    }
+    // On Wayland GTK 3, Qt and the browsers give the same for screen coordinates as for their
+    // window's (Firefox nothing for the latter), and GTK 4 0, 0 for the former.
+    std::uint32_t coordinatesOf(const std::string &service) { return isGtk4(service) ? 1u : 0u; }
     // Qt keeps a combo box's open list inside the window, below the combo box.
     bool isQt(const std::string &service) { return toolkitOf(service).qt; }
     // How the application's coordinates map onto the root window, worked out once a read:

@@ -134,14 +134,30 @@ CoordinateSpace CoordinateSpace::ofSurfaces(const ToolkitGeometry &toolkit,
     const ClientWindow *client = anchorWindow(clients);
     if (!client)
         return space;
-    space._rootAnchor = client->surface.origin;
-    if (!toolkit.relativeToWindow)
-        return space;
-    // GTK 4 counts through its window's own bounds here as it does in an X window.
+    const CGRect &surface = client->surface;
+    space._rootAnchor = surface.origin;
     ClientWindow drawn = *client;
-    drawn.frame = client->surface;
-    if (const ReportedWindow *frame = frameOfWindow(drawn, reported))
-        space._reportedAnchor = {2.0 * frame->extents.x, 2.0 * frame->extents.y};
+    drawn.frame = surface;
+    const ReportedWindow *window = frameOfWindow(drawn, reported);
+    if (!window)
+        return space;
+    // What the toolkit calls its window is its whole surface (GTK 3, shadow included), the
+    // frame the shell shows (GTK 4, shadow left out), or its content inside decorations it
+    // draws itself, as wide on the left, the right and the bottom, the title bar on top (Qt).
+    const auto &e = window->extents;
+    const auto sized = [&e](const CGRect &r) {
+        return std::abs(r.size.width - e.width) <= 1 && std::abs(r.size.height - e.height) <= 1;
+    };
+    if (sized(client->frame) && !sized(surface)) {
+        space._rootAnchor = client->frame.origin;
+    } else if (!sized(surface)) {
+        const double border = (surface.size.width - e.width) / 2;
+        space._rootAnchor = {surface.origin.x + border,
+                             surface.origin.y + surface.size.height - e.height - border};
+    }
+    // GTK 4 counts through its window's own bounds as it does in an X window.
+    const double counted = toolkit.relativeToWindow ? 2.0 : 1.0;
+    space._reportedAnchor = {counted * e.x, counted * e.y};
     return space;
 }
 

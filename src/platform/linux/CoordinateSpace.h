@@ -58,9 +58,9 @@ public:
     static CoordinateSpace of(const ToolkitGeometry &toolkit,
                               const std::vector<ClientWindow> &clients,
                               const std::vector<ReportedWindow> &reported);
-    // Where every toolkit reports places relative to its window's surface, in the
-    // compositor's logical pixels, as on Wayland: the active window's surface is the anchor,
-    // else the first window's.
+    // Where every toolkit reports places relative to its own window, in the compositor's
+    // logical pixels, as on Wayland: the active window is the anchor, else the first, and
+    // where the toolkit's window lies in its surface is told by its reported size.
     static CoordinateSpace ofSurfaces(const ToolkitGeometry &toolkit,
                                       const std::vector<ClientWindow> &clients,
                                       const std::vector<ReportedWindow> &reported);
