@@ -7,7 +7,11 @@ class KeyHold {
     // `onLost` is told when a hold runs out.
     constructor(onLost) {
         this._onLost = onLost;
-        this._grab = null;
+        // Holds the keyboard while the session runs: while an actor of the stage has the key
+        // focus, the shell gets the keys in place of the focused window, which keeps its focus,
+        // and the pointer still reaches the windows, for the session's own clicks and scrolls.
+        this._target = new St.Widget({ name: 'tarnvikKeys', can_focus: true });
+        Main.layoutManager.uiGroup.add_child(this._target);
         this._leaseId = 0;
         this._renewed = 0;
         this.overOverview = false;
@@ -23,10 +27,8 @@ class KeyHold {
         if (this.held)
             return true;
         if (!overOverview) {
-            // The stage itself, whose captured events the service watches: a grab of an actor
-            // below it keeps them from the stage.
-            this._grab = Main.pushModal(global.stage, { actionMode: Shell.ActionMode.POPUP });
-            if (!this._grab)
+            global.stage.set_key_focus(this._target);
+            if (global.stage.get_key_focus() !== this._target)
                 return false;
         }
         this.overOverview = overOverview;
@@ -49,9 +51,13 @@ class KeyHold {
         if (this._leaseId)
             GLib.source_remove(this._leaseId);
         this._leaseId = 0;
-        if (this._grab)
-            Main.popModal(this._grab);
-        this._grab = null;
+        if (global.stage.get_key_focus() === this._target)
+            global.stage.set_key_focus(null);
+    }
+
+    destroy() {
+        this.release();
+        this._target.destroy();
     }
 }
 

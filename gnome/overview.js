@@ -189,8 +189,9 @@ class LabelLayer {
         }
         const widget = new St.Label({
             x: label.x, y: label.y, width: label.width, height: label.height,
-            style: `background-color: ${label.background}; color: ${label.color};` +
-                `border: 1px solid ${label.border}; border-radius: 3px;` +
+            style: `background-color: ${label.background || 'transparent'};` +
+                `color: ${label.color}; border: ${label.borderWidth ?? 1}px solid ${label.border};` +
+                `border-radius: ${label.cornerRadius ?? 3}px;` +
                 `font-size: ${label.fontSize}px; font-weight: bold; text-align: center;`,
             y_align: Clutter.ActorAlign.CENTER,
         });
@@ -237,6 +238,7 @@ class OverviewService {
     destroy() {
         this._forget();
         this._bindings?.destroy();
+        this._keys.destroy();
         global.display.disconnect(this._focusId);
         Main.overview.disconnect(this._showingId);
         Main.overview.disconnect(this._shownId);

@@ -55,11 +55,11 @@ class GnomeInput final : public DesktopInput
 {
 public:
     GnomeInput(gnome::TarnvikGnomeExtension &shell, std::unique_ptr<KeyboardLayout> layout,
-               std::function<double()> doubleClickInterval)
+               std::function<double()> doubleClickInterval, std::function<bool()> scrollsByPage)
         : _layout(std::move(layout))
         , _keys(shell, *_layout)
         , _hotKeys(nullptr, shell)
-        , _pointer(shell, std::move(doubleClickInterval))
+        , _pointer(shell, std::move(doubleClickInterval), std::move(scrollsByPage))
     { }
 
     KeyboardCapture &keyboard() override { return _keys; }
@@ -104,14 +104,16 @@ std::unique_ptr<DesktopInput> connectX11Input(gnome::TarnvikGnomeExtension &shel
 }
 
 std::unique_ptr<DesktopInput> connectGnomeInput(gnome::TarnvikGnomeExtension &shell,
-                                                std::function<double()> doubleClickInterval)
+                                                std::function<double()> doubleClickInterval,
+                                                std::function<bool()> scrollsByPage)
 {
     auto layout = linux::NamedKeymapLayout::make();
     if (!layout) {
         std::fputs("tarnvik: XKB can't make a keymap here\n", stderr);
         return nullptr;
     }
-    return std::make_unique<GnomeInput>(shell, std::move(layout), std::move(doubleClickInterval));
+    return std::make_unique<GnomeInput>(shell, std::move(layout), std::move(doubleClickInterval),
+                                        std::move(scrollsByPage));
 }
 
 } // namespace tarnvik

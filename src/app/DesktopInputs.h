@@ -41,8 +41,9 @@ public:
 // needs.
 std::unique_ptr<DesktopInput> connectX11Input(gnome::TarnvikGnomeExtension &shell,
                                               std::function<double()> doubleClickInterval);
-// GNOME Shell's on Wayland, through the extension.
+// GNOME Shell's on Wayland, through the extension; `scrollsByPage` as GnomePointer takes it.
 std::unique_ptr<DesktopInput> connectGnomeInput(gnome::TarnvikGnomeExtension &shell,
-                                                std::function<double()> doubleClickInterval);
+                                                std::function<double()> doubleClickInterval,
+                                                std::function<bool()> scrollsByPage);
 
 } // namespace tarnvik

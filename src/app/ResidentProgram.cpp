@@ -93,7 +93,11 @@ std::optional<ResidentProgram::Connections> ResidentProgram::connect()
     } else {
         // The shell hands over keys and posts input only to the registered program, from now on.
         c.shell->keepRegistered();
-        c.input = connectGnomeInput(*c.shell, doubleClickInterval);
+        auto &desktop = *c.desktop;
+        c.input = connectGnomeInput(*c.shell, doubleClickInterval, [&desktop] {
+            const auto front = desktop.windows().frontmostApplication();
+            return front && desktop.accessibility().scrollsByPage(front->processIdentifier);
+        });
     }
     if (!c.input)
         return std::nullopt;
@@ -176,7 +180,8 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
     , _scrollViews(_preferences,
                    {.firstScreenHeight = [this] { return firstScreenHeight(); },
                     .hasCompositor = _windows.hasCompositor(),
-                    .zoom = desktopScale(qtScaleFactor)})
+                    .zoom = desktopScale(qtScaleFactor),
+                    .shell = _c.desktop->x11() ? nullptr : &_overview})
     , _scrollMode({.platform = {_accessibility, _windows, _windows},
                    .screens = _windows,
                    .preferences = _preferences,

@@ -36,6 +36,9 @@ struct OverviewLabel
     std::string backgroundColor;
     std::string borderColor;
     double fontSize = 0;
+    // An empty background leaves the box clear inside its border.
+    double borderWidth = 1;
+    double cornerRadius = 3;
     std::optional<std::string> icon;
     CGRect iconFrame;
 };

@@ -33,6 +33,11 @@ public:
     virtual ~ScrollPosting() = default;
     // Positive `verticalPx` scrolls up (towards the top), positive `horizontalPx` to the left.
     virtual void postScroll(double verticalPx, double horizontalPx) = 0;
+    // The area, in the screen space, that the scrolls from now on reach, the pointer aimed at
+    // it: where a toolkit turns smooth scrolls into a measure of its page, the pixels are
+    // turned into that measure. A wheel's clicks, which every toolkit measures its own way,
+    // need nothing.
+    virtual void aimAt(CGRect area) { (void)area; }
 };
 
 // Hiding and showing the pointer over every application. Hides nest: each hide needs a show.

@@ -33,6 +33,11 @@ void BufferAndRateScroller::stop()
     willStopWhenBufferIsEmpty = false;
 }
 
+void BufferAndRateScroller::aimAt(CGRect area)
+{
+    _posting.aimAt(area);
+}
+
 void BufferAndRateScroller::scrollOnce(ScrollDirection direction, double px)
 {
     std::lock_guard lock(_mutex);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Geometry.h"
 #include "scroll/ScrollDirection.h"
 
 #include <atomic>
@@ -34,6 +35,8 @@ public:
     void stop();
     // One event of `px` at once; leaves a running scroll as it is.
     void scrollOnce(ScrollDirection direction, double px);
+    // The area the scrolls reach from now on (see ScrollPosting::aimAt).
+    void aimAt(CGRect area);
 
     std::atomic<bool> willStopWhenBufferIsEmpty = false;
 

@@ -148,8 +148,10 @@ void ScrollWindowController::aim()
     const auto &element = (*_state.scrollableElements)[*_state.index];
     if (!_state.uiTree)
         return;
-    if (const auto frame = _state.uiTree->visibleFrame(element->id))
+    if (const auto frame = _state.uiTree->visibleFrame(element->id)) {
         _services.events.postMouseMoved(centreOf(*frame));
+        _services.scroller.aimAt(*frame);
+    }
 }
 
 void ScrollWindowController::restartDeactivationTimer()

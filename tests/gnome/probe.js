@@ -1,5 +1,6 @@
-// A test's own hands in GNOME Shell on Wayland, where no client may post input to another:
-// a click at a point, through a virtual pointer of the shell's seat. Loaded only on the tests'
+// A test's own hands and eyes in GNOME Shell on Wayland, where no client may post input to
+// another or see the pointer: a click at a point, through a virtual pointer of the shell's
+// seat, and where the pointer stands. Loaded only on the tests'
 // desktops beside Tarnvik's extension, and sharing nothing with it, so that a test can check
 // independently where Tarnvik says an element stands.
 
@@ -8,6 +9,10 @@ const PROBE = `<node>
     <method name="Click">
       <arg name="x" type="d" direction="in"/>
       <arg name="y" type="d" direction="in"/>
+    </method>
+    <method name="Pointer">
+      <arg name="x" type="i" direction="out"/>
+      <arg name="y" type="i" direction="out"/>
     </method>
   </interface>
 </node>`;
@@ -26,6 +31,11 @@ class ProbeService {
         this._pointer.notify_absolute_motion(now, x, y);
         this._pointer.notify_button(now, Clutter.BUTTON_PRIMARY, Clutter.ButtonState.PRESSED);
         this._pointer.notify_button(now, Clutter.BUTTON_PRIMARY, Clutter.ButtonState.RELEASED);
+    }
+
+    Pointer() {
+        const [x, y] = global.get_pointer();
+        return [x, y];
     }
 
     destroy() {

@@ -38,6 +38,12 @@ def click(x, y):
          "Click", GLib.Variant("(dd)", (x, y)))
 
 
+def pointer():
+    """Where the pointer stands, as the probe extension reads it from the shell."""
+    return tuple(call("org.gnome.Shell", "/com/ostrelline/TarnvikTest/Probe",
+                      "com.ostrelline.TarnvikTest.Probe", "Pointer", None, "(ii)").unpack())
+
+
 class RemoteKeyboard:
     """Keys typed into GNOME Shell on Wayland, through Mutter's remote desktop session: one for
     the suite, since the seat loses its keyboard, and the focused window its focus, when a

@@ -6,13 +6,16 @@ what each did."""
 
 import os
 import signal
+import sys
+import time
 import unittest
 
 import pyatspi
 
 from desktop_apps import (PAGES, Application, ResidentTarnvik, chromium, firefox, main, poll,
                           targets)
-from gnome_shell import RemoteKeyboard, click, drawn_labels, focused_text, set_overview
+from gnome_shell import (RemoteKeyboard, click, drawn_labels, focused_text, pointer,
+                         set_overview)
 
 # Tarnvik and the applications are given the Wayland display alone, as on a session without
 # Xwayland.
@@ -21,6 +24,7 @@ SHIFT, SUPER, ESCAPE = 0xffe1, 0xffeb, 0xff1b
 # Not the default Shift+Super+Space, which GNOME keeps for switching input sources.
 SETTINGS = "non-search-shortcut=⇧⌘K\nauto-activate-mission-control=false\n"
 KEYBOARD = None
+LISTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "scroll_lists.py")
 CONTROLS = (PAGES / "controls.html").as_uri()
 # Each toolkit as a native Wayland client, and the name of a check box of its window that
 # stands far from the window's corner.
@@ -45,6 +49,20 @@ def setUpModule():
 
 def tearDownModule():
     KEYBOARD.stop()
+
+
+def vertical_scroll_bars(process):
+    application = next((a for a in pyatspi.Registry.getDesktop(0)
+                        if a is not None and a.get_process_id() == process), None)
+    if application is None:
+        return []
+    return pyatspi.findAllDescendants(application, lambda a: a is not None
+                                      and a.getRole() == pyatspi.ROLE_SCROLL_BAR
+                                      and a.getState().contains(pyatspi.STATE_VERTICAL))
+
+
+def position(scroll_bar):
+    return scroll_bar.queryValue().currentValue
 
 
 def check_boxes(process, name):
@@ -150,6 +168,40 @@ class TypedLabels(unittest.TestCase):
                     poll("the labels gone", lambda: not drawn_labels(), 10)
                 finally:
                     application.stop()
+
+
+class ScrollMode(unittest.TestCase):
+    """Scroll mode over a native GTK 3 window: J held a second scrolls the chosen list by the
+    pixels its speed says (1 px/ms by default), through the shell's smooth scrolling."""
+
+    def test_holding_j_a_second_scrolls_the_chosen_list_by_its_speed(self):
+        lists = Application(lambda home: ["env", "GDK_BACKEND=wayland", sys.executable, LISTS])
+        self.addCleanup(lists.stop)
+        bars = poll("the lists' scroll bars", lambda: vertical_scroll_bars(lists.process.pid))
+        tarnvik = ResidentTarnvik()
+        self.addCleanup(tarnvik.remove)
+        tarnvik.start(SETTINGS)
+        mark = tarnvik.output.mark()
+        KEYBOARD.chord(SHIFT, SUPER, ord("j"))
+        self.assertTrue(tarnvik.shortcut_handled("scroll", mark))
+        poll("the areas numbered", lambda: "2" in drawn_labels(), 10)
+        start = pointer()
+        KEYBOARD.chord(ord("2"))
+        poll("the pointer aimed at the area", lambda: pointer() != start, 10)
+        before = [position(bar) for bar in bars]
+        KEYBOARD.key(ord("j"), True)
+        time.sleep(1)  # the key held a second, as a person holds it
+        KEYBOARD.key(ord("j"), False)
+        # The list comes to rest: the same place in three readings a tenth of a second apart.
+        readings = []
+
+        def at_rest():
+            readings.append([position(bar) for bar in bars])
+            return readings[-3:] == [readings[-1]] * 3
+        poll("the lists at rest", at_rest, 10)
+        moved = sorted(after - earlier for after, earlier in zip(readings[-1], before))
+        self.assertEqual(moved[0], 0, "one list moved, the other stayed")
+        self.assertTrue(700 <= moved[1] <= 1300, f"moved {moved[1]} px")
 
 
 class ClickMode(unittest.TestCase):

@@ -2,6 +2,7 @@
 
 #include "platform/linux/X11Keys.h"
 
+#include <cmath>
 #include <cstdio>
 
 namespace tarnvik::gnome {
@@ -35,7 +36,17 @@ void GnomePointer::showCursor()
 void GnomePointer::postScroll(double verticalPx, double horizontalPx)
 {
     // The shell's deltas grow downwards and to the right.
-    _shell.scroll(-horizontalPx, -verticalPx);
+    const double steps = _stepsPerPixel;
+    _shell.scroll(-horizontalPx * steps, -verticalPx * steps);
+}
+
+void GnomePointer::aimAt(CGRect area)
+{
+    // A touchpad's step reaches the client as a pixel. GTK 3 takes ten of them for one step of
+    // its own, which moves a list by the two-thirds power of its page (measured: a second at
+    // 1 px/ms, sent as pixels, moved a 500-pixel list by 6,000 or more).
+    const double page = area.size.height;
+    _stepsPerPixel = _scrollsByPage() && page > 1 ? 10.0 / std::pow(page, 2.0 / 3.0) : 1.0;
 }
 
 void UnwatchedKeyboard::setMonitorHandler(KeyEventMonitor::Handler handler)

@@ -5,6 +5,7 @@
 #include "platform/Pointer.h"
 #include "platform/gnome/TarnvikGnomeExtension.h"
 
+#include <atomic>
 #include <functional>
 
 namespace tarnvik::gnome {
@@ -18,9 +19,13 @@ class GnomePointer final : public EventPosting,
                            public ScrollPosting
 {
 public:
-    GnomePointer(TarnvikGnomeExtension &shell, std::function<double()> doubleClickInterval)
+    // `scrollsByPage` tells whether the application in front moves its lists by a measure of
+    // their page for each step of a smooth scroll (GTK 3).
+    GnomePointer(TarnvikGnomeExtension &shell, std::function<double()> doubleClickInterval,
+                 std::function<bool()> scrollsByPage)
         : _shell(shell)
         , _doubleClickInterval(std::move(doubleClickInterval))
+        , _scrollsByPage(std::move(scrollsByPage))
     { }
 
     void postMouseMoved(CGPoint position) override { _shell.movePointer(position); }
@@ -42,13 +47,17 @@ public:
         _shell.onPointerPressed(std::move(observer));
     }
 
-    // In pixels, as a touchpad scrolls.
+    // As a touchpad scrolls, whose steps reach most toolkits as pixels.
     void postScroll(double verticalPx, double horizontalPx) override;
+    void aimAt(CGRect area) override;
 
 private:
     TarnvikGnomeExtension &_shell;
     std::function<double()> _doubleClickInterval;
+    std::function<bool()> _scrollsByPage;
     int _hides = 0;
+    // The shell's steps for a pixel in the area aimed at; the frame clock's thread reads it.
+    std::atomic<double> _stepsPerPixel = 1;
 };
 
 // What the shell does not hand over on Wayland yet: every key as it goes by (for shortcuts of

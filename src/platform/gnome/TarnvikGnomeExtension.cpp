@@ -32,6 +32,8 @@ QVariantMap labelMap(const OverviewLabel &label)
         {"background", QString::fromStdString(label.backgroundColor)},
         {"border", QString::fromStdString(label.borderColor)},
         {"fontSize", label.fontSize},
+        {"borderWidth", label.borderWidth},
+        {"cornerRadius", label.cornerRadius},
     };
     if (label.icon) {
         map.insert("icon", QString::fromStdString(*label.icon));

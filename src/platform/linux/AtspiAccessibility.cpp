@@ -126,6 +126,12 @@ AXUIElement AtspiAccessibility::createApplication(pid_t pid)
     return handleOf(ObjectRef {service.value_or(std::string()), rootPath});
 }
 
+bool AtspiAccessibility::scrollsByPage(pid_t pid)
+{
+    const auto service = serviceOf(pid);
+    return service && _reader->isGtk3(*service);
+}
+
 std::optional<std::string> AtspiAccessibility::serviceOf(pid_t pid)
 {
     if (auto service = _reader->serviceOf(pid))

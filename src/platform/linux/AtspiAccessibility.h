@@ -77,6 +77,9 @@ public:
     AXResult<pid_t> getPid(const AXUIElement &element) override;
     bool isProcessTrusted() override;
     void prefetch(const std::vector<AXUIElement> &elements, const ReadAhead &reads) override;
+    // Whether the process's toolkit moves its lists by a measure of their page for each step
+    // of a smooth scroll rather than by pixels (GTK 3).
+    bool scrollsByPage(pid_t pid);
     void invalidateCache() override;
 
 private:

@@ -123,6 +123,11 @@ public:
     std::uint32_t coordinatesOf(const std::string &service) { return isGtk4(service) ? 1u : 0u; }
     // Qt keeps a combo box's open list inside the window, below the combo box.
     bool isQt(const std::string &service) { return toolkitOf(service).qt; }
+    bool isGtk3(const std::string &service)
+    {
+        const auto &geometry = toolkitOf(service).geometry;
+        return geometry.wholeScales && !geometry.relativeToWindow;
+    }
     // How the application's coordinates map onto the root window, worked out once a read:
     // one X request for its windows, whose frames the read asks for anyway.
     CoordinateSpace spaceOf(const std::string &service);

@@ -32,15 +32,49 @@ QRegion regionOf(const QPainterPath &path)
     return region;
 }
 
+QFont numberFont(const ScrollModeView::Style &style)
+{
+    QFont font;
+    font.setBold(true);
+    font.setPixelSize(static_cast<int>(std::lround(style.fontSize * style.zoom)));
+    return font;
+}
+
 } // namespace
+
+std::vector<ScrollArea> scrollAreas(const ScrollState &state, bool showNumbers, QPointF origin)
+{
+    std::vector<ScrollArea> areas;
+    const auto &elements = state.scrollableElements;
+    for (std::size_t i = 0; elements && state.uiTree && i < elements->size(); ++i) {
+        const auto visible = state.uiTree->visibleFrame((*elements)[i]->id);
+        if (!visible)
+            continue;
+        const bool chosen = state.index == i;
+        const int number = static_cast<int>(i) + 1;
+        if (!chosen && (number > 9 || !showNumbers))
+            continue;
+        const QRectF frame(visible->origin.x - origin.x(), visible->origin.y - origin.y(),
+                           visible->size.width, visible->size.height);
+        areas.push_back({frame, chosen, number});
+    }
+    return areas;
+}
+
+QRectF numberFrame(const ScrollArea &area, const QFont &font, double zoom)
+{
+    const QFontMetricsF metrics(font);
+    const QSizeF size(metrics.horizontalAdvance(QString::number(area.number)) + 10 * zoom,
+                      metrics.height() + 2 * zoom);
+    return {area.frame.topLeft() + QPointF(labelInset * zoom, labelInset * zoom), size};
+}
 
 ScrollModeView::ScrollModeView(QRect geometry, Style style, bool hasCompositor)
     : _style(std::move(style))
     , _hasCompositor(hasCompositor)
 {
     makeOverlayWindow(*this, "Tarnvik Scrolling", geometry, hasCompositor);
-    _font.setBold(true);
-    _font.setPixelSize(static_cast<int>(std::lround(px(_style.fontSize))));
+    _font = numberFont(_style);
 }
 
 void ScrollModeView::orderFront()
@@ -57,30 +91,14 @@ void ScrollModeView::close()
 
 void ScrollModeView::show(const ScrollState &state)
 {
-    _areas.clear();
-    const auto &elements = state.scrollableElements;
-    for (std::size_t i = 0; elements && state.uiTree && i < elements->size(); ++i) {
-        const auto visible = state.uiTree->visibleFrame((*elements)[i]->id);
-        if (!visible)
-            continue;
-        const bool chosen = state.index == i;
-        const int number = static_cast<int>(i) + 1;
-        if (!chosen && (number > 9 || !_style.showNumbers))
-            continue;
-        const QRectF frame(visible->origin.x - x(), visible->origin.y - y(), visible->size.width,
-                           visible->size.height);
-        _areas.push_back({frame, chosen, number});
-    }
+    _areas = scrollAreas(state, _style.showNumbers, QPointF(x(), y()));
     updateMask();
     update();
 }
 
-QRectF ScrollModeView::labelFrame(const Area &area) const
+QRectF ScrollModeView::labelFrame(const ScrollArea &area) const
 {
-    const QFontMetricsF metrics(_font);
-    const QSizeF size(metrics.horizontalAdvance(numberText(area)) + px(10),
-                      metrics.height() + px(2));
-    return {area.frame.topLeft() + QPointF(px(labelInset), px(labelInset)), size};
+    return numberFrame(area, _font, _style.zoom);
 }
 
 void ScrollModeView::updateMask()
@@ -141,8 +159,40 @@ void ScrollModeView::paintEvent(QPaintEvent *)
         painter.drawRoundedRect(frame.adjusted(half, half, -half, -half), px(labelRadius),
                                 px(labelRadius));
         painter.setPen(_style.theme.textColor);
-        painter.drawText(frame, Qt::AlignCenter, numberText(area));
+        painter.drawText(frame, Qt::AlignCenter, QString::number(area.number));
     }
+}
+
+ShellScrollWindow::ShellScrollWindow(Overview &shell, ScrollModeView::Style style)
+    : _shell(shell)
+    , _style(std::move(style))
+    , _font(numberFont(_style))
+{ }
+
+void ShellScrollWindow::show(const ScrollState &state)
+{
+    std::vector<OverviewLabel> drawn;
+    const double zoom = _style.zoom;
+    for (const auto &area : scrollAreas(state, _style.showNumbers, {})) {
+        if (area.chosen) {
+            const QRectF &f = area.frame;
+            drawn.push_back({.frame = makeRect(f.x(), f.y(), f.width(), f.height()),
+                             .borderColor = colorText(systemBlue()),
+                             .borderWidth = borderWidth * zoom,
+                             .cornerRadius = borderRadius * zoom});
+            continue;
+        }
+        const QRectF f = numberFrame(area, _font, zoom);
+        drawn.push_back({.text = std::to_string(area.number),
+                         .frame = makeRect(f.x(), f.y(), f.width(), f.height()),
+                         .textColor = colorText(_style.theme.textColor),
+                         .backgroundColor = colorText(_style.theme.bgColor2),
+                         .borderColor = colorText(systemDarkGrey()),
+                         .fontSize = _style.fontSize * zoom,
+                         .borderWidth = zoom,
+                         .cornerRadius = labelRadius * zoom});
+    }
+    _shell.showLabels(drawn);
 }
 
 std::unique_ptr<ScrollWindow> QtScrollViews::createScrollWindow(const Screen &screen)
@@ -153,6 +203,8 @@ std::unique_ptr<ScrollWindow> QtScrollViews::createScrollWindow(const Screen &sc
         _preferences.doubleForKey(Preferences::Keys::labelFontSize) + 4.0,
         _preferences.boolForKey(Preferences::Keys::scrollShowNumbers),
         _environment.zoom ? _environment.zoom() : 1.0};
+    if (_environment.shell)
+        return std::make_unique<ShellScrollWindow>(*_environment.shell, std::move(style));
     const QRect geometry(static_cast<int>(frame.origin.x), static_cast<int>(frame.origin.y),
                          static_cast<int>(frame.size.width), static_cast<int>(frame.size.height));
     return std::make_unique<ScrollModeView>(geometry, std::move(style), _environment.hasCompositor);

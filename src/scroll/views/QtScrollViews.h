@@ -1,6 +1,7 @@
 #pragma once
 
 #include "labels/LabelTheme.h"
+#include "platform/Overview.h"
 #include "scroll/ScrollViews.h"
 
 #include <QWidget>
@@ -10,6 +11,20 @@
 namespace tarnvik {
 
 class Preferences;
+
+// An area of the scroll overlay: the chosen one gets the border, the first nine others their
+// number.
+struct ScrollArea
+{
+    QRectF frame;
+    bool chosen = false;
+    int number = 0;
+};
+
+// What the overlay shows of `state`, in coordinates from `origin`.
+std::vector<ScrollArea> scrollAreas(const ScrollState &state, bool showNumbers, QPointF origin);
+// Where an area's number stands, in `font`.
+QRectF numberFrame(const ScrollArea &area, const QFont &font, double zoom);
 
 // The scroll overlay: a window over the screen that the mouse passes through and that never
 // takes the keyboard, with a blue border round the chosen area and a number in the corner of
@@ -38,23 +53,32 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    struct Area
-    {
-        QRectF frame;
-        bool chosen = false;
-        int number = 0;
-    };
-
-    QRectF labelFrame(const Area &area) const;
+    QRectF labelFrame(const ScrollArea &area) const;
     double px(double points) const { return points * _style.zoom; }
-    QString numberText(const Area &area) const { return QString::number(area.number); }
     void updateMask();
 
     const Style _style;
     const bool _hasCompositor;
     QFont _font;
-    std::vector<Area> _areas;
+    std::vector<ScrollArea> _areas;
     bool _ordered = false;
+};
+
+// The scroll overlay drawn by the desktop's shell: where no window of this program may stand
+// over the others (GNOME on Wayland).
+class ShellScrollWindow final : public ScrollWindow
+{
+public:
+    ShellScrollWindow(Overview &shell, ScrollModeView::Style style);
+
+    void orderFront() override { }
+    void close() override { _shell.clearLabels(); }
+    void show(const ScrollState &state) override;
+
+private:
+    Overview &_shell;
+    const ScrollModeView::Style _style;
+    QFont _font;
 };
 
 class QtScrollViews final : public ScrollViews
@@ -67,6 +91,9 @@ public:
         bool hasCompositor = false;
         // Screen pixels per point, read at each session. One when absent.
         std::function<double()> zoom;
+        // Where the shell draws the overlay (GNOME on Wayland); nothing where this program's
+        // own window does.
+        Overview *shell = nullptr;
     };
 
     QtScrollViews(const Preferences &preferences, Environment environment)
