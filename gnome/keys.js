@@ -64,14 +64,15 @@ class KeyHold {
 // Tarnvik's shortcuts as the shell's own key bindings on Wayland, where no client may take a
 // key from the others. On X11 Tarnvik grabs them itself.
 class Shortcuts {
-    // `onPressed(index)` for the shortcut of that index.
+    // `onPressed(index, time)` for the shortcut of that index, with the key event's time in
+    // milliseconds of the monotonic clock.
     constructor(onPressed) {
         this._actions = [];
         this._activatedId = global.display.connect('accelerator-activated',
-            (display, action) => {
+            (display, action, device, time) => {
                 const index = this._actions.indexOf(action);
                 if (index >= 0)
-                    onPressed(index);
+                    onPressed(index, time);
             });
     }
 

@@ -72,6 +72,11 @@ const INTERFACE = `<node>
     <signal name="FocusChanged"/>
     <signal name="PointerMoved"/>
     <signal name="PointerPressed"/>
+    <signal name="LabelsDrawn">
+      <arg name="count" type="u"/>
+      <arg name="sinceShortcut" type="d"/>
+      <arg name="sinceAsked" type="d"/>
+    </signal>
     <signal name="ShortcutPressed">
       <arg name="index" type="u"/>
     </signal>
@@ -216,8 +221,14 @@ class OverviewService {
         // while the overview shows, so they can't reach Tarnvik the usual way then.
         this._shortcuts = [];
         this._bindings = Meta.is_wayland_compositor()
-            ? new Shortcuts(index => this._emit('ShortcutPressed', new GLib.Variant('(u)', [index])))
+            ? new Shortcuts((index, time) => {
+                this._shortcutAt = time * 1000;
+                this._emit('ShortcutPressed', new GLib.Variant('(u)', [index]));
+            })
             : null;
+        // When the last shortcut was pressed (monotonic microseconds), for the time to its labels.
+        this._shortcutAt = 0;
+        this._paintId = 0;
         this._dbus = Gio.DBusExportedObject.wrapJSObject(INTERFACE, this);
         this._dbus.export(Gio.DBus.session, OBJECT_PATH);
         this._showingId = Main.overview.connect('showing', () => this._watchStage());
@@ -236,6 +247,8 @@ class OverviewService {
     }
 
     destroy() {
+        if (this._paintId)
+            global.stage.disconnect(this._paintId);
         this._forget();
         this._bindings?.destroy();
         this._keys.destroy();
@@ -319,9 +332,28 @@ class OverviewService {
 
     ShowLabelsAsync([labels], invocation) {
         this._serve(invocation, () => {
+            const asked = GLib.get_monotonic_time();
             this._labels.show(labels.map(l => GLib.Variant.new('a{sv}', l).recursiveUnpack()));
+            this._reportPaint(labels.length, asked);
             return null;
         });
+    }
+
+    // Tells the client, once the stage has drawn the labels, how long that took from the
+    // shortcut's key press and from the request: Tarnvik's trace prints them.
+    _reportPaint(count, asked) {
+        if (this._paintId)
+            global.stage.disconnect(this._paintId);
+        this._paintId = global.stage.connect('after-paint', () => {
+            global.stage.disconnect(this._paintId);
+            this._paintId = 0;
+            const now = GLib.get_monotonic_time();
+            const sinceShortcut = this._shortcutAt ? (now - this._shortcutAt) / 1000 : -1;
+            this._shortcutAt = 0;
+            this._emit('LabelsDrawn', new GLib.Variant('(udd)',
+                [count, sinceShortcut, (now - asked) / 1000]));
+        });
+        global.stage.queue_redraw();
     }
 
     SetLabelsVisibleAsync([visible], invocation) {

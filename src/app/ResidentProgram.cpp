@@ -284,6 +284,19 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
     })
 {
     _mode.setMissionControlObserver(&_missionControlObserver);
+    if (tracing())
+        _c.shell->onLabelsDrawn([](std::uint32_t count, double sinceShortcut, double sinceAsked) {
+            char line[128];
+            if (sinceShortcut >= 0)
+                std::snprintf(line, sizeof line,
+                              "shell drew %u labels %.1f ms after the shortcut",
+                              count, sinceShortcut);
+            else
+                std::snprintf(line, sizeof line,
+                              "shell drew %u labels %.1f ms after they were sent",
+                              count, sinceAsked);
+            trace(line);
+        });
 }
 
 ResidentProgram::~ResidentProgram()

@@ -60,6 +60,8 @@ TarnvikGnomeExtension::TarnvikGnomeExtension()
                 SLOT(pointerMoved()));
     bus.connect(shellService, objectPath, interfaceName, "PointerPressed", this,
                 SLOT(pointerPressed()));
+    bus.connect(shellService, objectPath, interfaceName, "LabelsDrawn", this,
+                SLOT(labelsDrawn(uint, double, double)));
     bus.connect(shellService, objectPath, interfaceName, "ShortcutPressed", this,
                 SLOT(shortcutPressed(uint)));
     bus.connect(shellService, objectPath, interfaceName, "Key", this,
@@ -187,6 +189,12 @@ void TarnvikGnomeExtension::pointerPressed()
 {
     if (_pointerPressed)
         _pointerPressed();
+}
+
+void TarnvikGnomeExtension::labelsDrawn(uint count, double sinceShortcut, double sinceAsked)
+{
+    if (_labelsDrawn)
+        _labelsDrawn(count, sinceShortcut, sinceAsked);
 }
 
 void TarnvikGnomeExtension::movePointer(CGPoint point)

@@ -72,6 +72,11 @@ public:
     // overview.
     void onPointerMoved(std::function<void()> handler) { _pointerMoved = std::move(handler); }
     void onPointerPressed(std::function<void()> handler) { _pointerPressed = std::move(handler); }
+    // Each time the shell has drawn labels it was sent: how many, how long after the shortcut's
+    // key press (negative when no shortcut came before) and after they were asked for, in
+    // milliseconds.
+    using LabelsDrawn = std::function<void(std::uint32_t count, double sinceShortcut, double sinceAsked)>;
+    void onLabelsDrawn(LabelsDrawn handler) { _labelsDrawn = std::move(handler); }
     // X key codes and X modifier masks of the program's shortcuts, which the shell keeps from
     // it while the overview shows; given again at each registration.
     void watchShortcuts(std::vector<std::pair<std::uint32_t, std::uint32_t>> shortcuts);
@@ -113,6 +118,7 @@ private Q_SLOTS:
     void focusChanged();
     void pointerMoved();
     void pointerPressed();
+    void labelsDrawn(uint count, double sinceShortcut, double sinceAsked);
     void shortcutPressed(uint index);
     void key(uint keycode, uint state, bool pressed, bool repeat);
     void shellOwnerChanged(const QString &name, const QString &oldOwner, const QString &newOwner);
@@ -129,6 +135,7 @@ private:
     std::function<void()> _focusChanged;
     std::function<void()> _pointerMoved;
     std::function<void()> _pointerPressed;
+    LabelsDrawn _labelsDrawn;
     std::vector<std::pair<std::uint32_t, std::uint32_t>> _shortcuts;
     std::function<void(std::uint32_t)> _shortcut;
     std::function<void(std::uint32_t, std::uint32_t, bool, bool)> _key;
