@@ -9,7 +9,7 @@
 //
 // The body of the extension for every shell, with input.js and keys.js: the build puts them
 // between the imports and the entry point of each shell's form (gnome/shell/), which bring
-// Clutter, Gio, GLib, Meta, Shell, St, Main and WindowPreview into scope and make an
+// Clutter, Cogl, Gio, GLib, Meta, Shell, St, Main and WindowPreview into scope and make an
 // OverviewService while the extension is enabled.
 
 const INTERFACE = `<node>
@@ -17,6 +17,9 @@ const INTERFACE = `<node>
     <method name="Register"/>
     <method name="ShowLabels">
       <arg name="labels" type="aa{sv}" direction="in"/>
+    </method>
+    <method name="ShowImages">
+      <arg name="images" type="a(sddddiiiay)" direction="in"/>
     </method>
     <method name="SetLabelsVisible">
       <arg name="visible" type="b" direction="in"/>
@@ -76,6 +79,7 @@ const INTERFACE = `<node>
       <arg name="count" type="u"/>
       <arg name="sinceShortcut" type="d"/>
       <arg name="sinceAsked" type="d"/>
+      <arg name="building" type="d"/>
     </signal>
     <signal name="ShortcutPressed">
       <arg name="index" type="u"/>
@@ -164,14 +168,28 @@ function labelMarkup(text, typed) {
     return typed > 0 ? `<span foreground="#000000" alpha="40%">${done}</span>${rest}` : rest;
 }
 
+// GNOME 46 and later want the graphics context first.
+function setPixels(content, pixels, width, height, stride) {
+    const format = Cogl.PixelFormat.BGRA_8888_PRE;
+    try {
+        content.set_bytes(pixels, format, width, height, stride);
+    } catch (e) {
+        const context = global.stage.context.get_backend().get_cogl_context();
+        content.set_bytes(context, pixels, format, width, height, stride);
+    }
+}
+
 class LabelLayer {
     constructor() {
+        // The pixels of each image Tarnvik sent, by its key.
+        this._images = new Map();
         this.actor = new St.Widget({ name: 'tarnvikLabels', accessible_name: 'Tarnvik labels' });
         Main.layoutManager.uiGroup.add_child(this.actor);
     }
 
     // In place of the labels shown; hidden ones stay hidden until shown again.
     show(labels) {
+        this._shown = null;
         this.actor.destroy_all_children();
         for (const label of labels)
             this._add(label);
@@ -179,8 +197,54 @@ class LabelLayer {
         Main.layoutManager.uiGroup.set_child_above_sibling(this.actor, null);
     }
 
+    // In place of the labels shown: images Tarnvik drew, each (key, x, y, width, height, pixel
+    // width, pixel height, stride, premultiplied BGRA pixels). The pixels of a key are kept
+    // once sent, and sent no more. A key starts with the label's text and a slash.
+    showImages(images) {
+        // The actors of the images shown before stay where their keys come again: a typed
+        // letter changes a few labels and hides the rest.
+        const before = this._shown ?? new Map();
+        this._shown = new Map();
+        for (const child of this.actor.get_children()) {
+            if (![...before.values()].includes(child))
+                child.destroy();
+        }
+        for (let i = 0; i < images.n_children(); i++) {
+            const image = images.get_child_value(i);
+            const [key, x, y, width, height, pixelWidth, pixelHeight, stride] =
+                [0, 1, 2, 3, 4, 5, 6, 7].map(n => image.get_child_value(n).unpack());
+            const kept = before.get(key);
+            if (kept) {
+                before.delete(key);
+                kept.set_position(x, y);
+                kept.set_size(width, height);
+                this._shown.set(key, kept);
+                continue;
+            }
+            let content = this._images.get(key);
+            if (!content) {
+                const pixels = image.get_child_value(8).get_data_as_bytes();
+                if (pixels.get_size() < stride * pixelHeight)
+                    continue;
+                content = St.ImageContent.new_with_preferred_size(pixelWidth, pixelHeight);
+                setPixels(content, pixels, pixelWidth, pixelHeight, stride);
+                this._images.set(key, content);
+            }
+            // Named by its text, as a label would be, for the accessibility tree.
+            const actor = new St.Widget({
+                x, y, width, height, content, accessible_name: key.split('/')[0],
+            });
+            this.actor.add_child(actor);
+            this._shown.set(key, actor);
+        }
+        for (const gone of before.values())
+            gone.destroy();
+        Main.layoutManager.uiGroup.set_child_above_sibling(this.actor, null);
+    }
+
     // No labels, and the next ones shown at once.
     clear() {
+        this._shown = null;
         this.actor.destroy_all_children();
         this.actor.show();
     }
@@ -203,6 +267,10 @@ class LabelLayer {
         widget.clutter_text.set_markup(labelMarkup(label.text, label.typed ?? 0));
         widget.accessible_name = label.text;
         this.actor.add_child(widget);
+    }
+
+    forgetImages() {
+        this._images.clear();
     }
 
     destroy() {
@@ -272,6 +340,7 @@ class OverviewService {
             return;
         Gio.bus_unwatch_name(this._client.watch);
         this._client = null;
+        this._labels.forgetImages();
         this._keys.release();
         this._input.reset();
         this._shortcuts = [];
@@ -330,18 +399,29 @@ class OverviewService {
         invocation.return_value(null);
     }
 
+    ShowImagesAsync(parameters, invocation) {
+        this._serve(invocation, () => {
+            const asked = GLib.get_monotonic_time();
+            const images = invocation.get_parameters().get_child_value(0);
+            this._labels.showImages(images);
+            this._reportPaint(images.n_children(), asked, GLib.get_monotonic_time() - asked);
+            return null;
+        });
+    }
+
     ShowLabelsAsync([labels], invocation) {
         this._serve(invocation, () => {
             const asked = GLib.get_monotonic_time();
             this._labels.show(labels.map(l => GLib.Variant.new('a{sv}', l).recursiveUnpack()));
-            this._reportPaint(labels.length, asked);
+            this._reportPaint(labels.length, asked, GLib.get_monotonic_time() - asked);
             return null;
         });
     }
 
     // Tells the client, once the stage has drawn the labels, how long that took from the
-    // shortcut's key press and from the request: Tarnvik's trace prints them.
-    _reportPaint(count, asked) {
+    // shortcut's key press and from the request, and how long making their actors took (in
+    // microseconds): Tarnvik's trace prints them.
+    _reportPaint(count, asked, building) {
         if (this._paintId)
             global.stage.disconnect(this._paintId);
         this._paintId = global.stage.connect('after-paint', () => {
@@ -350,8 +430,8 @@ class OverviewService {
             const now = GLib.get_monotonic_time();
             const sinceShortcut = this._shortcutAt ? (now - this._shortcutAt) / 1000 : -1;
             this._shortcutAt = 0;
-            this._emit('LabelsDrawn', new GLib.Variant('(udd)',
-                [count, sinceShortcut, (now - asked) / 1000]));
+            this._emit('LabelsDrawn', new GLib.Variant('(uddd)',
+                [count, sinceShortcut, (now - asked) / 1000, building / 1000]));
         });
         global.stage.queue_redraw();
     }

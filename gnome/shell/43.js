@@ -1,7 +1,7 @@
 // GNOME Shell 43 and 44 load an extension as a script, with the shell's modules under imports.
 'use strict';
 
-const { Clutter, Gio, GLib, Meta, Shell, St } = imports.gi;
+const { Clutter, Cogl, Gio, GLib, Meta, Shell, St } = imports.gi;
 const Main = imports.ui.main;
 const { WindowPreview } = imports.ui.windowPreview;
 

@@ -1,6 +1,7 @@
 // GNOME Shell 45 and later load an extension as an ES module whose default export is the
 // extension's class.
 import Clutter from 'gi://Clutter';
+import Cogl from 'gi://Cogl';
 import Gio from 'gi://Gio';
 import GLib from 'gi://GLib';
 import Meta from 'gi://Meta';

@@ -285,18 +285,21 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
 {
     _mode.setMissionControlObserver(&_missionControlObserver);
     if (tracing())
-        _c.shell->onLabelsDrawn([](std::uint32_t count, double sinceShortcut, double sinceAsked) {
-            char line[128];
-            if (sinceShortcut >= 0)
-                std::snprintf(line, sizeof line,
-                              "shell drew %u labels %.1f ms after the shortcut",
-                              count, sinceShortcut);
-            else
-                std::snprintf(line, sizeof line,
-                              "shell drew %u labels %.1f ms after they were sent",
-                              count, sinceAsked);
-            trace(line);
-        });
+        _c.shell->onLabelsDrawn(
+            [](std::uint32_t count, double sinceShortcut, double sinceAsked, double building) {
+                char line[160];
+                if (sinceShortcut >= 0)
+                    std::snprintf(line, sizeof line,
+                                  "shell drew %u labels %.1f ms after the shortcut (made in "
+                                  "%.1f ms)",
+                                  count, sinceShortcut, building);
+                else
+                    std::snprintf(line, sizeof line,
+                                  "shell drew %u labels %.1f ms after they were sent (made in "
+                                  "%.1f ms)",
+                                  count, sinceAsked, building);
+                trace(line);
+            });
 }
 
 ResidentProgram::~ResidentProgram()

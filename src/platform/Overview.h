@@ -43,6 +43,20 @@ struct OverviewLabel
     CGRect iconFrame;
 };
 
+// A label drawn by this program, handed to the shell as pixels: premultiplied ARGB, 32 bits a
+// pixel in the machine's order, rows `stride` bytes apart. The shell keeps the pixels of each
+// key once sent: an image whose `pixels` are empty is the one sent before under its key.
+struct OverviewImage
+{
+    std::string key;
+    // Where it stands on screen; the pixels are scaled to it.
+    CGRect frame;
+    int width = 0;
+    int height = 0;
+    int stride = 0;
+    std::vector<std::uint8_t> pixels;
+};
+
 // The desktop's window overview, where it shows every window at once. No ordinary window shows
 // over it and it keeps the keyboard while it is open, so the labels and keys of a session over
 // it go through the desktop itself. Every call is made on the main thread.
@@ -70,6 +84,10 @@ public:
 
     // The labels of a session in place of the last ones, shown.
     virtual void showLabels(const std::vector<OverviewLabel> &labels) = 0;
+    // In place of the labels shown: images drawn here. Whether the shell has the pixels of a
+    // key already.
+    virtual void showImages(const std::vector<OverviewImage> &images) = 0;
+    virtual bool hasImage(const std::string &key) = 0;
     virtual void setLabelsVisible(bool visible) = 0;
     virtual void clearLabels() = 0;
     // Brings the window whose preview stands at `point` to the front, which closes the overview.

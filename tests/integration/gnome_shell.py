@@ -121,9 +121,10 @@ def drawn():
 
 
 def drawn_labels(drawing=None):
-    """The labels drawn, with their frames."""
+    """The labels drawn, with their frames: the shell's labels over the overview, Tarnvik's
+    images of them elsewhere, each named by its text."""
     drawing = drawn() if drawing is None else drawing
-    return {name: frame for role, name, frame in drawing if role == pyatspi.ROLE_LABEL}
+    return {name: frame for role, name, frame in drawing if name}
 
 
 def focused_text(application_name):

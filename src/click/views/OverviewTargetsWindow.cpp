@@ -13,10 +13,12 @@ constexpr double iconInset = 8.0;
 } // namespace
 
 OverviewTargetsWindow::OverviewTargetsWindow(Overview &overview,
-                                             std::shared_ptr<LabelImageCache> labels, CGRect screen)
+                                             std::shared_ptr<LabelImageCache> labels, CGRect screen,
+                                             bool asImages)
     : _overview(overview)
     , _labels(std::move(labels))
     , _screen(screen)
+    , _asImages(asImages)
 { }
 
 void OverviewTargetsWindow::close()
@@ -39,6 +41,8 @@ void OverviewTargetsWindow::update()
 {
     if (!_view)
         return;
+    if (_asImages)
+        return showImages();
     const double zoom = _labels->zoom();
     std::vector<OverviewLabel> drawn;
     for (std::size_t i = 0; i < _view->labels().size(); ++i) {
@@ -70,6 +74,37 @@ void OverviewTargetsWindow::update()
         drawn.push_back(std::move(label));
     }
     _overview.showLabels(drawn);
+}
+
+void OverviewTargetsWindow::showImages()
+{
+    const double zoom = _labels->zoom();
+    std::vector<OverviewImage> shown;
+    for (std::size_t i = 0; i < _view->labels().size(); ++i) {
+        if (_view->isLabelHidden(i))
+            continue;
+        const int typed = _view->matchedPrefixes()[i];
+        LabelLayer layer = _labels->layer(_view->labels()[i], typed);
+        const QImage &image = layer.image();
+        const auto margins = layer.shadowMargins();
+        const auto frame = _view->labelFrames()[i];
+        OverviewImage drawn {
+            // The shell names the image by what comes before the first slash.
+            .key = _view->labels()[i] + '/' + std::to_string(typed) + '/'
+                + std::to_string(image.cacheKey()),
+            .frame = makeRect(_screen.origin.x + frame.origin.x - margins.left() * zoom,
+                              _screen.origin.y + frame.origin.y - margins.top() * zoom,
+                              (layer.size().width() + margins.left() + margins.right()) * zoom,
+                              (layer.size().height() + margins.top() + margins.bottom()) * zoom),
+            .width = image.width(),
+            .height = image.height(),
+            .stride = static_cast<int>(image.bytesPerLine()),
+        };
+        if (!_overview.hasImage(drawn.key))
+            drawn.pixels.assign(image.constBits(), image.constBits() + image.sizeInBytes());
+        shown.push_back(std::move(drawn));
+    }
+    _overview.showImages(shown);
 }
 
 void OverviewTargetsWindow::playClickAnimation(std::function<void()> completion)

@@ -15,9 +15,10 @@ class LabelImageCache;
 class OverviewTargetsWindow final : public TargetsWindow
 {
 public:
-    // `screen` is the overview's screen in Qt's space, whose y runs down.
+    // `screen` is the overview's screen in Qt's space, whose y runs down. With `asImages` the
+    // labels go as this program draws them, whole, in place of what the shell would draw.
     OverviewTargetsWindow(Overview &overview, std::shared_ptr<LabelImageCache> labels,
-                          CGRect screen);
+                          CGRect screen, bool asImages = false);
 
     void orderFront() override { }
     void close() override;
@@ -28,9 +29,12 @@ public:
     void playClickAnimation(std::function<void()> completion) override;
 
 private:
+    void showImages();
+
     Overview &_overview;
     std::shared_ptr<LabelImageCache> _labels;
     const CGRect _screen;
+    const bool _asImages;
     TargetsView *_view = nullptr;
 };
 

@@ -32,7 +32,8 @@ std::unique_ptr<TargetsWindow> QtModeViews::createTargetsWindow(const Screen &sc
     if (overOverview || _environment.onlyTheShellDraws) {
         const QRectF g = geometryOf(screen);
         return std::make_unique<OverviewTargetsWindow>(
-            _environment.overview, _labelImages, makeRect(g.x(), g.y(), g.width(), g.height()));
+            _environment.overview, _labelImages, makeRect(g.x(), g.y(), g.width(), g.height()),
+            !overOverview);
     }
     return std::make_unique<QtTargetsWindow>(_overlays, geometryOf(screen), _labelImages);
 }

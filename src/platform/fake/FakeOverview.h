@@ -22,6 +22,8 @@ public:
     std::vector<OverviewWindow> windows() override { return shownWindows; }
     std::optional<std::string> unavailable() override { return unavailableReason; }
     void showLabels(const std::vector<OverviewLabel> &shown) override { labels = shown; }
+    void showImages(const std::vector<OverviewImage> &shown) override { images = shown; }
+    bool hasImage(const std::string &) override { return false; }
     void setLabelsVisible(bool visible) override { labelsVisible = visible; }
     void clearLabels() override { labels.clear(); }
     bool pick(CGPoint point) override
@@ -44,6 +46,7 @@ public:
     std::vector<OverviewWindow> shownWindows;
     std::optional<std::string> unavailableReason;
     std::vector<OverviewLabel> labels;
+    std::vector<OverviewImage> images;
     bool labelsVisible = true;
     std::vector<CGPoint> picks;
 

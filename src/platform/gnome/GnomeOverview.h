@@ -34,6 +34,11 @@ public:
     {
         _extension.showLabels(labels);
     }
+    void showImages(const std::vector<OverviewImage> &images) override
+    {
+        _extension.showImages(images);
+    }
+    bool hasImage(const std::string &key) override { return _extension.hasImage(key); }
     void setLabelsVisible(bool visible) override { _extension.setLabelsVisible(visible); }
     void clearLabels() override { _extension.clearLabels(); }
     bool pick(CGPoint point) override { return _extension.pickAt(point); }

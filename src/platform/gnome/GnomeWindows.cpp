@@ -26,10 +26,22 @@ GnomeWindows::GnomeWindows(TarnvikGnomeExtension &shell)
     : _shell(shell)
 { }
 
+std::vector<ShellWindow> GnomeWindows::frames()
+{
+    constexpr auto fresh = std::chrono::milliseconds(100);
+    std::lock_guard lock(_mutex);
+    const auto now = std::chrono::steady_clock::now();
+    if (now - _framesAt > fresh) {
+        _frames = _shell.frames();
+        _framesAt = now;
+    }
+    return _frames;
+}
+
 std::vector<linux::ClientWindow> GnomeWindows::clientWindows(pid_t pid)
 {
     std::vector<linux::ClientWindow> found;
-    for (const auto &w : _shell.frames()) {
+    for (const auto &w : frames()) {
         if (w.pid == pid)
             found.push_back(
                 {.title = w.title, .frame = w.frame, .isActive = w.focused, .surface = w.buffer});
@@ -39,7 +51,7 @@ std::vector<linux::ClientWindow> GnomeWindows::clientWindows(pid_t pid)
 
 std::optional<RunningApplication> GnomeWindows::frontmostApplication()
 {
-    const auto windows = _shell.frames();
+    const auto windows = frames();
     const auto focused =
         std::find_if(windows.begin(), windows.end(), [](const auto &w) { return w.focused; });
     if (focused == windows.end() || focused->pid <= 0)
@@ -55,7 +67,7 @@ std::optional<RunningApplication> GnomeWindows::menuBarOwningApplication()
 std::vector<RunningApplication> GnomeWindows::runningApplications()
 {
     std::vector<RunningApplication> apps;
-    for (const auto &w : _shell.frames()) {
+    for (const auto &w : frames()) {
         const bool known = std::any_of(apps.begin(), apps.end(),
                                        [&](const auto &a) { return a.processIdentifier == w.pid; });
         if (w.pid > 0 && !known)
@@ -71,13 +83,19 @@ pid_t GnomeWindows::currentProcessIdentifier()
 
 void GnomeWindows::watchFocus()
 {
-    _shell.onFocusChanged([this] { focusMoved(); });
+    _shell.onFocusChanged([this] {
+        {
+            std::lock_guard lock(_mutex);
+            _framesAt = {};
+        }
+        focusMoved();
+    });
 }
 
 ValueArray GnomeWindows::onScreenWindowInfo()
 {
     ValueArray list = menubarEntries();
-    for (const auto &w : _shell.frames()) {
+    for (const auto &w : frames()) {
         const auto &owner = w.wmClass.empty() ? w.wmInstance : w.wmClass;
         list.push_back(windowInfo(w.frame, w.pid, owner, w.title));
     }

@@ -3,7 +3,9 @@
 #include "platform/gnome/TarnvikGnomeExtension.h"
 #include "platform/linux/WindowSystem.h"
 
+#include <chrono>
 #include <functional>
+#include <mutex>
 #include <vector>
 
 namespace tarnvik::gnome {
@@ -34,8 +36,14 @@ public:
 
 private:
     void watchFocus() override;
+    // The shell's windows, asked again only after a tenth of a second: a read of the desktop
+    // asks for them many times over, each a round trip to the busy shell.
+    std::vector<ShellWindow> frames();
 
     TarnvikGnomeExtension &_shell;
+    std::mutex _mutex;
+    std::vector<ShellWindow> _frames;
+    std::chrono::steady_clock::time_point _framesAt;
 };
 
 } // namespace tarnvik::gnome

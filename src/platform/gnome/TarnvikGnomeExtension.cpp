@@ -9,6 +9,11 @@
 #include <cstdio>
 
 namespace tarnvik::gnome {
+struct DBusImage;
+}
+Q_DECLARE_METATYPE(tarnvik::gnome::DBusImage)
+
+namespace tarnvik::gnome {
 
 namespace {
 
@@ -18,6 +23,40 @@ const char *const interfaceName = "com.ostrelline.Tarnvik.Overview";
 // The shell draws the desktop: when it doesn't answer in this time, nothing shows anyway, and
 // the program goes on without it.
 constexpr int timeoutMs = 500;
+
+} // namespace
+
+// One image as the extension's ShowImages takes it: (sddddiiiay).
+struct DBusImage
+{
+    QString key;
+    CGRect frame;
+    int width = 0;
+    int height = 0;
+    int stride = 0;
+    QByteArray pixels;
+};
+
+QDBusArgument &operator<<(QDBusArgument &argument, const DBusImage &image)
+{
+    argument.beginStructure();
+    argument << image.key << image.frame.origin.x << image.frame.origin.y << image.frame.size.width
+             << image.frame.size.height << image.width << image.height << image.stride
+             << image.pixels;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, DBusImage &image)
+{
+    argument.beginStructure();
+    argument >> image.key >> image.frame.origin.x >> image.frame.origin.y >> image.frame.size.width
+        >> image.frame.size.height >> image.width >> image.height >> image.stride >> image.pixels;
+    argument.endStructure();
+    return argument;
+}
+
+namespace {
 
 QVariantMap labelMap(const OverviewLabel &label)
 {
@@ -50,6 +89,8 @@ TarnvikGnomeExtension::TarnvikGnomeExtension()
 {
     qDBusRegisterMetaType<QList<QVariantMap>>();
     qDBusRegisterMetaType<QList<uint>>();
+    qDBusRegisterMetaType<DBusImage>();
+    qDBusRegisterMetaType<QList<DBusImage>>();
     auto bus = QDBusConnection::sessionBus();
     bus.connect(shellService, "/org/gnome/Shell", "org.freedesktop.DBus.Properties",
                 "PropertiesChanged", this, SLOT(propertiesChanged(QDBusMessage)));
@@ -61,7 +102,7 @@ TarnvikGnomeExtension::TarnvikGnomeExtension()
     bus.connect(shellService, objectPath, interfaceName, "PointerPressed", this,
                 SLOT(pointerPressed()));
     bus.connect(shellService, objectPath, interfaceName, "LabelsDrawn", this,
-                SLOT(labelsDrawn(uint, double, double)));
+                SLOT(labelsDrawn(uint, double, double, double)));
     bus.connect(shellService, objectPath, interfaceName, "ShortcutPressed", this,
                 SLOT(shortcutPressed(uint)));
     bus.connect(shellService, objectPath, interfaceName, "Key", this,
@@ -191,10 +232,11 @@ void TarnvikGnomeExtension::pointerPressed()
         _pointerPressed();
 }
 
-void TarnvikGnomeExtension::labelsDrawn(uint count, double sinceShortcut, double sinceAsked)
+void TarnvikGnomeExtension::labelsDrawn(uint count, double sinceShortcut, double sinceAsked,
+                                        double building)
 {
     if (_labelsDrawn)
-        _labelsDrawn(count, sinceShortcut, sinceAsked);
+        _labelsDrawn(count, sinceShortcut, sinceAsked, building);
 }
 
 void TarnvikGnomeExtension::movePointer(CGPoint point)
@@ -234,8 +276,9 @@ void TarnvikGnomeExtension::shellOwnerChanged(const QString &name, const QString
 {
     if (name != shellService)
         return;
-    // A new shell knows nobody; an ended one has no overview.
+    // A new shell knows nobody and keeps no image; an ended one has no overview.
     _registered = false;
+    _imagesSent.clear();
     readOverviewActive();
     if (_keepRegistered && !newOwner.isEmpty())
         keepRegistered();
@@ -247,6 +290,20 @@ void TarnvikGnomeExtension::showLabels(const std::vector<OverviewLabel> &labels)
     for (const auto &label : labels)
         maps.push_back(labelMap(label));
     call("ShowLabels", {QVariant::fromValue(maps)}, false);
+}
+
+void TarnvikGnomeExtension::showImages(const std::vector<OverviewImage> &images)
+{
+    QList<DBusImage> sent;
+    for (const auto &image : images) {
+        sent.push_back({QString::fromStdString(image.key), image.frame, image.width, image.height,
+                        image.stride,
+                        QByteArray(reinterpret_cast<const char *>(image.pixels.data()),
+                                   static_cast<qsizetype>(image.pixels.size()))});
+        if (!image.pixels.empty())
+            _imagesSent.insert(image.key);
+    }
+    call("ShowImages", {QVariant::fromValue(sent)}, false);
 }
 
 void TarnvikGnomeExtension::setLabelsVisible(bool visible)

@@ -10,6 +10,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -73,9 +74,10 @@ public:
     void onPointerMoved(std::function<void()> handler) { _pointerMoved = std::move(handler); }
     void onPointerPressed(std::function<void()> handler) { _pointerPressed = std::move(handler); }
     // Each time the shell has drawn labels it was sent: how many, how long after the shortcut's
-    // key press (negative when no shortcut came before) and after they were asked for, in
-    // milliseconds.
-    using LabelsDrawn = std::function<void(std::uint32_t count, double sinceShortcut, double sinceAsked)>;
+    // key press (negative when no shortcut came before) and after they were asked for, and how
+    // long the shell took to make them, in milliseconds.
+    using LabelsDrawn = std::function<void(std::uint32_t count, double sinceShortcut,
+                                           double sinceAsked, double building)>;
     void onLabelsDrawn(LabelsDrawn handler) { _labelsDrawn = std::move(handler); }
     // X key codes and X modifier masks of the program's shortcuts, which the shell keeps from
     // it while the overview shows; given again at each registration.
@@ -88,6 +90,9 @@ public:
     }
 
     void showLabels(const std::vector<OverviewLabel> &labels);
+    void showImages(const std::vector<OverviewImage> &images);
+    // Whether the shell keeps the pixels of the key, sent since it last started.
+    bool hasImage(const std::string &key) const { return _imagesSent.contains(key); }
     void setLabelsVisible(bool visible);
     void clearLabels();
     std::map<std::string, CGRect> previews();
@@ -118,7 +123,7 @@ private Q_SLOTS:
     void focusChanged();
     void pointerMoved();
     void pointerPressed();
-    void labelsDrawn(uint count, double sinceShortcut, double sinceAsked);
+    void labelsDrawn(uint count, double sinceShortcut, double sinceAsked, double building);
     void shortcutPressed(uint index);
     void key(uint keycode, uint state, bool pressed, bool repeat);
     void shellOwnerChanged(const QString &name, const QString &oldOwner, const QString &newOwner);
@@ -129,6 +134,7 @@ private:
     void readOverviewActive();
 
     bool _registered = false;
+    std::set<std::string> _imagesSent;
     bool _keepRegistered = false;
     bool _overviewActive = false;
     std::function<void()> _report;
