@@ -140,10 +140,23 @@ class NativeWindows(unittest.TestCase):
                     application.stop()
 
 
+def press_shortcut(tarnvik, mode, letter):
+    """Shift+Super and the letter, until tarnvik says it handled the mode's shortcut: the first
+    keys of the remote desktop's new keyboard can be lost, and a person presses again."""
+    for _ in range(3):
+        mark = tarnvik.output.mark()
+        KEYBOARD.chord(SHIFT, SUPER, ord(letter))
+        try:
+            line = tarnvik.output.wait_for(f"shortcut: {mode} mode", mark, 5)
+        except AssertionError:
+            continue
+        assert line.endswith(" on"), line
+        return
+    raise AssertionError(f"the {mode} shortcut was never handled")
+
+
 def start_session(tarnvik):
-    mark = tarnvik.output.mark()
-    KEYBOARD.chord(SHIFT, SUPER, ord("k"))
-    assert tarnvik.shortcut_handled("click", mark), tarnvik.output.lines(mark)
+    press_shortcut(tarnvik, "click", "k")
     poll("the labels drawn", drawn_labels, 10)
 
 
@@ -181,9 +194,7 @@ class ScrollMode(unittest.TestCase):
         tarnvik = ResidentTarnvik()
         self.addCleanup(tarnvik.remove)
         tarnvik.start(SETTINGS)
-        mark = tarnvik.output.mark()
-        KEYBOARD.chord(SHIFT, SUPER, ord("j"))
-        self.assertTrue(tarnvik.shortcut_handled("scroll", mark))
+        press_shortcut(tarnvik, "scroll", "j")
         poll("the areas numbered", lambda: "2" in drawn_labels(), 10)
         start = pointer()
         KEYBOARD.chord(ord("2"))

@@ -9,22 +9,6 @@
 #include <cstdio>
 
 namespace tarnvik::gnome {
-struct DBusImage;
-}
-Q_DECLARE_METATYPE(tarnvik::gnome::DBusImage)
-
-namespace tarnvik::gnome {
-
-namespace {
-
-const char *const shellService = "org.gnome.Shell";
-const char *const objectPath = "/com/ostrelline/Tarnvik/Overview";
-const char *const interfaceName = "com.ostrelline.Tarnvik.Overview";
-// The shell draws the desktop: when it doesn't answer in this time, nothing shows anyway, and
-// the program goes on without it.
-constexpr int timeoutMs = 500;
-
-} // namespace
 
 // One image as the extension's ShowImages takes it: (sddddiiiay).
 struct DBusImage
@@ -56,7 +40,20 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, DBusImage &image)
     return argument;
 }
 
+} // namespace tarnvik::gnome
+
+Q_DECLARE_METATYPE(tarnvik::gnome::DBusImage)
+
+namespace tarnvik::gnome {
+
 namespace {
+
+const char *const shellService = "org.gnome.Shell";
+const char *const objectPath = "/com/ostrelline/Tarnvik/Overview";
+const char *const interfaceName = "com.ostrelline.Tarnvik.Overview";
+// The shell draws the desktop: when it doesn't answer in this time, nothing shows anyway, and
+// the program goes on without it.
+constexpr int timeoutMs = 500;
 
 QVariantMap labelMap(const OverviewLabel &label)
 {
