@@ -205,20 +205,21 @@ class LabelLayer {
         // letter changes a few labels and hides the rest.
         const before = this._shown ?? new Map();
         this._shown = new Map();
+        const kept = new Set(before.values());
         for (const child of this.actor.get_children()) {
-            if (![...before.values()].includes(child))
+            if (!kept.has(child))
                 child.destroy();
         }
         for (let i = 0; i < images.n_children(); i++) {
             const image = images.get_child_value(i);
             const [key, x, y, width, height, pixelWidth, pixelHeight, stride] =
                 [0, 1, 2, 3, 4, 5, 6, 7].map(n => image.get_child_value(n).unpack());
-            const kept = before.get(key);
-            if (kept) {
+            const shown = before.get(key);
+            if (shown) {
                 before.delete(key);
-                kept.set_position(x, y);
-                kept.set_size(width, height);
-                this._shown.set(key, kept);
+                shown.set_position(x, y);
+                shown.set_size(width, height);
+                this._shown.set(key, shown);
                 continue;
             }
             let content = this._images.get(key);
