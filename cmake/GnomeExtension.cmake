@@ -57,5 +57,6 @@ endfunction()
 
 tarnvik_gnome_extension(${TARNVIK_GNOME_UUID} OverviewService
   ${PROJECT_SOURCE_DIR}/gnome/metadata.json.in ${PROJECT_SOURCE_DIR}/gnome/input.js
-  ${PROJECT_SOURCE_DIR}/gnome/keys.js ${PROJECT_SOURCE_DIR}/gnome/overview.js)
+  ${PROJECT_SOURCE_DIR}/gnome/keys.js ${PROJECT_SOURCE_DIR}/gnome/labels.js
+  ${PROJECT_SOURCE_DIR}/gnome/overview.js)
 set(TARNVIK_GNOME_EXTENSION ${PROJECT_BINARY_DIR}/gnome/${TARNVIK_GNOME_FORM}/${TARNVIK_GNOME_UUID})

@@ -90,6 +90,10 @@ public:
     virtual bool hasImage(const std::string &key) = 0;
     virtual void setLabelsVisible(bool visible) = 0;
     virtual void clearLabels() = 0;
+    // A panel of this program (the search field, a highlight) drawn above everything, in place
+    // of the one shown under its key; its pixels are never kept for a later call.
+    virtual void showPanel(const OverviewImage &panel) = 0;
+    virtual void hidePanel(const std::string &key) = 0;
     // Brings the window whose preview stands at `point` to the front, which closes the overview.
     virtual bool pick(CGPoint point) = 0;
 };

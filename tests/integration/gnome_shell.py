@@ -104,11 +104,11 @@ def walk_shell(test):
     return found
 
 
-def drawn():
+def drawn(layer="Tarnvik labels"):
     """What the extension drew: (role, name, frame) of each object in its layer of the shell's
     tree, read again when an object goes while it is read, as labels do when a session ends."""
     def read():
-        layers = showing_in_shell(lambda a: a.name == "Tarnvik labels")
+        layers = showing_in_shell(lambda a: a.name == layer)
         if not layers:
             return []
         return [(c.getRole(), c.name, rect(c)) for c in layers[0] if c is not None]
@@ -125,6 +125,11 @@ def drawn_labels(drawing=None):
     images of them elsewhere, each named by its text."""
     drawing = drawn() if drawing is None else drawing
     return {name: frame for role, name, frame in drawing if name}
+
+
+def drawn_panels():
+    """The names of the panels drawn (the search field, the focus highlight), with their frames."""
+    return {name: frame for role, name, frame in drawn("Tarnvik panels") if name}
 
 
 def focused_text(application_name):

@@ -14,15 +14,16 @@ import pyatspi
 
 from desktop_apps import (PAGES, Application, ResidentTarnvik, chromium, firefox, main, poll,
                           targets)
-from gnome_shell import (RemoteKeyboard, click, drawn_labels, focused_text, pointer,
-                         set_overview)
+from gnome_shell import (RemoteKeyboard, click, drawn_labels, drawn_panels, focused_text,
+                         pointer, set_overview)
 
 # Tarnvik and the applications are given the Wayland display alone, as on a session without
 # Xwayland.
 os.environ.pop("DISPLAY", None)
-SHIFT, SUPER, ESCAPE = 0xffe1, 0xffeb, 0xff1b
+SHIFT, SUPER, ESCAPE, RETURN = 0xffe1, 0xffeb, 0xff1b, 0xff0d
 # Not the default Shift+Super+Space, which GNOME keeps for switching input sources.
-SETTINGS = "non-search-shortcut=⇧⌘K\nauto-activate-mission-control=false\n"
+SETTINGS = ("non-search-shortcut=⇧⌘K\nsearch-shortcut=⇧⌘L\n"
+            "auto-activate-mission-control=false\n")
 KEYBOARD = None
 LISTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "scroll_lists.py")
 CONTROLS = (PAGES / "controls.html").as_uri()
@@ -215,9 +216,19 @@ class ScrollMode(unittest.TestCase):
         self.assertTrue(700 <= moved[1] <= 1300, f"moved {moved[1]} px")
 
 
-class ClickMode(unittest.TestCase):
-    """Escape gives the keyboard back, and so does a Tarnvik that is killed or stops answering
-    mid-session."""
+def showing_menu_items(process):
+    for application in pyatspi.Registry.getDesktop(0):
+        if application is not None and application.get_process_id() == process:
+            return pyatspi.findAllDescendants(application, lambda a: a is not None
+                                              and a.getRole() == pyatspi.ROLE_MENU_ITEM
+                                              and a.getState().contains(pyatspi.STATE_SHOWING))
+    return []
+
+
+class Sessions(unittest.TestCase):
+    """Over a GTK 3 window: search mode and a right click through the shell's panels and
+    pointer; Escape gives the keyboard back, and so does a Tarnvik that is killed or stops
+    answering mid-session."""
 
     @classmethod
     def setUpClass(cls):
@@ -245,6 +256,37 @@ class ClickMode(unittest.TestCase):
         entry.queryComponent().grabFocus()
         KEYBOARD.chord(ord("q"))
         return "q" in (focused_text("gtk3-widget-factory") or "")
+
+    def test_search_finds_a_check_box_by_its_text_and_return_clicks_it(self):
+        # A check box whose text no other element has: GTK 3's "checkbutton"s come disabled
+        # first.
+        controls = Application(TOOLKITS["qt6"][0])
+        self.addCleanup(controls.stop)
+        box, _ = labelled_check_box(controls, "Check Me")
+        before = checked(box)
+        press_shortcut(self.tarnvik, "click", "l")
+        poll("the search field drawn", lambda: "search" in drawn_panels(), 10)
+        for letter in "check me":
+            KEYBOARD.chord(ord(letter))
+        # One match: highlighted, and with no label to type.
+        poll("the check box alone highlighted",
+             lambda: "focus" in drawn_panels() and not drawn_labels(), 10)
+        KEYBOARD.chord(RETURN)
+        poll("the check box flipped", lambda: checked(box) != before, 10)
+        poll("the panels gone", lambda: not drawn_panels(), 10)
+
+    def test_shift_on_the_last_letter_right_clicks(self):
+        pid = self.factory.process.pid
+        label = poll("an entry's label", lambda: next(
+            (t["label"] for t in targets()["targets"] if t["role"] == "AXTextField"), None))
+        menus_before = len(showing_menu_items(pid))
+        self.start_session()
+        for letter in label[:-1].lower():
+            KEYBOARD.chord(ord(letter))
+        KEYBOARD.chord(SHIFT, ord(label[-1].lower()))
+        poll("its context menu open", lambda: len(showing_menu_items(pid)) > menus_before, 10)
+        KEYBOARD.chord(ESCAPE)
+        poll("the context menu closed", lambda: len(showing_menu_items(pid)) == menus_before, 10)
 
     def test_escape_gives_the_keyboard_back(self):
         self.start_session()

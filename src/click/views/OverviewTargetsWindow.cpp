@@ -3,12 +3,17 @@
 #include "click/views/QtTargetsWindow.h"
 #include "labels/LabelTheme.h"
 
+#include <QPainter>
+
+#include <cmath>
+
 namespace tarnvik {
 
 namespace {
 
 constexpr double iconSize = 48.0;
 constexpr double iconInset = 8.0;
+const char *const focusPanel = "focus";
 
 } // namespace
 
@@ -25,6 +30,9 @@ void OverviewTargetsWindow::close()
 {
     _view = nullptr;
     _overview.clearLabels();
+    if (_focusShown)
+        _overview.hidePanel(focusPanel);
+    _focusShown.reset();
 }
 
 void OverviewTargetsWindow::show(TargetsView &view)
@@ -105,6 +113,47 @@ void OverviewTargetsWindow::showImages()
         shown.push_back(std::move(drawn));
     }
     _overview.showImages(shown);
+    showFocus();
+}
+
+// Below the labels on the overlay, above them here: the shell keeps its panels over its labels.
+// The highlight is the size of an element, not of the screen, so it goes whole on each change.
+void OverviewTargetsWindow::showFocus()
+{
+    const auto focus = _view->focusFrame(_screen);
+    if (!focus) {
+        if (_focusShown)
+            _overview.hidePanel(focusPanel);
+        _focusShown.reset();
+        return;
+    }
+    const CGRect frame = makeRect(_screen.origin.x + focus->origin.x,
+                                  _screen.origin.y + focus->origin.y, focus->size.width,
+                                  focus->size.height);
+    if (_focusShown == frame)
+        return;
+    const double scale = _labels->scale();
+    QImage image(QSize(int(std::ceil(focus->size.width * scale)),
+                       int(std::ceil(focus->size.height * scale))),
+                 QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    {
+        QPainter painter(&image);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.scale(scale, scale);
+        paintTranslucentHighlight(painter, QRectF(0, 0, focus->size.width, focus->size.height),
+                                  1.0);
+    }
+    OverviewImage panel {
+        .key = focusPanel,
+        .frame = frame,
+        .width = image.width(),
+        .height = image.height(),
+        .stride = static_cast<int>(image.bytesPerLine()),
+    };
+    panel.pixels.assign(image.constBits(), image.constBits() + image.sizeInBytes());
+    _overview.showPanel(panel);
+    _focusShown = frame;
 }
 
 void OverviewTargetsWindow::playClickAnimation(std::function<void()> completion)

@@ -30,12 +30,15 @@ public:
 
 private:
     void showImages();
+    void showFocus();
 
     Overview &_overview;
     std::shared_ptr<LabelImageCache> _labels;
     const CGRect _screen;
     const bool _asImages;
     TargetsView *_view = nullptr;
+    // The highlight the shell shows, in the screen space.
+    std::optional<CGRect> _focusShown;
 };
 
 } // namespace tarnvik

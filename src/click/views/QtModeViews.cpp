@@ -55,8 +55,11 @@ void QtModeViews::prepare(const Screen &screen)
 
 std::unique_ptr<SearchBarWindow> QtModeViews::createSearchBar()
 {
-    return std::make_unique<QtSearchBar>(_environment.firstScreenHeight,
-                                         _environment.labelZoom ? _environment.labelZoom() : 1.0);
+    return std::make_unique<QtSearchBar>(QtSearchBar::Environment {
+        .firstScreenHeight = _environment.firstScreenHeight,
+        .zoom = _environment.labelZoom ? _environment.labelZoom() : 1.0,
+        .shell = _environment.onlyTheShellDraws ? &_environment.overview : nullptr,
+    });
 }
 
 } // namespace tarnvik

@@ -7,6 +7,7 @@
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QPainter>
+#include <QTimer>
 #include <QVariantAnimation>
 
 #include <array>
@@ -85,6 +86,8 @@ void SearchBarWidget::animateTo(double fraction, int milliseconds, std::function
     QObject::connect(_sweep, &QVariantAnimation::valueChanged, this, [this](const QVariant &v) {
         _progress = v.toDouble();
         update();
+        if (_swept)
+            _swept();
     });
     if (then)
         QObject::connect(_sweep, &QVariantAnimation::finished, this, std::move(then));
@@ -97,6 +100,8 @@ void SearchBarWidget::stopProgress()
     animateTo(1.0, 200, [this] {
         _progress = 0;
         update();
+        if (_swept)
+            _swept();
     });
 }
 
@@ -106,14 +111,53 @@ void SearchBarWidget::paintEvent(QPaintEvent *)
     painter.fillRect(QRectF(0, height() - 2 * _zoom, width() * _progress, 2 * _zoom), systemBlue());
 }
 
-QtSearchBar::QtSearchBar(std::function<double()> firstScreenHeight, double zoom)
-    : _widget(new SearchBarWidget(zoom))
-    , _firstScreenHeight(std::move(firstScreenHeight))
+QtSearchBar::QtSearchBar(Environment environment)
+    : _widget(new SearchBarWidget(environment.zoom))
+    , _environment(std::move(environment))
 {
     QObject::connect(_widget->field(), &QLineEdit::textEdited, _widget, [this] {
         if (_textChanged)
             _textChanged();
     });
+    if (!_environment.shell)
+        return;
+    QLineEdit *field = _widget->field();
+    QObject::connect(field, &QLineEdit::textChanged, _widget, [this] { changed(); });
+    QObject::connect(field, &QLineEdit::cursorPositionChanged, _widget, [this] { changed(); });
+    QObject::connect(field, &QLineEdit::selectionChanged, _widget, [this] { changed(); });
+    _widget->onSwept([this] { changed(); });
+}
+
+// Several changes of one event (a typed key moves the text and the cursor) go as one image.
+void QtSearchBar::changed()
+{
+    if (!_shown || _sendQueued)
+        return;
+    _sendQueued = true;
+    QTimer::singleShot(0, _widget, [this] {
+        _sendQueued = false;
+        sendToShell();
+    });
+}
+
+void QtSearchBar::sendToShell()
+{
+    if (!_widget || !_shown)
+        return;
+    const double scale = _widget->devicePixelRatioF();
+    QImage image(_widget->size() * scale, QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(scale);
+    image.fill(Qt::transparent);
+    _widget->render(&image);
+    OverviewImage panel {
+        .key = "search",
+        .frame = makeRect(_origin.x(), _origin.y(), _widget->width(), _widget->height()),
+        .width = image.width(),
+        .height = image.height(),
+        .stride = static_cast<int>(image.bytesPerLine()),
+    };
+    panel.pixels.assign(image.constBits(), image.constBits() + image.sizeInBytes());
+    _environment.shell->showPanel(panel);
 }
 
 QtSearchBar::~QtSearchBar()
@@ -123,14 +167,21 @@ QtSearchBar::~QtSearchBar()
 
 void QtSearchBar::orderFront()
 {
-    if (_widget)
-        _widget->show();
+    if (!_widget)
+        return;
+    if (!_environment.shell)
+        return _widget->show();
+    _shown = true;
+    sendToShell();
 }
 
 void QtSearchBar::close()
 {
     if (!_widget)
         return;
+    if (_environment.shell && _shown)
+        _environment.shell->hidePanel("search");
+    _shown = false;
     _widget->hide();
     _widget->deleteLater();
     _widget.clear();
@@ -186,9 +237,14 @@ CGSize QtSearchBar::size() const
 
 void QtSearchBar::moveTo(CGPoint origin)
 {
-    if (_widget)
-        _widget->move(int(origin.x),
-                      int(_firstScreenHeight() - origin.y - double(_widget->height())));
+    if (!_widget)
+        return;
+    _origin = QPoint(int(origin.x),
+                     int(_environment.firstScreenHeight() - origin.y - double(_widget->height())));
+    if (!_environment.shell)
+        return _widget->move(_origin);
+    if (_shown)
+        sendToShell();
 }
 
 void QtSearchBar::stopProgress()

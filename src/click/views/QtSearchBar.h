@@ -1,6 +1,7 @@
 #pragma once
 
 #include "click/ModeViews.h"
+#include "platform/Overview.h"
 
 #include <QPointer>
 #include <QWidget>
@@ -22,6 +23,9 @@ public:
     explicit SearchBarWidget(double zoom);
     QLineEdit *field() const { return _field; }
     void stopProgress();
+    // Told when the sweeping bar moved: the shell, which draws the panel on Wayland, is not
+    // told by the widget's own repaints.
+    void onSwept(std::function<void()> handler) { _swept = std::move(handler); }
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -32,13 +36,26 @@ private:
     double _progress = 0;
     bool _stopped = false;
     QPointer<QVariantAnimation> _sweep;
+    std::function<void()> _swept;
     void animateTo(double fraction, int milliseconds, std::function<void()> then);
 };
 
 class QtSearchBar final : public SearchBarWindow
 {
 public:
-    QtSearchBar(std::function<double()> firstScreenHeight, double zoom);
+    struct Environment
+    {
+        // Converts the screen space to Qt's, whose y runs down.
+        std::function<double()> firstScreenHeight;
+        // Screen pixels per point, the desktop's scale.
+        double zoom = 1;
+        // Draws the panel where no window of this program may stand over the others (GNOME on
+        // Wayland): the panel is never shown as a window, and is handed over as an image on
+        // each change.
+        Overview *shell = nullptr;
+    };
+
+    explicit QtSearchBar(Environment environment);
     ~QtSearchBar() override;
 
     void orderFront() override;
@@ -52,9 +69,16 @@ public:
     void stopProgress() override;
 
 private:
+    void sendToShell();
+    void changed();
+
     QPointer<SearchBarWidget> _widget;
-    std::function<double()> _firstScreenHeight;
+    Environment _environment;
     std::function<void()> _textChanged;
+    // Where the shell draws the panel: its top left in Qt's space.
+    QPoint _origin;
+    bool _shown = false;
+    bool _sendQueued = false;
 };
 
 } // namespace tarnvik

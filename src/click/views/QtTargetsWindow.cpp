@@ -196,6 +196,11 @@ void OverlayWidget::paintHighlight(QPainter &painter, QRectF frame, double opaci
         painter.setOpacity(1);
         return;
     }
+    paintTranslucentHighlight(painter, frame, opacity);
+}
+
+void paintTranslucentHighlight(QPainter &painter, QRectF frame, double opacity)
+{
     const double radius = std::min(std::min(frame.width(), frame.height()) * 0.5, 5.0);
     QColor fill = systemBlue();
     fill.setAlphaF(0.4F);

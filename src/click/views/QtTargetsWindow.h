@@ -36,6 +36,8 @@ void makeOverlayWindow(QWidget &widget, const QString &title, QRect geometry, bo
 // A highlight's 2-point border, as a window's shape where no compositor draws translucency: what
 // it marks shows through.
 QRegion ringOf(QRectF frame);
+// The focused element's highlight where a compositor blends it: a tinted box with a border.
+void paintTranslucentHighlight(QPainter &painter, QRectF frame, double opacity);
 
 // Every label rendered once for each typed prefix: a search result relabels from the start,
 // a typed letter marks the same labels again, and the next session shows the same labels, so
@@ -58,6 +60,8 @@ public:
     // A copy shares the rendered image.
     const LabelLayer &layer(const std::string &label, int matchedPrefix);
     double zoom() const { return _zoom; }
+    // The screen's pixels per unit of its space.
+    double scale() const { return _scale; }
     // A label's size as it stands on screen, zoomed.
     CGSize shownSize(const LabelLayer &layer) const
     {

@@ -26,6 +26,8 @@ public:
     bool hasImage(const std::string &) override { return false; }
     void setLabelsVisible(bool visible) override { labelsVisible = visible; }
     void clearLabels() override { labels.clear(); }
+    void showPanel(const OverviewImage &panel) override { panels[panel.key] = panel; }
+    void hidePanel(const std::string &key) override { panels.erase(key); }
     bool pick(CGPoint point) override
     {
         picks.push_back(point);
@@ -47,6 +49,7 @@ public:
     std::optional<std::string> unavailableReason;
     std::vector<OverviewLabel> labels;
     std::vector<OverviewImage> images;
+    std::map<std::string, OverviewImage> panels;
     bool labelsVisible = true;
     std::vector<CGPoint> picks;
 

@@ -41,6 +41,8 @@ public:
     bool hasImage(const std::string &key) override { return _extension.hasImage(key); }
     void setLabelsVisible(bool visible) override { _extension.setLabelsVisible(visible); }
     void clearLabels() override { _extension.clearLabels(); }
+    void showPanel(const OverviewImage &panel) override { _extension.showPanel(panel); }
+    void hidePanel(const std::string &key) override { _extension.hidePanel(key); }
     bool pick(CGPoint point) override { return _extension.pickAt(point); }
 
 private:

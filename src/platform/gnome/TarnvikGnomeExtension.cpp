@@ -289,14 +289,22 @@ void TarnvikGnomeExtension::showLabels(const std::vector<OverviewLabel> &labels)
     call("ShowLabels", {QVariant::fromValue(maps)}, false);
 }
 
+namespace {
+
+DBusImage dbusImage(const OverviewImage &image)
+{
+    return {QString::fromStdString(image.key), image.frame, image.width, image.height, image.stride,
+            QByteArray(reinterpret_cast<const char *>(image.pixels.data()),
+                       static_cast<qsizetype>(image.pixels.size()))};
+}
+
+} // namespace
+
 void TarnvikGnomeExtension::showImages(const std::vector<OverviewImage> &images)
 {
     QList<DBusImage> sent;
     for (const auto &image : images) {
-        sent.push_back({QString::fromStdString(image.key), image.frame, image.width, image.height,
-                        image.stride,
-                        QByteArray(reinterpret_cast<const char *>(image.pixels.data()),
-                                   static_cast<qsizetype>(image.pixels.size()))});
+        sent.push_back(dbusImage(image));
         if (!image.pixels.empty())
             _imagesSent.insert(image.key);
     }
@@ -311,6 +319,16 @@ void TarnvikGnomeExtension::setLabelsVisible(bool visible)
 void TarnvikGnomeExtension::clearLabels()
 {
     call("ClearLabels", {}, false);
+}
+
+void TarnvikGnomeExtension::showPanel(const OverviewImage &panel)
+{
+    call("ShowPanel", {QVariant::fromValue(dbusImage(panel))}, false);
+}
+
+void TarnvikGnomeExtension::hidePanel(const std::string &key)
+{
+    call("HidePanel", {QString::fromStdString(key)}, false);
 }
 
 namespace {

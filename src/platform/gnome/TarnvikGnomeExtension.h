@@ -95,6 +95,8 @@ public:
     bool hasImage(const std::string &key) const { return _imagesSent.contains(key); }
     void setLabelsVisible(bool visible);
     void clearLabels();
+    void showPanel(const OverviewImage &panel);
+    void hidePanel(const std::string &key);
     std::map<std::string, CGRect> previews();
     std::vector<OverviewWindow> windows();
     // Input through the shell's virtual devices, never waiting: from any thread. `button` as

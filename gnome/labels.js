@@ -1,0 +1,176 @@
+// What the extension draws for Tarnvik: its labels (the shell's own, or images Tarnvik drew)
+// and its panels (the search field, the tutor's), each above everything the shell shows.
+
+// A theme's icon name, an image's path or a serialised icon, as the shell has them; nothing for
+// what names no icon, so that one bad name costs only its icon.
+function iconOf(text) {
+    try {
+        return Gio.icon_new_for_string(text);
+    } catch (e) {
+        return null;
+    }
+}
+
+function labelMarkup(text, typed) {
+    const characters = [...text];
+    const done = GLib.markup_escape_text(characters.slice(0, typed).join(''), -1);
+    const rest = GLib.markup_escape_text(characters.slice(typed).join(''), -1);
+    return typed > 0 ? `<span foreground="#000000" alpha="40%">${done}</span>${rest}` : rest;
+}
+
+// GNOME 46 and later want the graphics context first.
+function setPixels(content, pixels, width, height, stride) {
+    const format = Cogl.PixelFormat.BGRA_8888_PRE;
+    try {
+        content.set_bytes(pixels, format, width, height, stride);
+    } catch (e) {
+        const context = global.stage.context.get_backend().get_cogl_context();
+        content.set_bytes(context, pixels, format, width, height, stride);
+    }
+}
+
+class LabelLayer {
+    constructor() {
+        // The pixels of each image Tarnvik sent, by its key.
+        this._images = new Map();
+        this.actor = new St.Widget({ name: 'tarnvikLabels', accessible_name: 'Tarnvik labels' });
+        Main.layoutManager.uiGroup.add_child(this.actor);
+    }
+
+    // In place of the labels shown; hidden ones stay hidden until shown again.
+    show(labels) {
+        this._shown = null;
+        this.actor.destroy_all_children();
+        for (const label of labels)
+            this._add(label);
+        // Above the overview and everything the shell put up since.
+        Main.layoutManager.uiGroup.set_child_above_sibling(this.actor, null);
+    }
+
+    // In place of the labels shown: images Tarnvik drew, each (key, x, y, width, height, pixel
+    // width, pixel height, stride, premultiplied BGRA pixels). The pixels of a key are kept
+    // once sent, and sent no more. A key starts with the label's text and a slash.
+    showImages(images) {
+        // The actors of the images shown before stay where their keys come again: a typed
+        // letter changes a few labels and hides the rest.
+        const before = this._shown ?? new Map();
+        this._shown = new Map();
+        const kept = new Set(before.values());
+        for (const child of this.actor.get_children()) {
+            if (!kept.has(child))
+                child.destroy();
+        }
+        for (let i = 0; i < images.n_children(); i++) {
+            const image = images.get_child_value(i);
+            const [key, x, y, width, height, pixelWidth, pixelHeight, stride] =
+                [0, 1, 2, 3, 4, 5, 6, 7].map(n => image.get_child_value(n).unpack());
+            const shown = before.get(key);
+            if (shown) {
+                before.delete(key);
+                shown.set_position(x, y);
+                shown.set_size(width, height);
+                this._shown.set(key, shown);
+                continue;
+            }
+            let content = this._images.get(key);
+            if (!content) {
+                const pixels = image.get_child_value(8).get_data_as_bytes();
+                if (pixels.get_size() < stride * pixelHeight)
+                    continue;
+                content = St.ImageContent.new_with_preferred_size(pixelWidth, pixelHeight);
+                setPixels(content, pixels, pixelWidth, pixelHeight, stride);
+                this._images.set(key, content);
+            }
+            // Named by its text, as a label would be, for the accessibility tree.
+            const actor = new St.Widget({
+                x, y, width, height, content, accessible_name: key.split('/')[0],
+            });
+            this.actor.add_child(actor);
+            this._shown.set(key, actor);
+        }
+        for (const gone of before.values())
+            gone.destroy();
+        Main.layoutManager.uiGroup.set_child_above_sibling(this.actor, null);
+    }
+
+    // No labels, and the next ones shown at once.
+    clear() {
+        this._shown = null;
+        this.actor.destroy_all_children();
+        this.actor.show();
+    }
+
+    _add(label) {
+        const icon = label.icon ? iconOf(label.icon) : null;
+        if (icon) {
+            this.actor.add_child(new St.Icon({
+                gicon: icon, icon_size: label.iconSize, x: label.iconX, y: label.iconY,
+            }));
+        }
+        const widget = new St.Label({
+            x: label.x, y: label.y, width: label.width, height: label.height,
+            style: `background-color: ${label.background || 'transparent'};` +
+                `color: ${label.color}; border: ${label.borderWidth ?? 1}px solid ${label.border};` +
+                `border-radius: ${label.cornerRadius ?? 3}px;` +
+                `font-size: ${label.fontSize}px; font-weight: bold; text-align: center;`,
+            y_align: Clutter.ActorAlign.CENTER,
+        });
+        widget.clutter_text.set_markup(labelMarkup(label.text, label.typed ?? 0));
+        widget.accessible_name = label.text;
+        this.actor.add_child(widget);
+    }
+
+    forgetImages() {
+        this._images.clear();
+    }
+
+    destroy() {
+        this.actor.destroy();
+    }
+}
+
+// Tarnvik's panels by name, each one image at a time: drawn anew on every change, so no pixels
+// are kept past the next.
+class PanelLayer {
+    constructor() {
+        this._panels = new Map();
+        this.actor = new St.Widget({ name: 'tarnvikPanels', accessible_name: 'Tarnvik panels' });
+        Main.layoutManager.uiGroup.add_child(this.actor);
+    }
+
+    // `image` as ShowImages takes each: (name, x, y, width, height, pixel width, pixel height,
+    // stride, pixels).
+    show(image) {
+        const [name, x, y, width, height, pixelWidth, pixelHeight, stride] =
+            [0, 1, 2, 3, 4, 5, 6, 7].map(n => image.get_child_value(n).unpack());
+        const pixels = image.get_child_value(8).get_data_as_bytes();
+        if (pixels.get_size() < stride * pixelHeight)
+            throw new Error(`${name}: fewer pixels than ${pixelHeight} rows of ${stride} bytes`);
+        const content = St.ImageContent.new_with_preferred_size(pixelWidth, pixelHeight);
+        setPixels(content, pixels, pixelWidth, pixelHeight, stride);
+        let actor = this._panels.get(name);
+        if (!actor) {
+            actor = new St.Widget({ accessible_name: name });
+            this.actor.add_child(actor);
+            this._panels.set(name, actor);
+        }
+        actor.set_position(x, y);
+        actor.set_size(width, height);
+        actor.set_content(content);
+        Main.layoutManager.uiGroup.set_child_above_sibling(this.actor, null);
+    }
+
+    hide(name) {
+        this._panels.get(name)?.destroy();
+        this._panels.delete(name);
+    }
+
+    clear() {
+        this.actor.destroy_all_children();
+        this._panels.clear();
+    }
+
+    destroy() {
+        this.actor.destroy();
+    }
+}
