@@ -293,7 +293,11 @@ namespace {
 
 DBusImage dbusImage(const OverviewImage &image)
 {
-    return {QString::fromStdString(image.key), image.frame, image.width, image.height, image.stride,
+    return {QString::fromStdString(image.key),
+            image.frame,
+            image.width,
+            image.height,
+            image.stride,
             QByteArray(reinterpret_cast<const char *>(image.pixels.data()),
                        static_cast<qsizetype>(image.pixels.size()))};
 }
