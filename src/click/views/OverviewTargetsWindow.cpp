@@ -127,9 +127,9 @@ void OverviewTargetsWindow::showFocus()
         _focusShown.reset();
         return;
     }
-    const CGRect frame = makeRect(_screen.origin.x + focus->origin.x,
-                                  _screen.origin.y + focus->origin.y, focus->size.width,
-                                  focus->size.height);
+    const CGRect frame =
+        makeRect(_screen.origin.x + focus->origin.x, _screen.origin.y + focus->origin.y,
+                 focus->size.width, focus->size.height);
     if (_focusShown == frame)
         return;
     const double scale = _labels->scale();
