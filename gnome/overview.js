@@ -95,6 +95,7 @@ const INTERFACE = `<node>
       <arg name="state" type="u"/>
       <arg name="pressed" type="b"/>
       <arg name="repeat" type="b"/>
+      <arg name="text" type="s"/>
     </signal>
   </interface>
 </node>`;
@@ -146,6 +147,15 @@ function windowsFrontToBack() {
     const windows = global.get_window_actors().map(a => a.meta_window)
         .filter(w => !w.minimized && w.showing_on_its_workspace());
     return global.display.sort_windows_by_stacking(windows).reverse();
+}
+
+// What the key types in the layout and with the modifiers in use ("?" for Shift and "/" on a US
+// keyboard); nothing for a key that types no character.
+function keyText(event) {
+    const unicode = event.get_key_unicode();
+    const text = typeof unicode === 'string' ? unicode
+        : unicode ? String.fromCodePoint(unicode) : '';
+    return /^[\p{Cc}]?$/u.test(text) ? '' : text;
 }
 
 function rectangle(r) {
@@ -515,9 +525,9 @@ class OverviewService {
     _handOver(event) {
         const type = event.type();
         const state = event.get_state();
-        this._emit('Key', new GLib.Variant('(uubb)', [event.get_key_code(), state,
+        this._emit('Key', new GLib.Variant('(uubbs)', [event.get_key_code(), state,
             type === Clutter.EventType.KEY_PRESS,
-            (event.get_flags() & (Clutter.EventFlags.FLAG_REPEATED ?? 0)) !== 0]));
+            (event.get_flags() & (Clutter.EventFlags.FLAG_REPEATED ?? 0)) !== 0, keyText(event)]));
         const shellKeys = Clutter.ModifierType.CONTROL_MASK | Clutter.ModifierType.MOD1_MASK |
             Clutter.ModifierType.SUPER_MASK | Clutter.ModifierType.MOD4_MASK;
         const passes = (state & shellKeys) !== 0 || event.get_key_symbol() === Clutter.KEY_Escape;

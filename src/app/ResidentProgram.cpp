@@ -146,7 +146,8 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
               .overview = _overview,
               .onlyTheShellDraws = !_c.desktop->x11()})
     , _tutorViews({.firstScreenHeight = [this] { return firstScreenHeight(); },
-                   .hasCompositor = _windows.hasCompositor()})
+                   .hasCompositor = _windows.hasCompositor(),
+                   .shell = _c.desktop->x11() ? nullptr : &_overview})
     , _tutorMode({.views = _tutorViews,
                   .focusedElement = [this] { return _mode.focusedElement(); },
                   .firstScreenHeight =

@@ -1,11 +1,8 @@
 #include "click/views/OverviewTargetsWindow.h"
 
 #include "click/views/QtTargetsWindow.h"
+#include "click/views/ShellPanel.h"
 #include "labels/LabelTheme.h"
-
-#include <QPainter>
-
-#include <cmath>
 
 namespace tarnvik {
 
@@ -132,27 +129,7 @@ void OverviewTargetsWindow::showFocus()
                  focus->size.width, focus->size.height);
     if (_focusShown == frame)
         return;
-    const double scale = _labels->scale();
-    QImage image(QSize(int(std::ceil(focus->size.width * scale)),
-                       int(std::ceil(focus->size.height * scale))),
-                 QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    {
-        QPainter painter(&image);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.scale(scale, scale);
-        paintTranslucentHighlight(painter, QRectF(0, 0, focus->size.width, focus->size.height),
-                                  1.0);
-    }
-    OverviewImage panel {
-        .key = focusPanel,
-        .frame = frame,
-        .width = image.width(),
-        .height = image.height(),
-        .stride = static_cast<int>(image.bytesPerLine()),
-    };
-    panel.pixels.assign(image.constBits(), image.constBits() + image.sizeInBytes());
-    _overview.showPanel(panel);
+    _overview.showPanel(highlightPanel(focusPanel, frame, _labels->scale()));
     _focusShown = frame;
 }
 

@@ -1,5 +1,6 @@
 #include "click/views/QtSearchBar.h"
 
+#include "click/views/ShellPanel.h"
 #include "labels/LabelTheme.h"
 #include "platform/KeyCodes.h"
 
@@ -144,20 +145,7 @@ void QtSearchBar::sendToShell()
 {
     if (!_widget || !_shown)
         return;
-    const double scale = _widget->devicePixelRatioF();
-    QImage image(_widget->size() * scale, QImage::Format_ARGB32_Premultiplied);
-    image.setDevicePixelRatio(scale);
-    image.fill(Qt::transparent);
-    _widget->render(&image);
-    OverviewImage panel {
-        .key = "search",
-        .frame = makeRect(_origin.x(), _origin.y(), _widget->width(), _widget->height()),
-        .width = image.width(),
-        .height = image.height(),
-        .stride = static_cast<int>(image.bytesPerLine()),
-    };
-    panel.pixels.assign(image.constBits(), image.constBits() + image.sizeInBytes());
-    _environment.shell->showPanel(panel);
+    _environment.shell->showPanel(shellPanel("search", *_widget, _origin));
 }
 
 QtSearchBar::~QtSearchBar()

@@ -46,9 +46,7 @@ GnomeOverviewKeys::GnomeOverviewKeys(TarnvikGnomeExtension &extension, KeyboardL
 bool GnomeOverviewKeys::start(Handler handler)
 {
     _handler = std::move(handler);
-    _extension.onKey([this](std::uint32_t keycode, std::uint32_t state, bool pressed, bool repeat) {
-        key(keycode, state, pressed, repeat);
-    });
+    _extension.onKey([this](const ShellKey &typed) { key(typed); });
     if (!_extension.holdKeys(true))
         return false;
     _renewal.start();
@@ -65,20 +63,23 @@ void GnomeOverviewKeys::stop()
     _extension.holdKeys(false);
 }
 
-void GnomeOverviewKeys::key(std::uint32_t keycode, std::uint32_t state, bool pressed, bool repeat)
+void GnomeOverviewKeys::key(const ShellKey &typed)
 {
-    const auto keyCode = linux::virtualKeyCode(keycode);
+    const auto keyCode = linux::virtualKeyCode(typed.keycode);
     if (!_handler || !keyCode || isModifierKey(*keyCode))
         return;
     KeyEvent event {
-        .type = pressed ? EventType::keyDown : EventType::keyUp,
+        .type = typed.pressed ? EventType::keyDown : EventType::keyUp,
         .keyCode = *keyCode,
         // The arrows' and the keypad's bits too, as the X keyboard's keys carry them.
-        .flags =
-            linux::modifierFlags(static_cast<std::uint16_t>(state)) | keyPositionFlags(*keyCode),
-        .isARepeat = repeat,
+        .flags = linux::modifierFlags(static_cast<std::uint16_t>(typed.state))
+            | keyPositionFlags(*keyCode),
+        .isARepeat = typed.repeat,
     };
-    event.characters = event.charactersIgnoringModifiers = _layout.translate(*keyCode);
+    // The shell's text carries Shift's level ("?", capitals) in the user's layout; for a key
+    // that types no character (Return, Escape) the layout's text stands.
+    event.characters = event.charactersIgnoringModifiers =
+        typed.text.empty() ? _layout.translate(*keyCode) : typed.text;
     _handler(event);
 }
 

@@ -65,7 +65,7 @@ public:
     bool heldElsewhere() override { return false; }
 
 private:
-    void key(std::uint32_t keycode, std::uint32_t state, bool pressed, bool repeat);
+    void key(const ShellKey &typed);
 
     TarnvikGnomeExtension &_extension;
     KeyboardLayout &_layout;

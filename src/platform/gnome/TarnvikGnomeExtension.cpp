@@ -103,7 +103,7 @@ TarnvikGnomeExtension::TarnvikGnomeExtension()
     bus.connect(shellService, objectPath, interfaceName, "ShortcutPressed", this,
                 SLOT(shortcutPressed(uint)));
     bus.connect(shellService, objectPath, interfaceName, "Key", this,
-                SLOT(key(uint, uint, bool, bool)));
+                SLOT(key(uint, uint, bool, bool, QString)));
     bus.connect("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
                 "NameOwnerChanged", this, SLOT(shellOwnerChanged(QString, QString, QString)));
     readOverviewActive();
@@ -262,10 +262,15 @@ void TarnvikGnomeExtension::beep()
     call("Beep", {}, false);
 }
 
-void TarnvikGnomeExtension::key(uint keycode, uint state, bool pressed, bool repeat)
+void TarnvikGnomeExtension::key(uint keycode, uint state, bool pressed, bool repeat,
+                                const QString &text)
 {
     if (_key)
-        _key(keycode, state, pressed, repeat);
+        _key({.keycode = keycode,
+              .state = state,
+              .pressed = pressed,
+              .repeat = repeat,
+              .text = text.toStdString()});
 }
 
 void TarnvikGnomeExtension::shellOwnerChanged(const QString &name, const QString &,

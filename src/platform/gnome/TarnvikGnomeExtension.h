@@ -42,6 +42,18 @@ struct ShellMonitor
 // Activities overview and hands it the keys typed there, and the shell's own OverviewActive.
 // The extension answers only the process that registered with it: this one registers when it
 // is first needed, and again after the shell restarts.
+// A key typed while the extension holds the keyboard.
+struct ShellKey
+{
+    std::uint32_t keycode = 0;
+    // X's modifier mask.
+    std::uint32_t state = 0;
+    bool pressed = false;
+    bool repeat = false;
+    // What it types in the layout and with the modifiers in use; empty for no character.
+    std::string text;
+};
+
 class TarnvikGnomeExtension final : public QObject
 {
     Q_OBJECT
@@ -82,12 +94,7 @@ public:
     // X key codes and X modifier masks of the program's shortcuts, which the shell keeps from
     // it while the overview shows; given again at each registration.
     void watchShortcuts(std::vector<std::pair<std::uint32_t, std::uint32_t>> shortcuts);
-    void
-    onKey(std::function<void(std::uint32_t keycode, std::uint32_t state, bool pressed, bool repeat)>
-              handler)
-    {
-        _key = std::move(handler);
-    }
+    void onKey(std::function<void(const ShellKey &)> handler) { _key = std::move(handler); }
 
     void showLabels(const std::vector<OverviewLabel> &labels);
     void showImages(const std::vector<OverviewImage> &images);
@@ -127,7 +134,7 @@ private Q_SLOTS:
     void pointerPressed();
     void labelsDrawn(uint count, double sinceShortcut, double sinceAsked, double building);
     void shortcutPressed(uint index);
-    void key(uint keycode, uint state, bool pressed, bool repeat);
+    void key(uint keycode, uint state, bool pressed, bool repeat, const QString &text);
     void shellOwnerChanged(const QString &name, const QString &oldOwner, const QString &newOwner);
 
 private:
@@ -146,7 +153,7 @@ private:
     LabelsDrawn _labelsDrawn;
     std::vector<std::pair<std::uint32_t, std::uint32_t>> _shortcuts;
     std::function<void(std::uint32_t)> _shortcut;
-    std::function<void(std::uint32_t, std::uint32_t, bool, bool)> _key;
+    std::function<void(const ShellKey &)> _key;
 };
 
 } // namespace tarnvik::gnome

@@ -1,6 +1,7 @@
 #include "tutorial/views/QtTutorViews.h"
 
 #include "click/views/QtTargetsWindow.h"
+#include "click/views/ShellPanel.h"
 #include "labels/LabelTheme.h"
 #include "tutorial/TutorMode.h"
 
@@ -42,13 +43,12 @@ protected:
         if (_boxHidden)
             return;
         QPainter painter(this);
+        if (!_hasCompositor) {
+            painter.fillRect(rect(), systemBlue());
+            return;
+        }
         painter.setRenderHint(QPainter::Antialiasing);
-        QColor fill = systemBlue();
-        fill.setAlphaF(0.4f);
-        const double radius = std::min(5.0, std::min(width(), height()) * 0.5);
-        painter.setPen(QPen(systemBlue(), 2.0));
-        painter.setBrush(_hasCompositor ? QBrush(fill) : QBrush(Qt::NoBrush));
-        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), radius, radius);
+        paintTranslucentHighlight(painter, QRectF(rect()), 1.0);
     }
 
 private:
@@ -118,7 +118,8 @@ public:
         painter.drawRect(rect().adjusted(0, 0, -1, -1));
     }
 
-    void placeBelow(QRect element)
+    // Its top left, below `element` on the screen that shows it.
+    QPoint originBelow(QRect element) const
     {
         std::vector<CGRect> screens;
         for (const QScreen *screen : QGuiApplication::screens()) {
@@ -128,7 +129,7 @@ public:
         const CGPoint origin = TutorMode::popoverOrigin(
             makeRect(element.x(), element.y(), element.width(), element.height()),
             {static_cast<double>(width()), static_cast<double>(height())}, screens);
-        move(static_cast<int>(origin.x), static_cast<int>(origin.y));
+        return {static_cast<int>(origin.x), static_cast<int>(origin.y)};
     }
 };
 
@@ -152,6 +153,10 @@ public:
     {
         _target.hide();
         _popover.reset();
+        if (_environment.shell) {
+            _environment.shell->hidePanel(boxPanel);
+            _environment.shell->hidePanel(popoverPanel);
+        }
     }
 
     void show(CGRect frame, bool boxHidden, const std::vector<TutorRow> &rows) override
@@ -160,14 +165,32 @@ public:
         const QRect element =
             QRectF(flipped.origin.x, flipped.origin.y, flipped.size.width, flipped.size.height)
                 .toAlignedRect();
+        _popover = std::make_unique<TutorPopoverView>(rows);
+        const QPoint popoverOrigin = _popover->originBelow(element);
+        if (_environment.shell)
+            return showInShell(frame, boxHidden, popoverOrigin);
         _target.place(element, boxHidden);
         _target.show();
-        _popover = std::make_unique<TutorPopoverView>(rows);
-        _popover->placeBelow(element);
+        _popover->move(popoverOrigin);
         _popover->show();
     }
 
 private:
+    static constexpr const char *boxPanel = "tutor box";
+    static constexpr const char *popoverPanel = "tutor";
+
+    void showInShell(CGRect frame, bool boxHidden, QPoint popoverOrigin)
+    {
+        Overview &shell = *_environment.shell;
+        if (boxHidden)
+            shell.hidePanel(boxPanel);
+        else
+            shell.showPanel(highlightPanel(boxPanel,
+                                           flippedRect(frame, _environment.firstScreenHeight()),
+                                           _popover->devicePixelRatioF()));
+        shell.showPanel(shellPanel(popoverPanel, *_popover, popoverOrigin));
+    }
+
     QtTutorViews::Environment _environment;
     TutorTargetView _target;
     std::unique_ptr<TutorPopoverView> _popover;

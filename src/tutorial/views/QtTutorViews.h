@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Overview.h"
 #include "tutorial/TutorViews.h"
 
 #include <QWidget>
@@ -21,6 +22,9 @@ public:
         std::function<double()> firstScreenHeight;
         // Without a compositor nothing is translucent: the panel is shaped to the box's border.
         bool hasCompositor = false;
+        // Draws the box and the popover where no window of this program may stand over the
+        // others (GNOME on Wayland): they are handed over as images, never shown as windows.
+        Overview *shell = nullptr;
     };
 
     explicit QtTutorViews(Environment environment)
