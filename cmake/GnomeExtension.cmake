@@ -24,11 +24,12 @@ set(TARNVIK_GNOME_FORM ${default_form} CACHE STRING
 set_property(CACHE TARNVIK_GNOME_FORM PROPERTY STRINGS 43 45)
 
 # Writes both forms of the extension UUID: the BODY files (JS defining among them the class
-# SERVICE, made while the extension is enabled and destroyed when it is disabled), one after the
-# other between each form's imports and entry point, and METADATA configured with UUID and
-# SHELL_VERSIONS.
+# SERVICE, made with the extension's folder while the extension is enabled and destroyed when it
+# is disabled), one after the other between each form's imports and entry point, METADATA
+# configured with UUID and SHELL_VERSIONS, and the FILES beside them.
 function(tarnvik_gnome_extension uuid service metadata)
-  set(bodies ${ARGN})
+  cmake_parse_arguments(PARSE_ARGV 3 arg "" "" "BODY;FILES")
+  set(bodies ${arg_BODY})
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
     ${bodies} ${metadata} ${PROJECT_SOURCE_DIR}/gnome/shell/43.js ${PROJECT_SOURCE_DIR}/gnome/shell/45.js)
   set(code "")
@@ -52,11 +53,16 @@ function(tarnvik_gnome_extension uuid service metadata)
     set(UUID ${uuid})
     set(SHELL_VERSIONS ${TARNVIK_GNOME_SHELLS_${form}})
     configure_file(${metadata} ${folder}/metadata.json @ONLY)
+    foreach(file ${arg_FILES})
+      configure_file(${file} ${folder} COPYONLY)
+    endforeach()
   endforeach()
 endfunction()
 
 tarnvik_gnome_extension(${TARNVIK_GNOME_UUID} OverviewService
-  ${PROJECT_SOURCE_DIR}/gnome/metadata.json.in ${PROJECT_SOURCE_DIR}/gnome/input.js
-  ${PROJECT_SOURCE_DIR}/gnome/keys.js ${PROJECT_SOURCE_DIR}/gnome/labels.js
-  ${PROJECT_SOURCE_DIR}/gnome/overview.js)
+  ${PROJECT_SOURCE_DIR}/gnome/metadata.json.in
+  BODY ${PROJECT_SOURCE_DIR}/gnome/input.js ${PROJECT_SOURCE_DIR}/gnome/keys.js
+    ${PROJECT_SOURCE_DIR}/gnome/labels.js ${PROJECT_SOURCE_DIR}/gnome/status.js
+    ${PROJECT_SOURCE_DIR}/gnome/overview.js
+  FILES ${PROJECT_SOURCE_DIR}/data/icons/hicolor/scalable/apps/tarnvik-symbolic.svg)
 set(TARNVIK_GNOME_EXTENSION ${PROJECT_BINARY_DIR}/gnome/${TARNVIK_GNOME_FORM}/${TARNVIK_GNOME_UUID})

@@ -77,6 +77,12 @@ const INTERFACE = `<node>
       <arg name="visible" type="b" direction="in"/>
     </method>
     <method name="Beep"/>
+    <method name="ShowStatusItem">
+      <arg name="visible" type="b" direction="in"/>
+    </method>
+    <method name="SetStatusMenu">
+      <arg name="entries" type="a(isa(is))" direction="in"/>
+    </method>
     <signal name="Shown"/>
     <signal name="FocusChanged"/>
     <signal name="PointerMoved"/>
@@ -89,6 +95,10 @@ const INTERFACE = `<node>
     </signal>
     <signal name="ShortcutPressed">
       <arg name="index" type="u"/>
+    </signal>
+    <signal name="StatusMenuOpened"/>
+    <signal name="StatusMenuActivated">
+      <arg name="id" type="i"/>
     </signal>
     <signal name="Key">
       <arg name="keycode" type="u"/>
@@ -168,8 +178,11 @@ function extentsOf(actor) {
 }
 
 class OverviewService {
-    constructor() {
+    // `path` the extension's folder.
+    constructor(path) {
+        this._path = path;
         this._client = null;
+        this._status = null;
         this._labels = new LabelLayer();
         this._panels = new PanelLayer();
         this._stageEventId = 0;
@@ -238,6 +251,8 @@ class OverviewService {
         this._bindings?.unbind();
         this._labels.clear();
         this._panels.clear();
+        this._status?.destroy();
+        this._status = null;
         this._watchStage();
     }
 
@@ -352,6 +367,27 @@ class OverviewService {
     HidePanelAsync([name], invocation) {
         this._serve(invocation, () => {
             this._panels.hide(name);
+            return null;
+        });
+    }
+
+    ShowStatusItemAsync([visible], invocation) {
+        this._serve(invocation, () => {
+            if (visible && !this._status) {
+                this._status = new StatusItem(`${this._path}/tarnvik-symbolic.svg`,
+                    () => this._emit('StatusMenuOpened', null),
+                    id => this._emit('StatusMenuActivated', new GLib.Variant('(i)', [id])));
+            } else if (!visible && this._status) {
+                this._status.destroy();
+                this._status = null;
+            }
+            return null;
+        });
+    }
+
+    SetStatusMenuAsync([entries], invocation) {
+        this._serve(invocation, () => {
+            this._status?.setMenu(entries);
             return null;
         });
     }

@@ -3,13 +3,16 @@
 
 const { Clutter, Cogl, Gio, GLib, Meta, Shell, St } = imports.gi;
 const Main = imports.ui.main;
+const PanelMenu = imports.ui.panelMenu;
+const PopupMenu = imports.ui.popupMenu;
+const Me = imports.misc.extensionUtils.getCurrentExtension();
 const { WindowPreview } = imports.ui.windowPreview;
 
 // @BODY@
 
 class Extension {
     enable() {
-        this._service = new @SERVICE@();
+        this._service = new @SERVICE@(Me.path);
     }
 
     disable() {

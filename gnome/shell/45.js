@@ -9,6 +9,8 @@ import Shell from 'gi://Shell';
 import St from 'gi://St';
 
 import * as Main from 'resource:///org/gnome/shell/ui/main.js';
+import * as PanelMenu from 'resource:///org/gnome/shell/ui/panelMenu.js';
+import * as PopupMenu from 'resource:///org/gnome/shell/ui/popupMenu.js';
 import {WindowPreview} from 'resource:///org/gnome/shell/ui/windowPreview.js';
 import {Extension} from 'resource:///org/gnome/shell/extensions/extension.js';
 
@@ -16,7 +18,7 @@ import {Extension} from 'resource:///org/gnome/shell/extensions/extension.js';
 
 export default class TarnvikExtension extends Extension {
     enable() {
-        this._service = new @SERVICE@();
+        this._service = new @SERVICE@(this.path);
     }
 
     disable() {

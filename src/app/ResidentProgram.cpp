@@ -3,6 +3,7 @@
 #include "app/DesktopSession.h"
 #include "app/IgnoredApps.h"
 #include "app/MenubarFrame.h"
+#include "app/ShellStatusItem.h"
 #include "platform/Diagnostics.h"
 #include "platform/linux/DesktopEntries.h"
 #include "platform/linux/X11Keys.h"
@@ -248,10 +249,13 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                },
            .openPage = [](const std::string &page) { openPage(page.c_str()); },
            .openLabelDesigner = [this] { _delegate.openLabelDesigner(); },
-           .hasTray = QSystemTrayIcon::isSystemTrayAvailable,
+           .hasTray = [this] { return _shellViews.showsStatusItem(); },
            .quit = QCoreApplication::quit,
            .version = TARNVIK_VERSION,
-           .appcastPath = installedPath("share/tarnvik/appcast.xml")})
+           .appcastPath = installedPath("share/tarnvik/appcast.xml")},
+          [this](ShellViews::MenuBuilder menu) -> std::unique_ptr<StatusItemView> {
+              return ShellStatusItem::make(*_c.shell, std::move(menu));
+          })
     , _delegate({.preferences = _preferences,
                  .ax = _accessibility,
                  .workspace = _windows,

@@ -3,12 +3,13 @@ extension tarnvik-gnome: as its X11 window manager (TARNVIK_DESKTOP_SHELL=gnome-
 Wayland compositor (gnome-wayland), whose applications here are Wayland clients."""
 
 import os
+import re
 import unittest
 
 import pyatspi
 from gi.repository import GLib
 
-from gnome_shell import (RemoteKeyboard, call, drawn, drawn_labels, focused_text,
+from gnome_shell import (RemoteKeyboard, call, click, drawn, drawn_labels, focused_text,
                          overview_active, set_overview, showing_in_shell)
 from desktop_apps import (Application, ResidentTarnvik, label_colour_in, main, poll, rect,
                           screen_pixels, xdotool)
@@ -51,6 +52,30 @@ def press(keysyms, xdotool_keys):
 def type_text(text):
     for character in text:
         press([ord(character)], character)
+
+
+def click_centre(accessible):
+    """A click on the shell's object: through the tests' probe on Wayland, X's pointer on X11."""
+    x, y, width, height = rect(accessible)
+    if WAYLAND:
+        click(x + width / 2, y + height / 2)
+    else:
+        xdotool("mousemove", str(int(x + width / 2)), str(int(y + height / 2)), "click", "1")
+
+
+def status_item():
+    return next(iter(showing_in_shell(lambda a: a.name == "Tarnvik"
+                                      and a.getRole() == pyatspi.ROLE_MENU)), None)
+
+
+def status_menu():
+    """The entries of the top bar's open menu, by their titles: each a menu item with no name of
+    its own, titled by a label inside it."""
+    def title(item):
+        return next((a.name for a in pyatspi.findAllDescendants(
+            item, lambda a: a is not None and a.getRole() == pyatspi.ROLE_LABEL and a.name)), None)
+    items = showing_in_shell(lambda a: a.getRole() == pyatspi.ROLE_MENU_ITEM)
+    return {title(item): item for item in items if title(item)}
 
 
 class OverviewTest(unittest.TestCase):
@@ -131,6 +156,30 @@ class OverviewTest(unittest.TestCase):
             poll("the labels gone with it", lambda: not drawn_labels(), 10)
         finally:
             self.tarnvik.start()
+
+    def test_the_status_item_in_the_top_bar_opens_the_menu_made_when_it_opens(self):
+        item = poll("Tarnvik's item in the top bar", status_item, 20)
+        click_centre(item)
+        menu = poll("its menu", lambda: (m := status_menu()) and "Quit" in m and m, 10)
+        self.assertIn("Settings…", menu)
+        self.assertIn("Send Feedback", menu)
+        # Either widget factory is in front; both are named so.
+        disable = menu.get("Disable Tarnvik in Widget Factory")
+        self.assertIsNotNone(disable, sorted(menu))
+        click_centre(disable)
+        poll("the application's desktop file among the disabled ones", lambda: re.search(
+            r"^disabled-bundle-paths=.*widget-factory\.desktop", self.tarnvik.settings_file(),
+            re.MULTILINE), 10)
+        # Made anew as it opens again: the entry now switches Tarnvik back on there.
+        click_centre(item)
+        menu = poll("its menu again",
+                    lambda: (m := status_menu()) and "Enable Tarnvik in Widget Factory" in m and m,
+                    10)
+        process = self.tarnvik.process
+        click_centre(menu["Quit"])
+        self.assertEqual(process.wait(10), 0)
+        poll("the item gone with it", lambda: status_item() is None, 10)
+        self.tarnvik.start()
 
     def test_the_extension_answers_no_other_process(self):
         for method, arguments, error in (

@@ -213,8 +213,17 @@ void QtShellViews::preferencesChanged()
 
 StatusItemView &QtShellViews::makeStatusItem(MenuBuilder menu)
 {
-    _statusItem = std::make_unique<QtStatusItem>(std::move(menu));
+    if (_desktopStatusItem)
+        _statusItem = _desktopStatusItem(menu);
+    _statusItemInDesktop = _statusItem != nullptr;
+    if (!_statusItem)
+        _statusItem = std::make_unique<QtStatusItem>(std::move(menu));
     return *_statusItem;
+}
+
+bool QtShellViews::showsStatusItem() const
+{
+    return _statusItemInDesktop || QSystemTrayIcon::isSystemTrayAvailable();
 }
 
 } // namespace tarnvik

@@ -45,9 +45,14 @@ public:
         std::function<void()> quit;
     };
 
-    QtShellViews(PromptActions prompt, SettingsServices settings)
+    // The desktop's own status item where it has one; nothing for the tray's.
+    using DesktopStatusItem = std::function<std::unique_ptr<StatusItemView>(MenuBuilder)>;
+
+    QtShellViews(PromptActions prompt, SettingsServices settings,
+                 DesktopStatusItem desktopStatusItem)
         : _promptActions(std::move(prompt))
         , _settingsServices(std::move(settings))
+        , _desktopStatusItem(std::move(desktopStatusItem))
     { }
     ~QtShellViews() override;
 
@@ -57,6 +62,8 @@ public:
     void openLabelDesigner() override;
     void preferencesChanged() override;
     StatusItemView &makeStatusItem(MenuBuilder menu) override;
+    // Whether the status item can be seen: in the desktop's own place for it, or in a tray.
+    bool showsStatusItem() const;
 
 private:
     PromptActions _promptActions;
@@ -64,7 +71,9 @@ private:
     QPointer<QWidget> _prompt;
     std::unique_ptr<SettingsWindow> _settings;
     std::unique_ptr<QWidget> _labelDesigner;
-    std::unique_ptr<QtStatusItem> _statusItem;
+    DesktopStatusItem _desktopStatusItem;
+    std::unique_ptr<StatusItemView> _statusItem;
+    bool _statusItemInDesktop = false;
 };
 
 } // namespace tarnvik

@@ -40,9 +40,57 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, DBusImage &image)
     return argument;
 }
 
+// A menu entry as the extension's SetStatusMenu takes it: (isa(is)).
+struct DBusMenuItem
+{
+    int id = -1;
+    QString title;
+};
+
+struct DBusMenuEntry
+{
+    int id = -1;
+    QString title;
+    QList<DBusMenuItem> submenu;
+};
+
+QDBusArgument &operator<<(QDBusArgument &argument, const DBusMenuItem &item)
+{
+    argument.beginStructure();
+    argument << item.id << item.title;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, DBusMenuItem &item)
+{
+    argument.beginStructure();
+    argument >> item.id >> item.title;
+    argument.endStructure();
+    return argument;
+}
+
+QDBusArgument &operator<<(QDBusArgument &argument, const DBusMenuEntry &entry)
+{
+    argument.beginStructure();
+    argument << entry.id << entry.title << entry.submenu;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, DBusMenuEntry &entry)
+{
+    argument.beginStructure();
+    argument >> entry.id >> entry.title >> entry.submenu;
+    argument.endStructure();
+    return argument;
+}
+
 } // namespace tarnvik::gnome
 
 Q_DECLARE_METATYPE(tarnvik::gnome::DBusImage)
+Q_DECLARE_METATYPE(tarnvik::gnome::DBusMenuItem)
+Q_DECLARE_METATYPE(tarnvik::gnome::DBusMenuEntry)
 
 namespace tarnvik::gnome {
 
@@ -88,6 +136,10 @@ TarnvikGnomeExtension::TarnvikGnomeExtension()
     qDBusRegisterMetaType<QList<uint>>();
     qDBusRegisterMetaType<DBusImage>();
     qDBusRegisterMetaType<QList<DBusImage>>();
+    qDBusRegisterMetaType<DBusMenuItem>();
+    qDBusRegisterMetaType<QList<DBusMenuItem>>();
+    qDBusRegisterMetaType<DBusMenuEntry>();
+    qDBusRegisterMetaType<QList<DBusMenuEntry>>();
     auto bus = QDBusConnection::sessionBus();
     bus.connect(shellService, "/org/gnome/Shell", "org.freedesktop.DBus.Properties",
                 "PropertiesChanged", this, SLOT(propertiesChanged(QDBusMessage)));
@@ -102,6 +154,10 @@ TarnvikGnomeExtension::TarnvikGnomeExtension()
                 SLOT(labelsDrawn(uint, double, double, double)));
     bus.connect(shellService, objectPath, interfaceName, "ShortcutPressed", this,
                 SLOT(shortcutPressed(uint)));
+    bus.connect(shellService, objectPath, interfaceName, "StatusMenuOpened", this,
+                SLOT(statusMenuOpened()));
+    bus.connect(shellService, objectPath, interfaceName, "StatusMenuActivated", this,
+                SLOT(statusMenuActivated(int)));
     bus.connect(shellService, objectPath, interfaceName, "Key", this,
                 SLOT(key(uint, uint, bool, bool, QString)));
     bus.connect("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
@@ -284,6 +340,8 @@ void TarnvikGnomeExtension::shellOwnerChanged(const QString &name, const QString
     readOverviewActive();
     if (_keepRegistered && !newOwner.isEmpty())
         keepRegistered();
+    if (_statusItemShown && !newOwner.isEmpty() && showStatusItem(true))
+        setStatusMenu(std::move(_statusMenu));
 }
 
 void TarnvikGnomeExtension::showLabels(const std::vector<OverviewLabel> &labels)
@@ -328,6 +386,42 @@ void TarnvikGnomeExtension::setLabelsVisible(bool visible)
 void TarnvikGnomeExtension::clearLabels()
 {
     call("ClearLabels", {}, false);
+}
+
+bool TarnvikGnomeExtension::showStatusItem(bool visible)
+{
+    if (ensureRegistered())
+        return false;
+    const auto reply = call("ShowStatusItem", {visible});
+    if (reply.type() == QDBusMessage::ErrorMessage)
+        return false;
+    _statusItemShown = visible;
+    return true;
+}
+
+void TarnvikGnomeExtension::setStatusMenu(std::vector<ShellMenuEntry> menu)
+{
+    QList<DBusMenuEntry> sent;
+    for (const auto &entry : menu) {
+        DBusMenuEntry dbus {entry.id, QString::fromStdString(entry.title), {}};
+        for (const auto &[id, title] : entry.submenu)
+            dbus.submenu.push_back({id, QString::fromStdString(title)});
+        sent.push_back(std::move(dbus));
+    }
+    _statusMenu = std::move(menu);
+    call("SetStatusMenu", {QVariant::fromValue(sent)}, false);
+}
+
+void TarnvikGnomeExtension::statusMenuOpened()
+{
+    if (_statusMenuOpened)
+        _statusMenuOpened();
+}
+
+void TarnvikGnomeExtension::statusMenuActivated(int id)
+{
+    if (_statusMenuActivated)
+        _statusMenuActivated(id);
 }
 
 void TarnvikGnomeExtension::showPanel(const OverviewImage &panel)

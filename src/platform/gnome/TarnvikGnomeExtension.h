@@ -42,6 +42,15 @@ struct ShellMonitor
 // Activities overview and hands it the keys typed there, and the shell's own OverviewActive.
 // The extension answers only the process that registered with it: this one registers when it
 // is first needed, and again after the shell restarts.
+// An entry of the status item's menu in the top bar: chosen, it is reported by `id`. An empty
+// title is a separator; the entries of a submenu have none of their own.
+struct ShellMenuEntry
+{
+    int id = -1;
+    std::string title;
+    std::vector<std::pair<int, std::string>> submenu;
+};
+
 // A key typed while the extension holds the keyboard.
 struct ShellKey
 {
@@ -104,6 +113,16 @@ public:
     void clearLabels();
     void showPanel(const OverviewImage &panel);
     void hidePanel(const std::string &key);
+    // The status item in the top bar, with `menu`, kept through the shell's restarts; false
+    // where the shell has no extension that shows it.
+    bool showStatusItem(bool visible);
+    void setStatusMenu(std::vector<ShellMenuEntry> menu);
+    // `opened` when the menu opens, `activated` with the id of the entry chosen.
+    void onStatusMenu(std::function<void()> opened, std::function<void(int id)> activated)
+    {
+        _statusMenuOpened = std::move(opened);
+        _statusMenuActivated = std::move(activated);
+    }
     std::map<std::string, CGRect> previews();
     std::vector<OverviewWindow> windows();
     // Input through the shell's virtual devices, never waiting: from any thread. `button` as
@@ -135,6 +154,8 @@ private Q_SLOTS:
     void labelsDrawn(uint count, double sinceShortcut, double sinceAsked, double building);
     void shortcutPressed(uint index);
     void key(uint keycode, uint state, bool pressed, bool repeat, const QString &text);
+    void statusMenuOpened();
+    void statusMenuActivated(int id);
     void shellOwnerChanged(const QString &name, const QString &oldOwner, const QString &newOwner);
 
 private:
@@ -154,6 +175,10 @@ private:
     std::vector<std::pair<std::uint32_t, std::uint32_t>> _shortcuts;
     std::function<void(std::uint32_t)> _shortcut;
     std::function<void(const ShellKey &)> _key;
+    std::function<void()> _statusMenuOpened;
+    std::function<void(int)> _statusMenuActivated;
+    bool _statusItemShown = false;
+    std::vector<ShellMenuEntry> _statusMenu;
 };
 
 } // namespace tarnvik::gnome
