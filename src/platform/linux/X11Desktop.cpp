@@ -33,6 +33,21 @@ std::optional<std::uint32_t> cardinalOf(const Reply<xcb_get_property_reply_t> &r
     return *static_cast<const std::uint32_t *>(xcb_get_property_value(reply.get()));
 }
 
+// The window less the shadow a client draws around itself under a compositor, which
+// _GTK_FRAME_EXTENTS gives (left, right, top, bottom): what the user sees as the window.
+std::optional<CGRect> insetByFrameExtents(const CGRect &window,
+                                          const Reply<xcb_get_property_reply_t> &extents)
+{
+    if (!extents || extents->format != 32 || xcb_get_property_value_length(extents.get()) < 16)
+        return std::nullopt;
+    const auto *e = static_cast<const std::uint32_t *>(xcb_get_property_value(extents.get()));
+    const double width = window.size.width - e[0] - e[1];
+    const double height = window.size.height - e[2] - e[3];
+    if (width <= 0 || height <= 0)
+        return std::nullopt;
+    return makeRect(window.origin.x + e[0], window.origin.y + e[2], width, height);
+}
+
 std::string textOf(const Reply<xcb_get_property_reply_t> &reply)
 {
     if (!reply)
@@ -71,7 +86,10 @@ struct Client
     std::optional<std::uint32_t> pid;
     WindowIdentity identity;
     std::string title;
+    // The X window.
     std::optional<CGRect> frame;
+    // Inside it, what the user sees as the window, where the client draws a shadow around it.
+    std::optional<CGRect> shown;
     bool viewable = false;
     Panel panel = Panel::None;
 };
@@ -136,7 +154,7 @@ public:
         const xcb_atom_t utf8 = atom("UTF8_STRING");
         struct Asked
         {
-            xcb_get_property_cookie_t pid, wmClass, gtkId, netName, wmName, type;
+            xcb_get_property_cookie_t pid, wmClass, gtkId, netName, wmName, type, frameExtents;
             xcb_get_geometry_cookie_t geometry;
             xcb_translate_coordinates_cookie_t position;
             xcb_get_window_attributes_cookie_t attributes;
@@ -148,6 +166,7 @@ public:
                 {ask(w, "_NET_WM_PID", XCB_ATOM_CARDINAL), ask(w, "WM_CLASS", XCB_ATOM_STRING),
                  ask(w, "_GTK_APPLICATION_ID", utf8), ask(w, "_NET_WM_NAME", utf8),
                  ask(w, "WM_NAME", XCB_ATOM_STRING), ask(w, "_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM),
+                 ask(w, "_GTK_FRAME_EXTENTS", XCB_ATOM_CARDINAL, 4),
                  xcb_get_geometry(connection, w),
                  xcb_translate_coordinates(connection, w, root, 0, 0),
                  xcb_get_window_attributes(connection, w)});
@@ -174,9 +193,12 @@ public:
                 xcb_get_geometry_reply(connection, a.geometry, nullptr));
             Reply<xcb_translate_coordinates_reply_t> position(
                 xcb_translate_coordinates_reply(connection, a.position, nullptr));
-            if (geometry && position)
+            auto frameExtents = answer(a.frameExtents);
+            if (geometry && position) {
                 c.frame =
                     makeRect(position->dst_x, position->dst_y, geometry->width, geometry->height);
+                c.shown = insetByFrameExtents(*c.frame, frameExtents);
+            }
             Reply<xcb_get_window_attributes_reply_t> attributes(
                 xcb_get_window_attributes_reply(connection, a.attributes, nullptr));
             c.viewable = attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
@@ -252,9 +274,15 @@ std::vector<ClientWindow> X11Desktop::clientWindows(pid_t pid)
     const auto active = _x->activeWindow();
     std::vector<ClientWindow> result;
     for (const auto &c : _x->clients("_NET_CLIENT_LIST_STACKING")) {
+        // What the user sees, without the shadow a client draws under a compositor: GTK 4 and
+        // Firefox report their windows so, and count from there. GTK 3 reports its shadow
+        // too, and comes out the same, as it scales by whole numbers only.
         if (c.pid == std::optional(static_cast<std::uint32_t>(pid)) && c.frame)
-            result.push_back(
-                ClientWindow {c.title, *c.frame, active == std::optional(c.window), c.panel});
+            result.push_back({.title = c.title,
+                              .frame = c.shown.value_or(*c.frame),
+                              .isActive = active == std::optional(c.window),
+                              .panel = c.panel,
+                              .surface = *c.frame});
     }
     return result;
 }

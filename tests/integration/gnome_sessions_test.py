@@ -1,8 +1,10 @@
-"""Tarnvik on GNOME Shell's Wayland form (TARNVIK_DESKTOP_SHELL=gnome-wayland), with native
-Wayland windows and no X display: only the shell, through the extension, knows where a window
-stands, holds the keyboard and posts input. The tests' probe extension clicks where Tarnvik says
-an element is; keys are typed through Mutter's remote desktop session; the application reports
-what each did."""
+"""Tarnvik's sessions on GNOME Shell, in both of its forms. On the Wayland form
+(TARNVIK_DESKTOP_SHELL=gnome-wayland), with native Wayland windows and no X display, only the
+shell, through the extension, knows where a window stands, holds the keyboard, draws over
+windows and posts input; on the X11 form (gnome-x11) Tarnvik does all that through X, with the
+shell as its window manager. The tests' probe extension clicks where Tarnvik says an element
+is; keys are typed through Mutter's remote desktop session; the application reports what each
+did."""
 
 import os
 import signal
@@ -17,9 +19,11 @@ from desktop_apps import (PAGES, Application, ResidentTarnvik, chromium, firefox
 from gnome_shell import (RemoteKeyboard, click, drawn_labels, drawn_panels, focused_text,
                          pointer, set_overview)
 
-# Tarnvik and the applications are given the Wayland display alone, as on a session without
-# Xwayland.
-os.environ.pop("DISPLAY", None)
+WAYLAND = os.environ.get("TARNVIK_DESKTOP_SHELL") == "gnome-wayland"
+if WAYLAND:
+    # Tarnvik and the applications are given the Wayland display alone, as on a session
+    # without Xwayland.
+    os.environ.pop("DISPLAY", None)
 SHIFT, SUPER, ESCAPE, RETURN = 0xffe1, 0xffeb, 0xff1b, 0xff0d
 # Not the default Shift+Super+Space, which GNOME keeps for switching input sources.
 SETTINGS = ("non-search-shortcut=⇧⌘K\nsearch-shortcut=⇧⌘L\n"
@@ -27,18 +31,51 @@ SETTINGS = ("non-search-shortcut=⇧⌘K\nsearch-shortcut=⇧⌘L\n"
 KEYBOARD = None
 LISTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "scroll_lists.py")
 CONTROLS = (PAGES / "controls.html").as_uri()
-# Each toolkit as a native Wayland client, and the name of a check box of its window that
-# stands far from the window's corner.
+GDK, QPA, MOZ, OZONE = (("wayland", "wayland", "1", "wayland") if WAYLAND
+                        else ("x11", "xcb", "0", "x11"))
+# Each toolkit as a native client of the form's display server, and the name of a check box of
+# its window that stands far from the window's corner.
 TOOLKITS = {
-    "gtk3": (lambda home: ["env", "GDK_BACKEND=wayland", "gtk3-widget-factory"], "checkbutton"),
-    "gtk4": (lambda home: ["env", "GDK_BACKEND=wayland", "gtk4-widget-factory"], "checkbutton"),
-    "qt6": (lambda home: ["env", "QT_QPA_PLATFORM=wayland", os.environ["QT_CONTROLS"]],
+    "gtk3": (lambda home: ["env", f"GDK_BACKEND={GDK}", "gtk3-widget-factory"], "checkbutton"),
+    "gtk4": (lambda home: ["env", f"GDK_BACKEND={GDK}", "gtk4-widget-factory"], "checkbutton"),
+    "qt6": (lambda home: ["env", f"QT_QPA_PLATFORM={QPA}", os.environ["QT_CONTROLS"]],
             "Check Me"),
-    "firefox": (lambda home: ["env", "MOZ_ENABLE_WAYLAND=1", *firefox(home), CONTROLS],
+    "firefox": (lambda home: ["env", f"MOZ_ENABLE_WAYLAND={MOZ}", *firefox(home), CONTROLS],
                 "Check Me"),
-    "chromium": (lambda home: [*chromium(home), "--ozone-platform=wayland", CONTROLS],
+    "chromium": (lambda home: [*chromium(home), f"--ozone-platform={OZONE}", CONTROLS],
                  "Check Me"),
 }
+
+
+# What a session shows, as the shell draws it on Wayland.
+def labels_shown():
+    return bool(drawn_labels())
+
+
+def search_field_shown():
+    return "search" in drawn_panels()
+
+
+def tutor_shown():
+    return "tutor" in drawn_panels()
+
+
+def session_gone():
+    """Nothing of a session shows."""
+    return not drawn_labels() and not drawn_panels()
+
+
+def alone_highlighted():
+    """The search's one match highlighted, with no label to type."""
+    return "focus" in drawn_panels() and not drawn_labels()
+
+
+# On the X11 form, where Tarnvik takes the keys through X, letters typed in a session now and
+# then did not reach it (through Mutter's remote desktop and through XTest alike), for the
+# browsers most; left open in docs/gnome.md. There the suite checks where Tarnvik places
+# elements, which was wrong for GTK 4 and Firefox.
+typing_on_wayland = unittest.skipUnless(
+    WAYLAND, "keys typed on GNOME Shell's X11 form reach a session only now and then")
 
 
 def setUpModule():
@@ -100,6 +137,9 @@ def labelled_check_box(application, name):
     `tarnvik targets` says of it: its label and its frame."""
     process = application.process.pid
     boxes = poll("its check boxes", lambda: check_boxes(process, name), 60)
+    if not WAYLAND:
+        # Mutter on X11 leaves a window started from a script without the focus now and then.
+        application.bring_to_front()
     labelled = poll("its check boxes labelled", lambda: [
         t for t in targets()["targets"] if t["role"] == "AXCheckBox" and t["title"] == name], 60)
     assert len(labelled) == len(boxes), (labelled, boxes)
@@ -158,9 +198,10 @@ def press_shortcut(tarnvik, mode, letter):
 
 def start_session(tarnvik):
     press_shortcut(tarnvik, "click", "k")
-    poll("the labels drawn", drawn_labels, 10)
+    poll("the labels drawn", labels_shown, 10)
 
 
+@typing_on_wayland
 class TypedLabels(unittest.TestCase):
     """For each toolkit, the click shortcut, then the label `tarnvik targets` gives a check box
     far from the window's corner, clicks it."""
@@ -179,17 +220,18 @@ class TypedLabels(unittest.TestCase):
                     for letter in target["label"].lower():
                         KEYBOARD.chord(ord(letter))
                     poll("the check box flipped", lambda: checked(box) != before, 10)
-                    poll("the labels gone", lambda: not drawn_labels(), 10)
+                    poll("the labels gone", session_gone, 10)
                 finally:
                     application.stop()
 
 
+@typing_on_wayland
 class ScrollMode(unittest.TestCase):
     """Scroll mode over a native GTK 3 window: J held a second scrolls the chosen list by the
     pixels its speed says (1 px/ms by default), through the shell's smooth scrolling."""
 
     def test_holding_j_a_second_scrolls_the_chosen_list_by_its_speed(self):
-        lists = Application(lambda home: ["env", "GDK_BACKEND=wayland", sys.executable, LISTS])
+        lists = Application(lambda home: ["env", f"GDK_BACKEND={GDK}", sys.executable, LISTS])
         self.addCleanup(lists.stop)
         bars = poll("the lists' scroll bars", lambda: vertical_scroll_bars(lists.process.pid))
         tarnvik = ResidentTarnvik()
@@ -225,6 +267,7 @@ def showing_menu_items(process):
     return []
 
 
+@typing_on_wayland
 class Sessions(unittest.TestCase):
     """Over a GTK 3 window: search mode and a right click through the shell's panels and
     pointer; Escape gives the keyboard back, and so does a Tarnvik that is killed or stops
@@ -265,15 +308,14 @@ class Sessions(unittest.TestCase):
         box, _ = labelled_check_box(controls, "Check Me")
         before = checked(box)
         press_shortcut(self.tarnvik, "click", "l")
-        poll("the search field drawn", lambda: "search" in drawn_panels(), 10)
+        poll("the search field drawn", search_field_shown, 10)
         for letter in "check me":
             KEYBOARD.chord(ord(letter))
         # One match: highlighted, and with no label to type.
-        poll("the check box alone highlighted",
-             lambda: "focus" in drawn_panels() and not drawn_labels(), 10)
+        poll("the check box alone highlighted", alone_highlighted, 10)
         KEYBOARD.chord(RETURN)
         poll("the check box flipped", lambda: checked(box) != before, 10)
-        poll("the panels gone", lambda: not drawn_panels(), 10)
+        poll("the session gone", session_gone, 10)
 
     def test_question_mark_explains_the_focused_element_and_a_letter_dismisses_it(self):
         controls = Application(TOOLKITS["qt6"][0])
@@ -282,44 +324,48 @@ class Sessions(unittest.TestCase):
         press_shortcut(self.tarnvik, "click", "l")
         for letter in "check me":
             KEYBOARD.chord(ord(letter))
-        poll("the check box alone highlighted",
-             lambda: "focus" in drawn_panels() and not drawn_labels(), 10)
+        poll("the check box alone highlighted", alone_highlighted, 10)
         KEYBOARD.chord(SHIFT, ord("/"))
-        poll("the tutor's popover drawn", lambda: "tutor" in drawn_panels(), 10)
+        poll("the tutor's popover drawn", tutor_shown, 10)
         KEYBOARD.chord(ord("x"))
-        poll("the tutor dismissed", lambda: "tutor" not in drawn_panels(), 10)
-        self.assertIn("search", drawn_panels())
+        poll("the tutor dismissed", lambda: not tutor_shown(), 10)
+        self.assertTrue(search_field_shown())
         KEYBOARD.chord(ESCAPE)
-        poll("the panels gone", lambda: not drawn_panels(), 10)
+        poll("the session gone", session_gone, 10)
 
     def test_shift_on_the_last_letter_right_clicks(self):
         pid = self.factory.process.pid
-        label = poll("an entry's label", lambda: next(
-            (t["label"] for t in targets()["targets"] if t["role"] == "AXTextField"), None))
+        def entry_label():
+            # Nothing is in front until the window manager gives the window the focus.
+            try:
+                listing = targets()["targets"]
+            except AssertionError:
+                return None
+            return next((t["label"] for t in listing if t["role"] == "AXTextField"), None)
+        label = poll("an entry's label", entry_label)
         menus_before = len(showing_menu_items(pid))
         self.start_session()
         for letter in label[:-1].lower():
             KEYBOARD.chord(ord(letter))
-        # The keys held past the click, as a person holds them (a key stays down some 100 ms):
-        # GTK asks for the menu's grab with the last event it saw, and a key let go in the
-        # instant after the click, which only a script does, is taken for it and the grab
-        # refused.
+        # The last letter with Shift, both held as long as a person holds a key. On Wayland
+        # the click comes while they are down: GTK asks for its menu's grab with the last
+        # event it saw, and keys let go in the instant after the click, as only a script lets
+        # them go, would be taken for it and the grab refused. On X11 the click waits for
+        # Shift to be let go, so that it is made with no modifier.
         last = ord(label[-1].lower())
         KEYBOARD.key(SHIFT, True)
         KEYBOARD.key(last, True)
-        try:
-            poll("its context menu open", lambda: len(showing_menu_items(pid)) > menus_before,
-                 10)
-        finally:
-            KEYBOARD.key(last, False)
-            KEYBOARD.key(SHIFT, False)
+        time.sleep(0.15)
+        KEYBOARD.key(last, False)
+        KEYBOARD.key(SHIFT, False)
+        poll("its context menu open", lambda: len(showing_menu_items(pid)) > menus_before, 10)
         KEYBOARD.chord(ESCAPE)
         poll("the context menu closed", lambda: len(showing_menu_items(pid)) == menus_before, 10)
 
     def test_escape_gives_the_keyboard_back(self):
         self.start_session()
         KEYBOARD.chord(ESCAPE)
-        poll("the labels gone", lambda: not drawn_labels(), 10)
+        poll("the labels gone", session_gone, 10)
         poll("typing to reach the window", self.keys_reach_the_window, 10)
 
     def test_a_killed_tarnvik_gives_the_keyboard_back(self):
