@@ -29,18 +29,24 @@ function setPixels(content, pixels, width, height, stride) {
     }
 }
 
+// Actors of images kept hidden beyond those shown, at the most: the labels of a few windows.
+const KEPT_ACTORS = 1000;
+
 class LabelLayer {
     constructor() {
         // The pixels of each image Tarnvik sent, by its key.
         this._images = new Map();
+        // The actor of each image, by its key, shown or hidden. Making actors is most of the
+        // shell's work for a session's labels: a typed letter shows a few of the same images
+        // and hides the rest, and the next session shows the same labels over the same window.
+        this._actors = new Map();
         this.actor = new St.Widget({ name: 'tarnvikLabels', accessible_name: 'Tarnvik labels' });
         Main.layoutManager.uiGroup.add_child(this.actor);
     }
 
     // In place of the labels shown; hidden ones stay hidden until shown again.
     show(labels) {
-        this._shown = null;
-        this.actor.destroy_all_children();
+        this._destroyAll();
         for (const label of labels)
             this._add(label);
         // Above the overview and everything the shell put up since.
@@ -51,52 +57,65 @@ class LabelLayer {
     // width, pixel height, stride, premultiplied BGRA pixels). The pixels of a key are kept
     // once sent, and sent no more. A key starts with the label's text and a slash.
     showImages(images) {
-        // The actors of the images shown before stay where their keys come again: a typed
-        // letter changes a few labels and hides the rest.
-        const before = this._shown ?? new Map();
-        this._shown = new Map();
-        const kept = new Set(before.values());
+        // What show() drew has no key.
+        const kept = new Set(this._actors.values());
         for (const child of this.actor.get_children()) {
             if (!kept.has(child))
                 child.destroy();
         }
+        const shown = new Set();
         for (let i = 0; i < images.n_children(); i++) {
             const image = images.get_child_value(i);
             const [key, x, y, width, height, pixelWidth, pixelHeight, stride] =
                 [0, 1, 2, 3, 4, 5, 6, 7].map(n => image.get_child_value(n).unpack());
-            const shown = before.get(key);
-            if (shown) {
-                before.delete(key);
-                shown.set_position(x, y);
-                shown.set_size(width, height);
-                this._shown.set(key, shown);
-                continue;
-            }
-            let content = this._images.get(key);
-            if (!content) {
-                const pixels = image.get_child_value(8).get_data_as_bytes();
-                if (pixels.get_size() < stride * pixelHeight)
+            let actor = this._actors.get(key);
+            if (actor) {
+                actor.set_position(x, y);
+                actor.set_size(width, height);
+                actor.show();
+            } else {
+                const content = this._contentOf(key, image, pixelWidth, pixelHeight, stride);
+                if (!content)
                     continue;
-                content = St.ImageContent.new_with_preferred_size(pixelWidth, pixelHeight);
-                setPixels(content, pixels, pixelWidth, pixelHeight, stride);
-                this._images.set(key, content);
+                // Named by its text, as a label would be, for the accessibility tree.
+                actor = new St.Widget({
+                    x, y, width, height, content, accessible_name: key.split('/')[0],
+                });
+                this.actor.add_child(actor);
+                this._actors.set(key, actor);
             }
-            // Named by its text, as a label would be, for the accessibility tree.
-            const actor = new St.Widget({
-                x, y, width, height, content, accessible_name: key.split('/')[0],
-            });
-            this.actor.add_child(actor);
-            this._shown.set(key, actor);
+            shown.add(key);
         }
-        for (const gone of before.values())
-            gone.destroy();
+        for (const [key, actor] of this._actors) {
+            if (shown.has(key))
+                continue;
+            if (this._actors.size > shown.size + KEPT_ACTORS) {
+                actor.destroy();
+                this._actors.delete(key);
+            } else {
+                actor.hide();
+            }
+        }
         Main.layoutManager.uiGroup.set_child_above_sibling(this.actor, null);
+    }
+
+    _contentOf(key, image, pixelWidth, pixelHeight, stride) {
+        let content = this._images.get(key);
+        if (content)
+            return content;
+        const pixels = image.get_child_value(8).get_data_as_bytes();
+        if (pixels.get_size() < stride * pixelHeight)
+            return null;
+        content = St.ImageContent.new_with_preferred_size(pixelWidth, pixelHeight);
+        setPixels(content, pixels, pixelWidth, pixelHeight, stride);
+        this._images.set(key, content);
+        return content;
     }
 
     // No labels, and the next ones shown at once.
     clear() {
-        this._shown = null;
-        this.actor.destroy_all_children();
+        for (const child of this.actor.get_children())
+            child.hide();
         this.actor.show();
     }
 
@@ -122,6 +141,12 @@ class LabelLayer {
 
     forgetImages() {
         this._images.clear();
+        this._destroyAll();
+    }
+
+    _destroyAll() {
+        this._actors.clear();
+        this.actor.destroy_all_children();
     }
 
     destroy() {

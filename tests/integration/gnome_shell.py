@@ -111,7 +111,9 @@ def drawn(layer="Tarnvik labels"):
         layers = showing_in_shell(lambda a: a.name == layer)
         if not layers:
             return []
-        return [(c.getRole(), c.name, rect(c)) for c in layers[0] if c is not None]
+        # The shell keeps the actors of labels hidden for the next session.
+        return [(c.getRole(), c.name, rect(c)) for c in layers[0]
+                if c is not None and c.getState().contains(pyatspi.STATE_SHOWING)]
     for _ in range(10):
         try:
             return read()
