@@ -75,6 +75,35 @@ TEST(CoordinateSpace, ChromiumScalesItsOwnWidgetsButNotItsPagesOrHitTests)
     EXPECT_EQ(asked.y, 176);
 }
 
+TEST(CoordinateSpace, UnderACompositorAWindowCountsFromWhatItReportsWithOrWithoutItsShadow)
+{
+    // GNOME Shell on X11: Firefox's X window at 293, 43 (1332x995) with the frame extents 26, 26,
+    // 23, 29; it reports its window without them, 319, 66 (1280x943), and its objects where
+    // they stand.
+    ClientWindow firefox = window("Tarnvik Controls — Mozilla Firefox", 319, 66, 1280, 943);
+    firefox.surface = makeRect(293, 43, 1332, 995);
+    const auto gecko =
+        CoordinateSpace::of(toolkitGeometry("Gecko", "115"), {firefox},
+                            {frame("Tarnvik Controls — Mozilla Firefox", 319, 66, 1280, 943)});
+    expectRect(gecko.toRoot(at(352, 284, 14, 14), false), 352, 284, 14, 14);
+    // GTK 4 counts from its window without the shadow: gtk4-widget-factory's X window at 112,
+    // 79 (1694x898), extents 14, 14, 12, 17, a check box reported at 14, 413 in its window.
+    ClientWindow factory = window("GTK Widget Factory", 126, 91, 1666, 869);
+    factory.surface = makeRect(112, 79, 1694, 898);
+    const auto gtk4 = CoordinateSpace::of(toolkitGeometry("gtk", "4.8.3"), {factory},
+                                          {frame("GTK Widget Factory", 0, 0, 1666, 869)});
+    expectRect(gtk4.toRoot(at(14, 413, 100, 16), false), 140, 504, 100, 16);
+    // Chromium on openbox at twice its size keeps extents of 8, 8, 0, 8 and reports its whole
+    // X window, at 20, 20 (1880x1040), in its own pixels.
+    ClientWindow chromium = window("Tarnvik Controls - Chromium", 28, 20, 1864, 1032);
+    chromium.surface = makeRect(20, 20, 1880, 1040);
+    const auto scaled =
+        CoordinateSpace::of(toolkitGeometry("Chromium", "156"), {chromium},
+                            {frame("Tarnvik Controls - Chromium", 10, 10, 940, 520)});
+    EXPECT_EQ(scaled.scale(), 2);
+    expectRect(scaled.toRoot(at(60, 40, 20, 10), false), 120, 80, 40, 20);
+}
+
 TEST(CoordinateSpace, AWindowWhoseFrameWasNotFoundKeepsTheToolkitsPixels)
 {
     // Or nothing on the X server.

@@ -20,6 +20,12 @@ const ClientWindow *anchorWindow(const std::vector<ClientWindow> &clients)
     return clients.empty() ? nullptr : &clients.front();
 }
 
+bool sizeOf(const CGRect &window, const Extents &e)
+{
+    return std::abs(window.size.width - e.width) <= 1
+        && std::abs(window.size.height - e.height) <= 1;
+}
+
 // Whether the frame may be the window scaled: a scale keeps the shape. An open popup menu is
 // active too, and has another.
 bool sameShape(const ClientWindow &client, const Extents &e)
@@ -110,10 +116,17 @@ CoordinateSpace CoordinateSpace::of(const ToolkitGeometry &toolkit,
 {
     CoordinateSpace space;
     space._pagesInRootPixels = toolkit.pagesInRootPixels;
-    const ClientWindow *client = anchorWindow(clients);
-    if (!client)
+    const ClientWindow *anchor = anchorWindow(clients);
+    if (!anchor)
         return space;
-    const ReportedWindow *frame = frameOfWindow(*client, reported);
+    const ReportedWindow *frame = frameOfWindow(*anchor, reported);
+    // A client may draw a shadow around its window inside its X window: the toolkit's window
+    // is what the user sees where it reports that size (GTK 4, Firefox under a compositor),
+    // else the whole X window (GTK 3; Chromium, which keeps its extents even without one).
+    ClientWindow drawn = *anchor;
+    if (!frame || !sizeOf(anchor->frame, frame->extents))
+        drawn.frame = anchor->surface;
+    const ClientWindow *client = &drawn;
     if (frame)
         space._scale = scaleOf(toolkit, *client, *frame);
     if (!toolkit.relativeToWindow && space._scale == 1)
@@ -146,7 +159,7 @@ CoordinateSpace CoordinateSpace::ofSurfaces(const ToolkitGeometry &toolkit,
     // draws itself, as wide on the left, the right and the bottom, the title bar on top (Qt).
     const auto &e = window->extents;
     const auto sized = [&e](const CGRect &r) {
-        return std::abs(r.size.width - e.width) <= 1 && std::abs(r.size.height - e.height) <= 1;
+        return sizeOf(r, e);
     };
     if (sized(client->frame) && !sized(surface)) {
         space._rootAnchor = client->frame.origin;

@@ -274,9 +274,8 @@ std::vector<ClientWindow> X11Desktop::clientWindows(pid_t pid)
     const auto active = _x->activeWindow();
     std::vector<ClientWindow> result;
     for (const auto &c : _x->clients("_NET_CLIENT_LIST_STACKING")) {
-        // What the user sees, without the shadow a client draws under a compositor: GTK 4 and
-        // Firefox report their windows so, and count from there. GTK 3 reports its shadow
-        // too, and comes out the same, as it scales by whole numbers only.
+        // What the user sees, without the shadow a client draws around it; which of the two
+        // the toolkit counts from, its reported size tells (CoordinateSpace).
         if (c.pid == std::optional(static_cast<std::uint32_t>(pid)) && c.frame)
             result.push_back({.title = c.title,
                               .frame = c.shown.value_or(*c.frame),
