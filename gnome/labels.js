@@ -29,6 +29,22 @@ function setPixels(content, pixels, width, height, stride) {
     }
 }
 
+// An image as ShowImages and ShowPanel take it: (key, x, y, width, height, pixel width, pixel
+// height, stride, premultiplied BGRA pixels), all but the pixels.
+function imageFields(image) {
+    return [0, 1, 2, 3, 4, 5, 6, 7].map(n => image.get_child_value(n).unpack());
+}
+
+// The image's pixels as an actor's content; nothing where fewer came than its size needs.
+function imageContent(image, pixelWidth, pixelHeight, stride) {
+    const pixels = image.get_child_value(8).get_data_as_bytes();
+    if (pixels.get_size() < stride * pixelHeight)
+        return null;
+    const content = St.ImageContent.new_with_preferred_size(pixelWidth, pixelHeight);
+    setPixels(content, pixels, pixelWidth, pixelHeight, stride);
+    return content;
+}
+
 // Actors of images kept hidden beyond those shown, at the most: the labels of a few windows.
 const KEPT_ACTORS = 1000;
 
@@ -67,7 +83,7 @@ class LabelLayer {
         for (let i = 0; i < images.n_children(); i++) {
             const image = images.get_child_value(i);
             const [key, x, y, width, height, pixelWidth, pixelHeight, stride] =
-                [0, 1, 2, 3, 4, 5, 6, 7].map(n => image.get_child_value(n).unpack());
+                imageFields(image);
             let actor = this._actors.get(key);
             if (actor) {
                 actor.set_position(x, y);
@@ -101,14 +117,11 @@ class LabelLayer {
 
     _contentOf(key, image, pixelWidth, pixelHeight, stride) {
         let content = this._images.get(key);
-        if (content)
-            return content;
-        const pixels = image.get_child_value(8).get_data_as_bytes();
-        if (pixels.get_size() < stride * pixelHeight)
-            return null;
-        content = St.ImageContent.new_with_preferred_size(pixelWidth, pixelHeight);
-        setPixels(content, pixels, pixelWidth, pixelHeight, stride);
-        this._images.set(key, content);
+        if (!content) {
+            content = imageContent(image, pixelWidth, pixelHeight, stride);
+            if (content)
+                this._images.set(key, content);
+        }
         return content;
     }
 
@@ -163,16 +176,12 @@ class PanelLayer {
         Main.layoutManager.uiGroup.add_child(this.actor);
     }
 
-    // `image` as ShowImages takes each: (name, x, y, width, height, pixel width, pixel height,
-    // stride, pixels).
+    // `image` as ShowImages takes each, its key the panel's name.
     show(image) {
-        const [name, x, y, width, height, pixelWidth, pixelHeight, stride] =
-            [0, 1, 2, 3, 4, 5, 6, 7].map(n => image.get_child_value(n).unpack());
-        const pixels = image.get_child_value(8).get_data_as_bytes();
-        if (pixels.get_size() < stride * pixelHeight)
+        const [name, x, y, width, height, pixelWidth, pixelHeight, stride] = imageFields(image);
+        const content = imageContent(image, pixelWidth, pixelHeight, stride);
+        if (!content)
             throw new Error(`${name}: fewer pixels than ${pixelHeight} rows of ${stride} bytes`);
-        const content = St.ImageContent.new_with_preferred_size(pixelWidth, pixelHeight);
-        setPixels(content, pixels, pixelWidth, pixelHeight, stride);
         let actor = this._panels.get(name);
         if (!actor) {
             actor = new St.Widget({ accessible_name: name });

@@ -27,6 +27,11 @@ void OverviewTargetsWindow::close()
 {
     _view = nullptr;
     _overview.clearLabels();
+    hideFocus();
+}
+
+void OverviewTargetsWindow::hideFocus()
+{
     if (_focusShown)
         _overview.hidePanel(focusPanel);
     _focusShown.reset();
@@ -118,12 +123,8 @@ void OverviewTargetsWindow::showImages()
 void OverviewTargetsWindow::showFocus()
 {
     const auto focus = _view->focusFrame(_screen);
-    if (!focus) {
-        if (_focusShown)
-            _overview.hidePanel(focusPanel);
-        _focusShown.reset();
-        return;
-    }
+    if (!focus)
+        return hideFocus();
     const CGRect frame =
         makeRect(_screen.origin.x + focus->origin.x, _screen.origin.y + focus->origin.y,
                  focus->size.width, focus->size.height);

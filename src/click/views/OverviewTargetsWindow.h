@@ -31,6 +31,7 @@ public:
 private:
     void showImages();
     void showFocus();
+    void hideFocus();
 
     Overview &_overview;
     std::shared_ptr<LabelImageCache> _labels;

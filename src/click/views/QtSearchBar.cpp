@@ -231,8 +231,7 @@ void QtSearchBar::moveTo(CGPoint origin)
                      int(_environment.firstScreenHeight() - origin.y - double(_widget->height())));
     if (!_environment.shell)
         return _widget->move(_origin);
-    if (_shown)
-        sendToShell();
+    sendToShell();
 }
 
 void QtSearchBar::stopProgress()
