@@ -1,6 +1,6 @@
 // A test's own hands and eyes in GNOME Shell on Wayland, where no client may post input to
 // another or see the pointer: a click at a point, through a virtual pointer of the shell's
-// seat, and where the pointer stands. Loaded only on the tests'
+// seat, where the pointer stands, and whether the shell has started up. Loaded only on the tests'
 // desktops beside Tarnvik's extension, and sharing nothing with it, so that a test can check
 // independently where Tarnvik says an element stands.
 
@@ -13,6 +13,9 @@ const PROBE = `<node>
     <method name="Pointer">
       <arg name="x" type="i" direction="out"/>
       <arg name="y" type="i" direction="out"/>
+    </method>
+    <method name="StartedUp">
+      <arg name="done" type="b" direction="out"/>
     </method>
   </interface>
 </node>`;
@@ -36,6 +39,12 @@ class ProbeService {
     Pointer() {
         const [x, y] = global.get_pointer();
         return [x, y];
+    }
+
+    // The shell opens its overview as the last step of starting up, over every window, and a
+    // window started under it gets no focus: a test waits for that step before it closes it.
+    StartedUp() {
+        return !Main.layoutManager._startingUp;
     }
 
     destroy() {

@@ -17,8 +17,8 @@ from gi.repository import GLib
 
 from desktop_apps import (PAGES, Application, ResidentTarnvik, chromium, firefox, main, poll,
                           targets)
-from gnome_shell import (RemoteKeyboard, click, drawn_labels, drawn_panels, focused_text,
-                         overview_active, pointer, set_overview)
+from gnome_shell import (RemoteKeyboard, click, close_overview_after_start_up, drawn_labels,
+                         drawn_panels, focused_text, pointer)
 
 WAYLAND = os.environ.get("TARNVIK_DESKTOP_SHELL") == "gnome-wayland"
 if WAYLAND:
@@ -81,9 +81,7 @@ typing_on_wayland = unittest.skipUnless(
 
 def setUpModule():
     global KEYBOARD
-    # The shell starts with its overview open, over every window, and a window started under it
-    # gets no focus: closed once it is open, asked again until it is.
-    poll("the overview closed", lambda: not overview_active() or set_overview(False), 30)
+    close_overview_after_start_up()
     KEYBOARD = RemoteKeyboard()
 
 
@@ -138,13 +136,16 @@ def checked(accessible):
     return accessible.getState().contains(pyatspi.STATE_CHECKED)
 
 
-def front_targets():
+def front_targets(last=None):
     """What `tarnvik targets` lists, once a window is in front: none is until the window
-    manager gives a new window the focus."""
+    manager gives a new window the focus. `last` keeps what it said, for a test that gives up."""
+    last = {} if last is None else last
     try:
-        return targets()["targets"]
-    except AssertionError:
+        last["answer"] = targets()["targets"]
+    except AssertionError as error:
+        last["answer"] = str(error)
         return None
+    return last["answer"]
 
 
 def labelled_check_box(application, name):
@@ -152,8 +153,13 @@ def labelled_check_box(application, name):
     `tarnvik targets` says of it: its label and its frame."""
     process = application.process.pid
     boxes = poll("its check boxes", lambda: check_boxes(process, name), 60)
-    labelled = poll("its check boxes labelled", lambda: [
-        t for t in front_targets() or [] if t["role"] == "AXCheckBox" and t["title"] == name], 60)
+    last = {}
+    try:
+        labelled = poll("its check boxes labelled", lambda: [
+            t for t in front_targets(last) or []
+            if t["role"] == "AXCheckBox" and t["title"] == name], 60)
+    except AssertionError as error:
+        raise AssertionError(f"{error}; `tarnvik targets` last said: {last.get('answer')}")
     assert len(labelled) == len(boxes), (labelled, boxes)
     index = next(i for i, box in enumerate(boxes)
                  if box.getState().contains(pyatspi.STATE_SENSITIVE)
