@@ -42,6 +42,14 @@ class VirtualInput {
             this._letGo();
     }
 
+    // What the seat's keyboards hold now, every keyboard's keys counted, in the masks above.
+    heldModifiers() {
+        const [, , held] = global.get_pointer();
+        const superKey = Clutter.ModifierType.SUPER_MASK | Clutter.ModifierType.MOD4_MASK;
+        return MODIFIER_KEYS.reduce((masks, [mask]) =>
+            (mask === 64 ? held & superKey : held & mask) ? masks | mask : masks, 0);
+    }
+
     // Pixels, as a touchpad scrolls: smooth, and as far as asked.
     scroll(dx, dy) {
         this._pointer.notify_scroll_continuous(now(), dx, dy, Clutter.ScrollSource.FINGER,

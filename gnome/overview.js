@@ -48,6 +48,9 @@ const INTERFACE = `<node>
       <arg name="y" type="d" direction="in"/>
       <arg name="picked" type="b" direction="out"/>
     </method>
+    <method name="HeldModifiers">
+      <arg name="modifiers" type="u" direction="out"/>
+    </method>
     <method name="HoldKeys">
       <arg name="hold" type="b" direction="in"/>
       <arg name="held" type="b" direction="out"/>
@@ -450,6 +453,12 @@ class OverviewService {
             if (preview)
                 Main.activateWindow(preview.metaWindow);
             return new GLib.Variant('(b)', [preview !== undefined]);
+        });
+    }
+
+    HeldModifiersAsync(parameters, invocation) {
+        this._serve(invocation, () => {
+            return new GLib.Variant('(u)', [this._input.heldModifiers()]);
         });
     }
 

@@ -54,12 +54,16 @@ private:
 class GnomeInput final : public DesktopInput
 {
 public:
-    GnomeInput(gnome::TarnvikGnomeExtension &shell, std::unique_ptr<KeyboardLayout> layout,
-               std::function<double()> doubleClickInterval, std::function<bool()> scrollsByPage)
+    GnomeInput(gnome::TarnvikGnomeExtension &shell, Scheduler &scheduler,
+               std::unique_ptr<KeyboardLayout> layout, std::function<double()> doubleClickInterval,
+               std::function<bool()> scrollsByPage)
         : _layout(std::move(layout))
         , _keys(shell, *_layout)
         , _hotKeys(nullptr, shell)
-        , _pointer(shell, std::move(doubleClickInterval), std::move(scrollsByPage))
+        , _pointer({.shell = shell,
+                    .scheduler = scheduler,
+                    .doubleClickInterval = std::move(doubleClickInterval),
+                    .scrollsByPage = std::move(scrollsByPage)})
     { }
 
     KeyboardCapture &keyboard() override { return _keys; }
@@ -85,12 +89,13 @@ private:
 } // namespace
 
 std::unique_ptr<DesktopInput> connectX11Input(gnome::TarnvikGnomeExtension &shell,
+                                              Scheduler &scheduler,
                                               std::function<double()> doubleClickInterval)
 {
     X11Parts x {.keyboard = linux::X11Keyboard::connect(),
                 .keyWatch = linux::X11KeyWatch::connect(),
                 .layouts = linux::XkbLayouts::connect(),
-                .pointer = linux::X11Pointer::connect(std::move(doubleClickInterval))};
+                .pointer = linux::X11Pointer::connect(scheduler, std::move(doubleClickInterval))};
     if (!x.keyboard || !x.keyWatch || !x.layouts || !x.pointer) {
         std::fputs("tarnvik: the display lacks the XTEST or XKB extension\n", stderr);
         return nullptr;
@@ -104,6 +109,7 @@ std::unique_ptr<DesktopInput> connectX11Input(gnome::TarnvikGnomeExtension &shel
 }
 
 std::unique_ptr<DesktopInput> connectGnomeInput(gnome::TarnvikGnomeExtension &shell,
+                                                Scheduler &scheduler,
                                                 std::function<double()> doubleClickInterval,
                                                 std::function<bool()> scrollsByPage)
 {
@@ -112,8 +118,8 @@ std::unique_ptr<DesktopInput> connectGnomeInput(gnome::TarnvikGnomeExtension &sh
         std::fputs("tarnvik: XKB can't make a keymap here\n", stderr);
         return nullptr;
     }
-    return std::make_unique<GnomeInput>(shell, std::move(layout), std::move(doubleClickInterval),
-                                        std::move(scrollsByPage));
+    return std::make_unique<GnomeInput>(shell, scheduler, std::move(layout),
+                                        std::move(doubleClickInterval), std::move(scrollsByPage));
 }
 
 } // namespace tarnvik

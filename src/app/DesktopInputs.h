@@ -4,6 +4,7 @@
 #include "platform/InputSources.h"
 #include "platform/KeyEvents.h"
 #include "platform/Pointer.h"
+#include "platform/Scheduler.h"
 
 #include <functional>
 #include <memory>
@@ -40,9 +41,11 @@ public:
 // The X display's; nothing, with the reason on standard error, when it lacks what the program
 // needs.
 std::unique_ptr<DesktopInput> connectX11Input(gnome::TarnvikGnomeExtension &shell,
+                                              Scheduler &scheduler,
                                               std::function<double()> doubleClickInterval);
 // GNOME Shell's on Wayland, through the extension; `scrollsByPage` as GnomePointer takes it.
 std::unique_ptr<DesktopInput> connectGnomeInput(gnome::TarnvikGnomeExtension &shell,
+                                                Scheduler &scheduler,
                                                 std::function<double()> doubleClickInterval,
                                                 std::function<bool()> scrollsByPage);
 

@@ -81,6 +81,7 @@ void TimedHotKeys::setHandler(Handler handler)
 std::optional<ResidentProgram::Connections> ResidentProgram::connect()
 {
     Connections c;
+    c.scheduler = std::make_unique<QtScheduler>();
     c.shell = std::make_unique<gnome::TarnvikGnomeExtension>();
     c.desktop = connectDesktop(*c.shell);
     if (!c.desktop)
@@ -90,12 +91,12 @@ std::optional<ResidentProgram::Connections> ResidentProgram::connect()
         return QApplication::styleHints()->mouseDoubleClickInterval() / 1000.0;
     };
     if (c.desktop->x11()) {
-        c.input = connectX11Input(*c.shell, doubleClickInterval);
+        c.input = connectX11Input(*c.shell, *c.scheduler, doubleClickInterval);
     } else {
         // The shell hands over keys and posts input only to the registered program, from now on.
         c.shell->keepRegistered();
         auto &desktop = *c.desktop;
-        c.input = connectGnomeInput(*c.shell, doubleClickInterval, [&desktop] {
+        c.input = connectGnomeInput(*c.shell, *c.scheduler, doubleClickInterval, [&desktop] {
             const auto front = desktop.windows().frontmostApplication();
             return front && desktop.accessibility().scrollsByPage(front->processIdentifier);
         });
@@ -129,6 +130,7 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
     , _windows(_c.desktop->windows())
     , _accessibility(_c.desktop->accessibility(), _ownAccessibility)
     , _preferences(_store)
+    , _scheduler(*_c.scheduler)
     , _sounds(_player, _preferences, installedPath("share/tarnvik/sounds"))
     , _hotKeys(_c.input->hotKeys())
     , _shortcuts(_hotKeys)

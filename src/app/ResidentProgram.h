@@ -66,6 +66,8 @@ public:
     // What the program reaches outside itself, connected before anything is made.
     struct Connections
     {
+        // The main queue and its timers, which clicks posted to the desktop wait on too.
+        std::unique_ptr<QtScheduler> scheduler;
         // GNOME Shell's extension, where it runs: the overview, and on Wayland every session.
         std::unique_ptr<gnome::TarnvikGnomeExtension> shell;
         std::unique_ptr<linux::LinuxDesktop> desktop;
@@ -96,7 +98,7 @@ private:
     SplitAccessibility _accessibility;
     QSettingsPreferenceStore _store;
     Preferences _preferences;
-    QtScheduler _scheduler;
+    QtScheduler &_scheduler;
     QtSoundPlayer _player;
     SoundEffectManager _sounds;
     TimedHotKeys _hotKeys;

@@ -17,10 +17,10 @@ counts = {Gdk.EventType.BUTTON_PRESS: 0, Gdk.EventType.DOUBLE_BUTTON_PRESS: 0}
 
 
 def pressed(button, event):
-    if event.type in counts:
-        counts[event.type] += 1
-    if event.type != Gdk.EventType.BUTTON_PRESS:
+    if event.type not in counts:
         return False
+    # Named again at the double click too, which comes after the press it completes.
+    counts[event.type] += 1
     held = [name for mask, name in MODIFIERS if event.state & mask]
     button.set_label(f"button {event.button} with {'+'.join(held) or 'nothing'}, "
                      f"{counts[Gdk.EventType.BUTTON_PRESS]} presses, "

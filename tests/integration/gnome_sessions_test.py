@@ -18,7 +18,7 @@ from gi.repository import GLib
 from desktop_apps import (PAGES, Application, ResidentTarnvik, chromium, firefox, main, poll,
                           targets)
 from gnome_shell import (RemoteKeyboard, click, close_overview_after_start_up, drawn_labels,
-                         drawn_panels, focused_text, pointer)
+                         drawn_panels, focused_text, overview_active, pointer)
 
 WAYLAND = os.environ.get("TARNVIK_DESKTOP_SHELL") == "gnome-wayland"
 if WAYLAND:
@@ -30,7 +30,9 @@ SHIFT, SUPER, ESCAPE, RETURN = 0xffe1, 0xffeb, 0xff1b, 0xff0d
 SETTINGS = ("non-search-shortcut=⇧⌘K\nsearch-shortcut=⇧⌘L\n"
             "auto-activate-mission-control=false\n")
 KEYBOARD = None
-LISTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "scroll_lists.py")
+APPS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps")
+LISTS = os.path.join(APPS, "scroll_lists.py")
+PRESS_LOG = os.path.join(APPS, "press_log.py")
 CONTROLS = (PAGES / "controls.html").as_uri()
 GDK, QPA, MOZ, OZONE = (("wayland", "wayland", "1", "wayland") if WAYLAND
                         else ("x11", "xcb", "0", "x11"))
@@ -359,11 +361,10 @@ class Sessions(unittest.TestCase):
         self.start_session()
         for letter in label[:-1].lower():
             KEYBOARD.chord(ord(letter))
-        # The last letter with Shift, both held as long as a person holds a key. On Wayland
-        # the click comes while they are down: GTK asks for its menu's grab with the last
-        # event it saw, and keys let go in the instant after the click, as only a script lets
-        # them go, would be taken for it and the grab refused. On X11 the click waits for
-        # Shift to be let go, so that it is made with no modifier.
+        # The last letter with Shift, both held as long as a person holds a key: the click
+        # waits for Shift to be let go, and GTK asks for its menu's grab with the last event
+        # it saw, which must not be a key let go in the instant after the click, as only a
+        # script lets it go.
         last = ord(label[-1].lower())
         KEYBOARD.key(SHIFT, True)
         KEYBOARD.key(last, True)
@@ -393,6 +394,86 @@ class Sessions(unittest.TestCase):
         finally:
             self.tarnvik.process.send_signal(signal.SIGCONT)
             self.tarnvik.stop()
+
+
+def push_buttons(process):
+    for application in pyatspi.Registry.getDesktop(0):
+        if application is not None and application.get_process_id() == process:
+            return pyatspi.findAllDescendants(application, lambda a: a is not None
+                                              and a.getRole() == pyatspi.ROLE_PUSH_BUTTON)
+    return []
+
+
+@typing_on_wayland
+class Clicks(unittest.TestCase):
+    """Clicks as a GTK 3 button receives them from the shell's pointer (tests/apps/press_log.py
+    names itself after the last press): with exactly the modifiers a click stands for, and a
+    second press of the last letter as the second click of a double click."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.tarnvik = ResidentTarnvik()
+        cls.tarnvik.start(SETTINGS)
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.tarnvik.remove()
+
+    def setUp(self):
+        # A window of its own for each case: GTK would count a click of one case and the first
+        # of the next as a double click.
+        log = Application(lambda home: ["env", f"GDK_BACKEND={GDK}", sys.executable, PRESS_LOG])
+        self.addCleanup(log.stop)
+        # Not a button of the title bar GTK draws on Wayland.
+        self.button = poll("the button", lambda: next(
+            (b for b in push_buttons(log.process.pid) if b.name == "not pressed"), None))
+
+    def label(self):
+        """The button's label, once the button is in front."""
+        return poll("the button's label", lambda: next(
+            (t["label"].lower() for t in front_targets() or []
+             if t["role"] == "AXButton" and t["title"] == self.button.name), None))
+
+    def counts(self):
+        """The presses and the double clicks the button received."""
+        name = self.button.name
+        return (0, 0) if "," not in name else tuple(
+            int(part.split()[0]) for part in name.split(", ")[1:])
+
+    def last_letter_with(self, modifier):
+        """Types the button's label with the modifier held for its last letter, as long as a
+        person holds a key; answers the button and modifiers of the press received."""
+        label, before = self.label(), self.button.name
+        start_session(self.tarnvik)
+        for letter in label[:-1]:
+            KEYBOARD.chord(ord(letter))
+        KEYBOARD.key(modifier, True)
+        KEYBOARD.key(ord(label[-1]), True)
+        time.sleep(0.15)
+        KEYBOARD.key(ord(label[-1]), False)
+        KEYBOARD.key(modifier, False)
+        return poll("a press", lambda: self.button.name != before and self.button.name,
+                    10).split(",")[0]
+
+    def test_shift_right_clicks_and_super_control_clicks_with_that_modifier_alone(self):
+        self.assertEqual(self.last_letter_with(SHIFT), "button 3 with nothing")
+        self.assertEqual(self.last_letter_with(SUPER), "button 1 with Control")
+        self.assertFalse(overview_active(), "Super went to the session, not the shell")
+        # Nothing of the Control stays held: the next click has none.
+        label = self.label()
+        start_session(self.tarnvik)
+        for letter in label:
+            KEYBOARD.chord(ord(letter))
+        poll("a plain click", lambda: self.button.name.startswith("button 1 with nothing"), 10)
+
+    def test_the_last_letter_typed_again_quickly_double_clicks(self):
+        label = self.label()
+        start_session(self.tarnvik)
+        for letter in label + label[-1]:
+            KEYBOARD.chord(ord(letter))
+            time.sleep(0.06)  # as quickly as a person types
+        poll("two presses, the second of them a double click",
+             lambda: self.counts() == (2, 1), 10)
 
 
 if __name__ == "__main__":

@@ -7,12 +7,33 @@
 
 namespace tarnvik::gnome {
 
+GnomePointer::GnomePointer(Parts parts)
+    : _shell(parts.shell)
+    , _doubleClickInterval(std::move(parts.doubleClickInterval))
+    , _scrollsByPage(std::move(parts.scrollsByPage))
+    , _clicks(
+          parts.scheduler,
+          {.heldModifiers =
+               [this] {
+                   return linux::modifierFlags(static_cast<std::uint16_t>(_shell.heldModifiers()));
+               },
+           .post =
+               [this](const ClickQueue::Press &press) {
+                   // Left, right and middle, as Clutter numbers them.
+                   const std::uint32_t button = press.button == 0 ? 1 : press.button == 1 ? 3 : 2;
+                   _shell.pressButton(button, press.down, press.position,
+                                      linux::clickModifiers(press.flags));
+               },
+           .beep =
+               [this] {
+                   beep();
+               }})
+{ }
+
 void GnomePointer::postMouseButton(int button, bool down, CGPoint position, std::uint64_t flags,
                                    int)
 {
-    // Left, right and middle, as Clutter numbers them.
-    const std::uint32_t clutterButton = button == 0 ? 1 : button == 1 ? 3 : 2;
-    _shell.pressButton(clutterButton, down, position, linux::clickModifiers(flags));
+    _clicks.ask({button, down, position, flags});
 }
 
 void GnomePointer::beep()

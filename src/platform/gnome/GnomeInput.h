@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/ClickQueue.h"
 #include "platform/InputSources.h"
 #include "platform/KeyEvents.h"
 #include "platform/Pointer.h"
@@ -19,17 +20,20 @@ class GnomePointer final : public EventPosting,
                            public ScrollPosting
 {
 public:
-    // `scrollsByPage` tells whether the application in front moves its lists by a measure of
-    // their page for each step of a smooth scroll (GTK 3).
-    GnomePointer(TarnvikGnomeExtension &shell, std::function<double()> doubleClickInterval,
-                 std::function<bool()> scrollsByPage)
-        : _shell(shell)
-        , _doubleClickInterval(std::move(doubleClickInterval))
-        , _scrollsByPage(std::move(scrollsByPage))
-    { }
+    struct Parts
+    {
+        TarnvikGnomeExtension &shell;
+        Scheduler &scheduler;
+        std::function<double()> doubleClickInterval;
+        // Whether the application in front moves its lists by a measure of their page for each
+        // step of a smooth scroll (GTK 3).
+        std::function<bool()> scrollsByPage;
+    };
+    explicit GnomePointer(Parts parts);
 
     void postMouseMoved(CGPoint position) override { _shell.movePointer(position); }
-    // The shell's seat counts the clicks of a double click itself.
+    // The shell's seat counts the clicks of a double click itself. Its keyboard state is the
+    // seat's, shared by every keyboard, so a press waits for the user's modifiers to be let go.
     void postMouseButton(int button, bool down, CGPoint position, std::uint64_t flags,
                          int clickCount) override;
     double doubleClickInterval() override { return _doubleClickInterval(); }
@@ -55,6 +59,7 @@ private:
     TarnvikGnomeExtension &_shell;
     std::function<double()> _doubleClickInterval;
     std::function<bool()> _scrollsByPage;
+    ClickQueue _clicks;
     int _hides = 0;
     // The shell's steps for a pixel in the area aimed at; the frame clock's thread reads it.
     std::atomic<double> _stepsPerPixel = 1;

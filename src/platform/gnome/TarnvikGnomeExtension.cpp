@@ -529,6 +529,14 @@ bool TarnvikGnomeExtension::pickAt(CGPoint point)
         && reply.arguments().front().toBool();
 }
 
+std::uint32_t TarnvikGnomeExtension::heldModifiers()
+{
+    const auto reply = call("HeldModifiers");
+    return reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().isEmpty()
+        ? reply.arguments().front().toUInt()
+        : 0;
+}
+
 bool TarnvikGnomeExtension::holdKeys(bool hold)
 {
     const auto reply = call("HoldKeys", {hold}, hold);

@@ -133,6 +133,9 @@ public:
     void setCursorVisible(bool visible);
     void beep();
     bool pickAt(CGPoint point);
+    // The modifiers the seat's keyboards hold now, as an X modifier mask; none when the shell
+    // does not answer.
+    std::uint32_t heldModifiers();
     // Whether the keys are held now; letting go never waits.
     bool holdKeys(bool hold);
     // Keeps a hold from running out, without waiting.

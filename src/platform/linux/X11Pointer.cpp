@@ -41,7 +41,8 @@ public:
     }
 };
 
-std::unique_ptr<X11Pointer> X11Pointer::connect(std::function<double()> doubleClickInterval)
+std::unique_ptr<X11Pointer> X11Pointer::connect(Scheduler &scheduler,
+                                                std::function<double()> doubleClickInterval)
 {
     auto x = std::make_unique<Connection>();
     if (!x->connect())
@@ -54,29 +55,25 @@ std::unique_ptr<X11Pointer> X11Pointer::connect(std::function<double()> doubleCl
     // Raw button events carry no window: they tell only that the user pressed a button.
     x->xinput = xinput22(x->c);
     return std::unique_ptr<X11Pointer>(
-        new X11Pointer(std::move(x), std::move(doubleClickInterval)));
+        new X11Pointer(std::move(x), scheduler, std::move(doubleClickInterval)));
 }
 
-X11Pointer::X11Pointer(std::unique_ptr<Connection> connection,
+X11Pointer::X11Pointer(std::unique_ptr<Connection> connection, Scheduler &scheduler,
                        std::function<double()> doubleClickInterval)
     : _x(std::move(connection))
     , _doubleClickInterval(std::move(doubleClickInterval))
-    , _queueTimer(std::make_unique<QTimer>())
+    , _clicks(scheduler,
+              {.heldModifiers = [this] { return heldModifiers(); },
+               .post = [this](const Press &press) { post(press); },
+               .beep =
+                   [this] {
+                       beep();
+                   }})
 {
-    _queueTimer->setSingleShot(true);
-    QObject::connect(_queueTimer.get(), &QTimer::timeout, [this] { postQueued(); });
     _events = watchEvents(_x->c, [this] { readEvents(); });
 }
 
-X11Pointer::~X11Pointer()
-{
-    // A click cut short must leave neither its button nor its Control held.
-    while (!_buttonsDown.empty()) {
-        Press release = _buttonsDown.begin()->second;
-        release.down = false;
-        post(release);
-    }
-}
+X11Pointer::~X11Pointer() = default;
 
 void X11Pointer::postMouseMoved(CGPoint position)
 {
@@ -89,64 +86,19 @@ void X11Pointer::postMouseButton(int button, bool down, CGPoint position, std::u
 {
     // X has no click count: the application counts a second press within its own interval.
     (void)clickState;
-    _queue.push_back({button, down, position, flags, std::chrono::steady_clock::now()});
-    if (_queue.size() == 1)
-        postQueued();
+    _clicks.ask({button, down, position, flags});
 }
 
-void X11Pointer::postQueued()
+std::uint64_t X11Pointer::heldModifiers()
 {
-    using namespace std::chrono;
-    while (!_queue.empty()) {
-        const auto now = steady_clock::now();
-        const Press press = _queue.front();
-        if (press.down) {
-            const auto state = _x->pointerState();
-            readQueuedEvents();
-            const std::uint16_t held = state ? state->first : 0;
-            if (held & ~clickModifiers(press.flags)) {
-                if (now - press.asked < modifierWait) {
-                    _queueTimer->start(10);
-                    return;
-                }
-                // Held past any typing: a click with other modifiers could do something else
-                // entirely (extend a selection, move the window), so none is made.
-                _queue.pop_front();
-                while (!_queue.empty() && !_queue.front().down) {
-                    const bool same = _queue.front().button == press.button;
-                    _queue.pop_front();
-                    if (same)
-                        break;
-                }
-                beep();
-                continue;
-            }
-        }
-        const auto lateness = now - press.asked;
-        post(press);
-        _queue.pop_front();
-        // What follows keeps the distance in time it was asked with, so a press that waited
-        // is not cut short.
-        if (!_queue.empty()) {
-            const auto due = _queue.front().asked + lateness;
-            if (due > steady_clock::now()) {
-                _queueTimer->start(duration_cast<milliseconds>(due - steady_clock::now()) + 1ms);
-                return;
-            }
-        }
-    }
+    const auto state = _x->pointerState();
+    readQueuedEvents();
+    return state ? modifierFlags(state->first) : 0;
 }
 
 void X11Pointer::post(const Press &press)
 {
     const std::uint8_t xButton = press.button == 0 ? 1 : press.button == 1 ? 3 : 2;
-    // A second click asked for before the first one's release (a label typed again within a
-    // tenth of a second): X would drop a press of a button already down, so the first is
-    // released now, and its own release later has nothing left to do.
-    if (press.down && _buttonsDown.contains(press.button))
-        post({press.button, false, press.position, _buttonsDown[press.button].flags, press.asked});
-    if (!press.down && !_buttonsDown.contains(press.button))
-        return;
     const std::optional<std::uint8_t> control =
         (press.flags & ModifierFlag::command) ? xKeyCode(59) : std::nullopt;
     if (control && press.down)
@@ -155,10 +107,6 @@ void X11Pointer::post(const Press &press)
     _x->fake(press.down ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE, xButton);
     if (control && !press.down)
         _x->fake(XCB_KEY_RELEASE, *control);
-    if (press.down)
-        _buttonsDown[press.button] = press;
-    else
-        _buttonsDown.erase(press.button);
     xcb_flush(_x->c);
 }
 
