@@ -183,5 +183,22 @@ TEST(CoordinateSpace, OnWaylandQtCountsFromItsContentInsideTheDecorationsItDraws
     expectRect(space.toRoot(at(9, 77, 81, 18), false), 165, 170, 81, 18);
 }
 
+TEST(CoordinateSpace, OnAWaylandMonitorOfScaleTwoEachToolkitsPixelsAreTwoOfTheShells)
+{
+    // GNOME Shell 43 at a scale of 2: the shell places windows in its own pixels, and the
+    // toolkits report theirs. GTK 3's check box reported at 36, 444 (118x22) stood at 20, 906
+    // (236x44), where a click flipped it.
+    ClientWindow factory = window("gtk3-widget-factory", 0, 64, 2830, 1464);
+    factory.surface = makeRect(-52, 18, 2934, 1568);
+    const auto gtk = CoordinateSpace::ofSurfaces(toolkitGeometry("gtk", "3.24.38"), {factory},
+                                                 {frame("gtk3-widget-factory", 0, 0, 1467, 784)});
+    expectRect(gtk.toRoot(at(36, 444, 118, 22), false), 20, 906, 236, 44);
+    // Qt's content inside the decorations it draws, twice as thick.
+    ClientWindow controls = window("Tarnvik Qt Controls", 306, 126, 972, 1346);
+    const auto qt = CoordinateSpace::ofSurfaces(toolkitGeometry("Qt", "6.4.2"), {controls},
+                                                {frame("Tarnvik Qt Controls", 0, 0, 480, 640)});
+    expectRect(qt.toRoot(at(9, 77, 81, 18), false), 330, 340, 162, 36);
+}
+
 } // namespace
 } // namespace tarnvik::linux

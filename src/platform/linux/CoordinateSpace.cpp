@@ -1,5 +1,6 @@
 #include "platform/linux/CoordinateSpace.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace tarnvik::linux {
@@ -20,10 +21,22 @@ const ClientWindow *anchorWindow(const std::vector<ClientWindow> &clients)
     return clients.empty() ? nullptr : &clients.front();
 }
 
-bool sizeOf(const CGRect &window, const Extents &e)
+bool sizeOf(const CGRect &window, const Extents &e, double scale = 1)
 {
-    return std::abs(window.size.width - e.width) <= 1
-        && std::abs(window.size.height - e.height) <= 1;
+    return std::abs(window.size.width / scale - e.width) <= 1
+        && std::abs(window.size.height / scale - e.height) <= 1;
+}
+
+// The whole number the shell scales a toolkit's pixels by on a monitor of that scale: what makes
+// the window it reports its whole surface or its frame; the nearest to its frame's width
+// otherwise (Qt, whose window leaves out the decorations it draws).
+double surfaceScale(const ClientWindow &client, const Extents &e)
+{
+    for (double scale = 1; scale <= 4; ++scale) {
+        if (sizeOf(client.surface, e, scale) || sizeOf(client.frame, e, scale))
+            return scale;
+    }
+    return e.width > 0 ? std::clamp(std::round(client.frame.size.width / e.width), 1.0, 4.0) : 1.0;
 }
 
 // Whether the frame may be the window scaled: a scale keeps the shape. An open popup menu is
@@ -157,16 +170,19 @@ CoordinateSpace CoordinateSpace::ofSurfaces(const ToolkitGeometry &toolkit,
     // What the toolkit calls its window is its whole surface (GTK 3, shadow included), the
     // frame the shell shows (GTK 4, shadow left out), or its content inside decorations it
     // draws itself, as wide on the left, the right and the bottom, the title bar on top (Qt).
+    // Each in its own pixels, which the shell scales by its monitor's scale.
     const auto &e = window->extents;
-    const auto sized = [&e](const CGRect &r) {
-        return sizeOf(r, e);
+    const double scale = surfaceScale(*client, e);
+    space._scale = scale;
+    const auto sized = [&e, scale](const CGRect &r) {
+        return sizeOf(r, e, scale);
     };
     if (sized(client->frame) && !sized(surface)) {
         space._rootAnchor = client->frame.origin;
     } else if (!sized(surface)) {
-        const double border = (surface.size.width - e.width) / 2;
+        const double border = (surface.size.width - e.width * scale) / 2;
         space._rootAnchor = {surface.origin.x + border,
-                             surface.origin.y + surface.size.height - e.height - border};
+                             surface.origin.y + surface.size.height - e.height * scale - border};
     }
     // GTK 4 counts through its window's own bounds as it does in an X window.
     const double counted = toolkit.relativeToWindow ? 2.0 : 1.0;
