@@ -1,5 +1,6 @@
 #include "platform/linux/X11Keys.h"
 
+#include "platform/ClickQueue.h"
 #include "platform/KeyEvents.h"
 
 #include <QSocketNotifier>
@@ -74,10 +75,7 @@ std::uint16_t xModifiers(std::uint64_t flags)
 
 std::uint16_t clickModifiers(std::uint64_t flags)
 {
-    std::uint16_t m = xModifiers(flags & ~ModifierFlag::command);
-    if (flags & ModifierFlag::command)
-        m |= XMod::control;
-    return m;
+    return xModifiers(clickModifierFlags(flags));
 }
 
 std::uint64_t modifierFlags(std::uint16_t state)

@@ -41,8 +41,7 @@ constexpr std::uint16_t fourModifiers = shift | control | alt | super;
 } // namespace XMod
 
 std::uint16_t xModifiers(std::uint64_t flags);
-// The modifiers a posted click carries for its flags: a Command-click is what Control-click
-// means on Linux.
+// `clickModifierFlags` as an X modifier mask.
 std::uint16_t clickModifiers(std::uint64_t flags);
 std::uint64_t modifierFlags(std::uint16_t state);
 
