@@ -7,6 +7,8 @@
 #include "platform/Pointer.h"
 #include "platform/WorkQueue.h"
 
+#include <string>
+
 namespace tarnvik {
 
 ScrollMode::ScrollMode(Services services)
@@ -119,6 +121,7 @@ void ScrollMode::treeBuilt(std::shared_ptr<UITree> tree, std::uint64_t session)
         _services.events.beep();
         return deactivate();
     }
+    trace("scroll areas found: " + std::to_string(areas.size()));
     if (_windowController)
         _windowController->setScrollableElements(std::move(areas), std::move(tree));
 }
