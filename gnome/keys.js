@@ -61,6 +61,52 @@ class KeyHold {
     }
 }
 
+// GNOME binds Shift+Super+Space, Tarnvik's click shortcut out of the box, to the previous input
+// source. While Tarnvik holds a shortcut that only this binding stood in the way of, the shell
+// goes without it (Super+Space still switches sources: the same with two of them, and nothing
+// happens with one), and it gets the binding back the moment Tarnvik lets go or leaves.
+const INPUT_SOURCE_BACKWARD = 'switch-input-source-backward';
+
+class InputSourceBinding {
+    constructor() {
+        this._lent = false;
+    }
+
+    // Whether the binding was there and can be given back. The shell takes it out of its table
+    // of keys when it is next idle.
+    lend() {
+        const manager = Keyboard.getInputSourceManager();
+        if (this._lent || !(manager._switchInputSource instanceof Function) ||
+            !global.display.remove_keybinding(INPUT_SOURCE_BACKWARD))
+            return false;
+        Main.wm.allowKeybinding(INPUT_SOURCE_BACKWARD, Shell.ActionMode.NONE);
+        this._lent = true;
+        return true;
+    }
+
+    // As the input source manager binds it when it starts.
+    // Whether it was lent.
+    giveBack() {
+        if (!this._lent)
+            return false;
+        this._lent = false;
+        const manager = Keyboard.getInputSourceManager();
+        manager._keybindingActionBackward = Main.wm.addKeybinding(INPUT_SOURCE_BACKWARD,
+            new Gio.Settings({ schema_id: 'org.gnome.desktop.wm.keybindings' }),
+            Meta.KeyBindingFlags.IS_REVERSED, Shell.ActionMode.ALL,
+            manager._switchInputSource.bind(manager));
+        return true;
+    }
+}
+
+// After the shell's own idle work, which brings its table of keys up to date.
+function afterIdle() {
+    return new Promise(resolve => GLib.idle_add(GLib.PRIORITY_LOW, () => {
+        resolve();
+        return GLib.SOURCE_REMOVE;
+    }));
+}
+
 // Tarnvik's shortcuts as the shell's own key bindings on Wayland, where no client may take a
 // key from the others. On X11 Tarnvik grabs them itself.
 class Shortcuts {
@@ -68,6 +114,10 @@ class Shortcuts {
     // milliseconds of the monotonic clock.
     constructor(onPressed) {
         this._actions = [];
+        // Counts the bindings and unbindings, so that a binding overtaken while it waits does
+        // nothing more.
+        this._bound = 0;
+        this._inputSource = new InputSourceBinding();
         this._activatedId = global.display.connect('accelerator-activated',
             (display, action, device, time) => {
                 const index = this._actions.indexOf(action);
@@ -76,31 +126,49 @@ class Shortcuts {
             });
     }
 
-    // X key codes with X modifier masks; the index of each one the shell would not take.
-    bind(keycodes, modifiers) {
-        this.unbind();
-        const refused = [];
-        keycodes.forEach((keycode, i) => {
+    // X key codes with X modifier masks; resolves to the index of each one the shell would not
+    // take.
+    async bind(keycodes, modifiers) {
+        // A binding given back is in the shell's table only after its idle work: grabbed before,
+        // the keys would be bound twice.
+        const gaveBack = this.unbind();
+        const bound = this._bound;
+        const NONE = Meta.KeyBindingAction.NONE;
+        const grab = i => {
             const names = [[1, '<Shift>'], [4, '<Control>'], [8, '<Alt>'], [64, '<Super>']]
                 .filter(([mask]) => modifiers[i] & mask).map(([, name]) => name).join('');
-            const action = global.display.grab_accelerator(
-                `${names}0x${keycode.toString(16)}`, Meta.KeyBindingFlags.NONE);
-            if (action === Meta.KeyBindingAction.NONE) {
-                refused.push(i);
-            } else {
-                Main.wm.allowKeybinding(Meta.external_binding_name_for_action(action),
-                    Shell.ActionMode.ALL);
-            }
-            this._actions.push(action);
-        });
-        return refused;
+            return global.display.grab_accelerator(`${names}0x${keycodes[i].toString(16)}`,
+                Meta.KeyBindingFlags.NONE);
+        };
+        if (gaveBack)
+            await afterIdle();
+        if (bound !== this._bound)
+            return [];
+        this._actions = keycodes.map((keycode, i) => grab(i));
+        if (this._actions.includes(NONE) && this._inputSource.lend()) {
+            await afterIdle();
+            if (bound !== this._bound)
+                return [];
+            const before = this._actions.filter(action => action !== NONE).length;
+            this._actions = this._actions.map((action, i) => action === NONE ? grab(i) : action);
+            if (this._actions.filter(action => action !== NONE).length === before)
+                this._inputSource.giveBack();
+        }
+        for (const action of this._actions.filter(a => a !== NONE)) {
+            Main.wm.allowKeybinding(Meta.external_binding_name_for_action(action),
+                Shell.ActionMode.ALL);
+        }
+        return [...this._actions.keys()].filter(i => this._actions[i] === NONE);
     }
 
+    // Whether the shell got its binding back.
     unbind() {
+        this._bound++;
         for (const action of this._actions.splice(0)) {
             if (action !== Meta.KeyBindingAction.NONE)
                 global.display.ungrab_accelerator(action);
         }
+        return this._inputSource.giveBack();
     }
 
     destroy() {

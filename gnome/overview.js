@@ -266,10 +266,16 @@ class OverviewService {
                 'Only the Tarnvik process that registered may call this');
             return;
         }
+        const fail = e => invocation.return_dbus_error(`${ERROR}.Failed`, String(e));
         try {
-            invocation.return_value(answer());
+            const value = answer();
+            // An answer may come later, as a promise.
+            if (value instanceof Promise)
+                value.then(later => invocation.return_value(later), fail);
+            else
+                invocation.return_value(value);
         } catch (e) {
-            invocation.return_dbus_error(`${ERROR}.Failed`, String(e));
+            fail(e);
         }
     }
 
@@ -485,8 +491,8 @@ class OverviewService {
     WatchShortcutsAsync([keycodes, modifiers], invocation) {
         this._serve(invocation, () => {
             this._shortcuts = keycodes.map((keycode, i) => [keycode, modifiers[i]]);
-            const refused = this._bindings?.bind(keycodes, modifiers) ?? [];
-            return new GLib.Variant('(au)', [refused]);
+            return (this._bindings?.bind(keycodes, modifiers) ?? Promise.resolve([]))
+                .then(refused => new GLib.Variant('(au)', [refused]));
         });
     }
 

@@ -3,6 +3,7 @@
 
 const { Clutter, Cogl, Gio, GLib, Meta, Shell, St } = imports.gi;
 const Main = imports.ui.main;
+const Keyboard = imports.ui.status.keyboard;
 const PanelMenu = imports.ui.panelMenu;
 const PopupMenu = imports.ui.popupMenu;
 const Me = imports.misc.extensionUtils.getCurrentExtension();

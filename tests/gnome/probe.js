@@ -1,8 +1,8 @@
 // A test's own hands and eyes in GNOME Shell on Wayland, where no client may post input to
 // another or see the pointer: a click at a point, through a virtual pointer of the shell's
-// seat, where the pointer stands, and whether the shell has started up. Loaded only on the tests'
-// desktops beside Tarnvik's extension, and sharing nothing with it, so that a test can check
-// independently where Tarnvik says an element stands.
+// seat, where the pointer stands, whether the shell has started up, and whether keys are
+// bound. Loaded only on the tests' desktops beside Tarnvik's extension, and sharing nothing
+// with it, so that a test can check independently what Tarnvik says and does.
 
 const PROBE = `<node>
   <interface name="com.ostrelline.TarnvikTest.Probe">
@@ -16,6 +16,10 @@ const PROBE = `<node>
     </method>
     <method name="StartedUp">
       <arg name="done" type="b" direction="out"/>
+    </method>
+    <method name="Bound">
+      <arg name="accelerator" type="s" direction="in"/>
+      <arg name="bound" type="b" direction="out"/>
     </method>
   </interface>
 </node>`;
@@ -45,6 +49,14 @@ class ProbeService {
     // window started under it gets no focus: a test waits for that step before it closes it.
     StartedUp() {
         return !Main.layoutManager._startingUp;
+    }
+
+    // Whether a key binding of the shell or of an extension holds the keys.
+    Bound(accelerator) {
+        const action = global.display.grab_accelerator(accelerator, Meta.KeyBindingFlags.NONE);
+        if (action !== Meta.KeyBindingAction.NONE)
+            global.display.ungrab_accelerator(action);
+        return action === Meta.KeyBindingAction.NONE;
     }
 
     destroy() {

@@ -39,6 +39,13 @@ def started_up():
                 "com.ostrelline.TarnvikTest.Probe", "StartedUp", None, "(b)").unpack()[0]
 
 
+def bound(accelerator):
+    """Whether a key binding of the shell or of an extension holds the keys, as the probe finds."""
+    return call("org.gnome.Shell", "/com/ostrelline/TarnvikTest/Probe",
+                "com.ostrelline.TarnvikTest.Probe", "Bound", GLib.Variant("(s)", (accelerator,)),
+                "(b)").unpack()[0]
+
+
 def close_overview_after_start_up():
     """Windows started under the overview get no focus: the overview that start-up opens is
     closed once start-up has ended, and asked again until it is."""
