@@ -1,8 +1,9 @@
 // A test's own hands and eyes in GNOME Shell on Wayland, where no client may post input to
 // another or see the pointer: a click at a point, through a virtual pointer of the shell's
-// seat, where the pointer stands, whether the shell has started up, and whether keys are
-// bound. Loaded only on the tests' desktops beside Tarnvik's extension, and sharing nothing
-// with it, so that a test can check independently what Tarnvik says and does.
+// seat, where the pointer stands, whether the shell has started up, whether keys are bound,
+// and its Xwayland's display. Loaded only on the tests' desktops beside Tarnvik's extension,
+// and sharing nothing with it, so that a test can check independently what Tarnvik says and
+// does.
 
 const PROBE = `<node>
   <interface name="com.ostrelline.TarnvikTest.Probe">
@@ -16,6 +17,10 @@ const PROBE = `<node>
     </method>
     <method name="StartedUp">
       <arg name="done" type="b" direction="out"/>
+    </method>
+    <method name="XDisplay">
+      <arg name="display" type="s" direction="out"/>
+      <arg name="authority" type="s" direction="out"/>
     </method>
     <method name="Bound">
       <arg name="accelerator" type="s" direction="in"/>
@@ -49,6 +54,16 @@ class ProbeService {
     // window started under it gets no focus: a test waits for that step before it closes it.
     StartedUp() {
         return !Main.layoutManager._startingUp;
+    }
+
+    // The display of the shell's Xwayland and its authority file, which the shell sets for the
+    // programs it starts when it starts Xwayland (the tests' desktops set no authority file);
+    // empty on X11's form and without Xwayland.
+    XDisplay() {
+        const authority = GLib.getenv('XAUTHORITY');
+        if (!Meta.is_wayland_compositor() || !authority)
+            return ['', ''];
+        return [GLib.getenv('DISPLAY'), authority];
     }
 
     // Whether a key binding of the shell or of an extension holds the keys.

@@ -17,8 +17,9 @@ from gi.repository import GLib
 
 from desktop_apps import (PAGES, Application, ResidentTarnvik, chromium, firefox, main, poll,
                           targets, window_mapped)
-from gnome_shell import (RemoteKeyboard, bound, click, close_overview_after_start_up, drawn_labels,
-                         drawn_panels, focused_text, overview_active, pointer)
+from gnome_shell import (RemoteKeyboard, bound, click, close_overview_after_start_up,
+                         drawn_labels, drawn_panels, focused_text, overview_active, pointer,
+                         x_display)
 
 WAYLAND = os.environ.get("TARNVIK_DESKTOP_SHELL") == "gnome-wayland"
 if WAYLAND:
@@ -88,6 +89,12 @@ def setUpModule():
     global KEYBOARD
     close_overview_after_start_up()
     KEYBOARD = RemoteKeyboard()
+    display, authority = x_display()
+    if display:
+        # GTK 3 as an X program on the shell's Xwayland (GNOME Shell 48 here).
+        TOOLKITS["xwayland"] = (lambda home: [
+            "env", f"DISPLAY={display}", f"XAUTHORITY={authority}", "GDK_BACKEND=x11",
+            "gtk3-widget-factory"], "checkbutton")
 
 
 def tearDownModule():

@@ -39,6 +39,13 @@ def started_up():
                 "com.ostrelline.TarnvikTest.Probe", "StartedUp", None, "(b)").unpack()[0]
 
 
+def x_display():
+    """The display of the shell's Xwayland and its authority file, or empty strings without one,
+    as the probe reads them from the shell."""
+    return call("org.gnome.Shell", "/com/ostrelline/TarnvikTest/Probe",
+                "com.ostrelline.TarnvikTest.Probe", "XDisplay", None, "(ss)").unpack()
+
+
 def bound(accelerator):
     """Whether a key binding of the shell or of an extension holds the keys, as the probe finds."""
     return call("org.gnome.Shell", "/com/ostrelline/TarnvikTest/Probe",

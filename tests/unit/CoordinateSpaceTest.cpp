@@ -183,7 +183,7 @@ TEST(CoordinateSpace, OnWaylandQtCountsFromItsContentInsideTheDecorationsItDraws
     expectRect(space.toRoot(at(9, 77, 81, 18), false), 165, 170, 81, 18);
 }
 
-TEST(CoordinateSpace, OnAWaylandMonitorOfScaleTwoEachToolkitsPixelsAreTwoOfTheShells)
+TEST(CoordinateSpace, OnAWaylandMonitorOfScaleTwoEachToolkitCountsInItsOwnPixels)
 {
     // GNOME Shell 43 at a scale of 2: the shell places windows in its own pixels, and the
     // toolkits report theirs. GTK 3's check box reported at 36, 444 (118x22) stood at 20, 906
@@ -198,6 +198,14 @@ TEST(CoordinateSpace, OnAWaylandMonitorOfScaleTwoEachToolkitsPixelsAreTwoOfTheSh
     const auto qt = CoordinateSpace::ofSurfaces(toolkitGeometry("Qt", "6.4.2"), {controls},
                                                 {frame("Tarnvik Qt Controls", 0, 0, 480, 640)});
     expectRect(qt.toRoot(at(9, 77, 81, 18), false), 330, 340, 162, 36);
+    // GNOME Shell 48, where Xwayland scales natively: GTK 3 as an X program counts the monitor's
+    // pixels, half the shell's. Its X window at 576, 444 (1408x784) is the shell's surface at
+    // 288, 222 (704x392); its check box reported at 36, 442 (108x21) stood at 306, 443, where a
+    // click flipped it.
+    const ClientWindow onXwayland = window("gtk3-widget-factory", 288, 222, 704, 392);
+    const auto x = CoordinateSpace::ofSurfaces(toolkitGeometry("gtk", "3.24.49"), {onXwayland},
+                                               {frame("gtk3-widget-factory", 0, 0, 1408, 784)});
+    expectRect(x.toRoot(at(36, 442, 108, 21), false), 306, 443, 54, 11);
 }
 
 } // namespace

@@ -27,12 +27,14 @@ bool sizeOf(const CGRect &window, const Extents &e, double scale = 1)
         && std::abs(window.size.height / scale - e.height) <= 1;
 }
 
-// The whole number the shell scales a toolkit's pixels by on a monitor of that scale: what makes
-// the window it reports its whole surface or its frame; the nearest to its frame's width
-// otherwise (Qt, whose window leaves out the decorations it draws).
+// What the shell scales a toolkit's pixels by on a monitor of that scale: the whole number that
+// makes the window it reports its whole surface or its frame, or one over it for an X program on
+// Xwayland, which counts the monitor's own pixels where the shell scales natively; the nearest
+// whole number to its frame's width otherwise (Qt, whose window leaves out the decorations it
+// draws).
 double surfaceScale(const ClientWindow &client, const Extents &e)
 {
-    for (double scale = 1; scale <= 4; ++scale) {
+    for (const double scale : {1.0, 2.0, 3.0, 4.0, 1 / 2.0, 1 / 3.0, 1 / 4.0}) {
         if (sizeOf(client.surface, e, scale) || sizeOf(client.frame, e, scale))
             return scale;
     }
