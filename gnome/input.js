@@ -75,3 +75,42 @@ class VirtualInput {
             this._keyboard.notify_key(now(), key, Clutter.KeyState.RELEASED);
     }
 }
+
+// The modifiers the seat's keyboards hold, and Caps Lock's lock (the mask 2), as they change, for
+// Tarnvik's shortcuts of modifiers alone. The shell tells no change of them, and no client sees
+// a key another one gets, so they are read every MODIFIERS_READ_MS, only while watched: while
+// Tarnvik has such a shortcut.
+const MODIFIERS_READ_MS = 20;
+
+class ModifierWatch {
+    // `onChanged(mask)` with the modifiers now held.
+    constructor(input, onChanged) {
+        this._input = input;
+        this._onChanged = onChanged;
+        this._readId = 0;
+        this._last = 0;
+    }
+
+    watch(on) {
+        if (!on && this._readId) {
+            GLib.source_remove(this._readId);
+            this._readId = 0;
+        }
+        if (!on || this._readId)
+            return;
+        this._last = this._read();
+        this._readId = GLib.timeout_add(GLib.PRIORITY_DEFAULT, MODIFIERS_READ_MS, () => {
+            const held = this._read();
+            if (held !== this._last) {
+                this._last = held;
+                this._onChanged(held);
+            }
+            return GLib.SOURCE_CONTINUE;
+        });
+    }
+
+    _read() {
+        const [, , state] = global.get_pointer();
+        return this._input.heldModifiers() | (state & Clutter.ModifierType.LOCK_MASK ? 2 : 0);
+    }
+}

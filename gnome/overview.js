@@ -51,6 +51,9 @@ const INTERFACE = `<node>
     <method name="HeldModifiers">
       <arg name="modifiers" type="u" direction="out"/>
     </method>
+    <method name="WatchModifiers">
+      <arg name="watch" type="b" direction="in"/>
+    </method>
     <method name="HoldKeys">
       <arg name="hold" type="b" direction="in"/>
       <arg name="held" type="b" direction="out"/>
@@ -98,6 +101,9 @@ const INTERFACE = `<node>
     </signal>
     <signal name="ShortcutPressed">
       <arg name="index" type="u"/>
+    </signal>
+    <signal name="ModifiersChanged">
+      <arg name="modifiers" type="u"/>
     </signal>
     <signal name="StatusMenuOpened"/>
     <signal name="StatusMenuActivated">
@@ -190,6 +196,8 @@ class OverviewService {
         this._panels = new PanelLayer();
         this._stageEventId = 0;
         this._input = new VirtualInput();
+        this._modifiers = new ModifierWatch(this._input,
+            held => this._emit('ModifiersChanged', new GLib.Variant('(u)', [held])));
         this._keys = new KeyHold(() => this._watchStage());
         // (key code, modifiers) of each of Tarnvik's shortcuts: the shell keeps the keyboard
         // while the overview shows, so they can't reach Tarnvik the usual way then.
@@ -250,6 +258,7 @@ class OverviewService {
         this._labels.forgetImages();
         this._keys.release();
         this._input.reset();
+        this._modifiers.watch(false);
         this._shortcuts = [];
         this._bindings?.unbind();
         this._labels.clear();
@@ -465,6 +474,13 @@ class OverviewService {
     HeldModifiersAsync(parameters, invocation) {
         this._serve(invocation, () => {
             return new GLib.Variant('(u)', [this._input.heldModifiers()]);
+        });
+    }
+
+    WatchModifiersAsync([watch], invocation) {
+        this._serve(invocation, () => {
+            this._modifiers.watch(watch);
+            return null;
         });
     }
 

@@ -64,12 +64,13 @@ public:
                     .scheduler = scheduler,
                     .doubleClickInterval = std::move(doubleClickInterval),
                     .scrollsByPage = std::move(scrollsByPage)})
+        , _modifiers(shell)
     { }
 
     KeyboardCapture &keyboard() override { return _keys; }
     KeyboardLayout &layout() override { return *_layout; }
     HotKeys &hotKeys() override { return _hotKeys; }
-    KeyEventMonitor &keyMonitor() override { return _unwatched; }
+    KeyEventMonitor &keyMonitor() override { return _modifiers; }
     CapsLockKey &capsLock() override { return _unwatched; }
     KeyboardInputSources &inputSources() override { return _unwatched; }
     EventPosting &events() override { return _pointer; }
@@ -83,6 +84,7 @@ private:
     gnome::GnomeOverviewKeys _keys;
     gnome::GnomeOverviewHotKeys _hotKeys;
     gnome::GnomePointer _pointer;
+    gnome::GnomeModifierWatch _modifiers;
     gnome::UnwatchedKeyboard _unwatched;
 };
 

@@ -26,7 +26,7 @@ if WAYLAND:
     # Tarnvik and the applications are given the Wayland display alone, as on a session
     # without Xwayland.
     os.environ.pop("DISPLAY", None)
-SHIFT, SUPER, ESCAPE, RETURN = 0xffe1, 0xffeb, 0xff1b, 0xff0d
+SHIFT, CONTROL, ALT, SUPER, ESCAPE, RETURN = 0xffe1, 0xffe3, 0xffe9, 0xffeb, 0xff1b, 0xff0d
 # The default click shortcut, Shift+Super+Space, which the shell binds to the previous input
 # source: on Wayland the extension lends it to Tarnvik.
 SETTINGS = "search-shortcut=⇧⌘L\nauto-activate-mission-control=false\n"
@@ -211,12 +211,13 @@ class NativeWindows(unittest.TestCase):
                     application.stop()
 
 
-def press_shortcut(tarnvik, mode, letter):
-    """Shift+Super and the letter, until tarnvik says it handled the mode's shortcut: the first
-    keys of the remote desktop's new keyboard can be lost, and a person presses again."""
+def press_shortcut(tarnvik, mode, letter=None, keys=None):
+    """Shift+Super and the letter (or the keys), held as a person holds them (the shell reads
+    modifiers alone 50 times a second), until tarnvik says it handled the mode's shortcut: the
+    first keys of the remote desktop's new keyboard can be lost, and a person presses again."""
     for _ in range(3):
         mark = tarnvik.output.mark()
-        KEYBOARD.chord(SHIFT, SUPER, ord(letter))
+        KEYBOARD.chord(*(keys or (SHIFT, SUPER, ord(letter))), held=0.1)
         try:
             line = tarnvik.output.wait_for(f"shortcut: {mode} mode", mark, 5)
         except AssertionError:
@@ -226,9 +227,9 @@ def press_shortcut(tarnvik, mode, letter):
     raise AssertionError(f"the {mode} shortcut was never handled")
 
 
-def start_session(tarnvik):
+def start_session(tarnvik, keys=None):
     mark = tarnvik.output.mark()
-    press_shortcut(tarnvik, "click", " ")
+    press_shortcut(tarnvik, "click", " ", keys)
     if WAYLAND:
         poll("the labels drawn", lambda: bool(drawn_labels()), 10)
     else:
@@ -385,12 +386,7 @@ class Sessions(unittest.TestCase):
         # waits for Shift to be let go, and GTK asks for its menu's grab with the last event
         # it saw, which must not be a key let go in the instant after the click, as only a
         # script lets it go.
-        last = ord(label[-1].lower())
-        KEYBOARD.key(SHIFT, True)
-        KEYBOARD.key(last, True)
-        time.sleep(0.15)
-        KEYBOARD.key(last, False)
-        KEYBOARD.key(SHIFT, False)
+        KEYBOARD.chord(SHIFT, ord(label[-1].lower()), held=0.15)
         poll("its context menu open", lambda: len(showing_menu_items(pid)) > menus_before, 10)
         KEYBOARD.chord(ESCAPE)
         poll("the context menu closed", lambda: len(showing_menu_items(pid)) == menus_before, 10)
@@ -408,6 +404,13 @@ class Sessions(unittest.TestCase):
         if WAYLAND:
             # And the shell its previous input source binding, lent for the click shortcut.
             poll("Shift+Super+Space bound", lambda: bound("<Shift><Super>space"), 10)
+
+    def test_a_shortcut_of_modifiers_alone_starts_a_session(self):
+        self.tarnvik.start(SETTINGS + "non-search-shortcut=⌃⌥\n")
+        self.addCleanup(self.tarnvik.stop)
+        start_session(self.tarnvik, (CONTROL, ALT))
+        KEYBOARD.chord(ESCAPE)
+        poll("the session gone", session_gone, 10)
 
     @unittest.skipUnless(WAYLAND, "X keeps a grab while its client, stopped, stays connected")
     def test_a_stopped_tarnvik_gives_the_keyboard_back(self):
@@ -470,11 +473,7 @@ class Clicks(unittest.TestCase):
         start_session(self.tarnvik)
         for letter in label[:-1]:
             KEYBOARD.chord(ord(letter))
-        KEYBOARD.key(modifier, True)
-        KEYBOARD.key(ord(label[-1]), True)
-        time.sleep(0.15)
-        KEYBOARD.key(ord(label[-1]), False)
-        KEYBOARD.key(modifier, False)
+        KEYBOARD.chord(modifier, ord(label[-1]), held=0.15)
         return poll("a press", lambda: self.button.name != before and self.button.name,
                     10).split(",")[0]
 

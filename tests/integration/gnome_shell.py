@@ -81,8 +81,8 @@ class RemoteKeyboard:
 
     SERVICE = "org.gnome.Mutter.RemoteDesktop"
     SESSION = SERVICE + ".Session"
-    X_NAMES = {ord(" "): "space", ord("/"): "slash", 0xffe1: "Shift_L", 0xffeb: "Super_L",
-               0xff1b: "Escape", 0xff0d: "Return"}
+    X_NAMES = {ord(" "): "space", ord("/"): "slash", 0xffe1: "Shift_L", 0xffe3: "Control_L",
+               0xffe9: "Alt_L", 0xffeb: "Super_L", 0xff1b: "Escape", 0xff0d: "Return"}
 
     def __init__(self):
         self.session = None
@@ -92,10 +92,14 @@ class RemoteKeyboard:
                             "CreateSession", None, "(o)").unpack()[0]
         call(self.SERVICE, self.session, self.SESSION, "Start")
 
-    def chord(self, *keysyms):
-        """Holds each key down in turn, then lets them go in the reverse order."""
-        for keysym, down in [(k, True) for k in keysyms] + [(k, False) for k in keysyms[::-1]]:
-            self.key(keysym, down)
+    def chord(self, *keysyms, held=0):
+        """Holds each key down in turn, all of them `held` seconds, then lets them go in the
+        reverse order."""
+        for keysym in keysyms:
+            self.key(keysym, True)
+        time.sleep(held)
+        for keysym in reversed(keysyms):
+            self.key(keysym, False)
         # A person's pace from one chord to the next, as `key` types on X11.
         time.sleep(0.05)
 

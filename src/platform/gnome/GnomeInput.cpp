@@ -70,26 +70,34 @@ void GnomePointer::aimAt(CGRect area)
     _stepsPerPixel = _scrollsByPage() && page > 1 ? 10.0 / std::pow(page, 2.0 / 3.0) : 1.0;
 }
 
-void UnwatchedKeyboard::setMonitorHandler(KeyEventMonitor::Handler handler)
+GnomeModifierWatch::GnomeModifierWatch(TarnvikGnomeExtension &shell)
+    : _shell(shell)
 {
-    if (handler)
-        sayUnavailable();
+    _shell.onModifiers([this](std::uint32_t mask) {
+        if (_handler)
+            _handler(KeyEvent {.type = EventType::flagsChanged,
+                               .flags = linux::modifierFlags(static_cast<std::uint16_t>(mask))});
+    });
+}
+
+GnomeModifierWatch::~GnomeModifierWatch()
+{
+    _shell.onModifiers({});
+}
+
+void GnomeModifierWatch::setMonitorHandler(Handler handler)
+{
+    const bool watch = bool(handler);
+    _handler = std::move(handler);
+    _shell.watchModifiers(watch);
 }
 
 void UnwatchedKeyboard::setCapsLockHandler(CapsLockKey::Handler handler)
 {
-    if (handler)
-        sayUnavailable();
-}
-
-void UnwatchedKeyboard::sayUnavailable()
-{
-    if (_said)
+    if (!handler || _said)
         return;
     _said = true;
-    std::fputs("Tarnvik: on GNOME's Wayland session, shortcuts of modifiers alone and the "
-               "Hyperkey don't work yet\n",
-               stderr);
+    std::fputs("Tarnvik: on GNOME's Wayland session the Hyperkey doesn't work yet\n", stderr);
 }
 
 } // namespace tarnvik::gnome

@@ -65,14 +65,28 @@ private:
     std::atomic<double> _stepsPerPixel = 1;
 };
 
-// What the shell does not hand over on Wayland yet: every key as it goes by (for shortcuts of
-// modifiers alone and the Hyperkey) and the input sources. Says so once, when asked for them.
-class UnwatchedKeyboard final : public KeyEventMonitor,
-                                public CapsLockKey,
-                                public KeyboardInputSources
+// The modifiers the seat's keyboards hold, as they change, for shortcuts of modifiers alone: on
+// Wayland no client sees the keys another one gets, and the shell reports only the modifiers.
+class GnomeModifierWatch final : public KeyEventMonitor
 {
 public:
-    void setMonitorHandler(KeyEventMonitor::Handler handler) override;
+    explicit GnomeModifierWatch(TarnvikGnomeExtension &shell);
+    ~GnomeModifierWatch() override;
+    GnomeModifierWatch(const GnomeModifierWatch &) = delete;
+    GnomeModifierWatch &operator=(const GnomeModifierWatch &) = delete;
+
+    void setMonitorHandler(Handler handler) override;
+
+private:
+    TarnvikGnomeExtension &_shell;
+    Handler _handler;
+};
+
+// What the shell does not hand over on Wayland yet: the Caps Lock key for the Hyperkey, and the
+// input sources. Says so once, when asked for the key.
+class UnwatchedKeyboard final : public CapsLockKey, public KeyboardInputSources
+{
+public:
     void setCapsLockHandler(CapsLockKey::Handler handler) override;
     bool isCapsLockOn() override { return false; }
     void setCapsLock(bool) override { }
@@ -82,8 +96,6 @@ public:
     void selectInputSource(const InputSource &) override { }
 
 private:
-    void sayUnavailable();
-
     bool _said = false;
 };
 

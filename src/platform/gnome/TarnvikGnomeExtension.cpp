@@ -154,6 +154,8 @@ TarnvikGnomeExtension::TarnvikGnomeExtension()
                 SLOT(labelsDrawn(uint, double, double, double)));
     bus.connect(shellService, objectPath, interfaceName, "ShortcutPressed", this,
                 SLOT(shortcutPressed(uint)));
+    bus.connect(shellService, objectPath, interfaceName, "ModifiersChanged", this,
+                SLOT(modifiersChanged(uint)));
     bus.connect(shellService, objectPath, interfaceName, "StatusMenuOpened", this,
                 SLOT(statusMenuOpened()));
     bus.connect(shellService, objectPath, interfaceName, "StatusMenuActivated", this,
@@ -201,6 +203,7 @@ std::optional<std::string> TarnvikGnomeExtension::ensureRegistered()
         return reply.errorMessage().toStdString();
     _registered = true;
     watchShortcuts(std::move(_shortcuts));
+    watchModifiers(_watchingModifiers);
     return std::nullopt;
 }
 
@@ -240,6 +243,19 @@ void TarnvikGnomeExtension::shortcutPressed(uint index)
 {
     if (_shortcut)
         _shortcut(index);
+}
+
+void TarnvikGnomeExtension::watchModifiers(bool watch)
+{
+    _watchingModifiers = watch;
+    if (_registered)
+        call("WatchModifiers", {watch}, false);
+}
+
+void TarnvikGnomeExtension::modifiersChanged(uint mask)
+{
+    if (_modifiers)
+        _modifiers(mask);
 }
 
 void TarnvikGnomeExtension::propertiesChanged(const QDBusMessage &message)

@@ -104,6 +104,13 @@ public:
     // it while the overview shows; given again at each registration.
     void watchShortcuts(std::vector<std::pair<std::uint32_t, std::uint32_t>> shortcuts);
     void onKey(std::function<void(const ShellKey &)> handler) { _key = std::move(handler); }
+    // While watched, each change of the modifiers the seat's keyboards hold, Caps Lock's lock
+    // among them, as an X modifier mask; watched again at each registration.
+    void watchModifiers(bool watch);
+    void onModifiers(std::function<void(std::uint32_t mask)> handler)
+    {
+        _modifiers = std::move(handler);
+    }
 
     void showLabels(const std::vector<OverviewLabel> &labels);
     void showImages(const std::vector<OverviewImage> &images);
@@ -156,6 +163,7 @@ private Q_SLOTS:
     void pointerPressed();
     void labelsDrawn(uint count, double sinceShortcut, double sinceAsked, double building);
     void shortcutPressed(uint index);
+    void modifiersChanged(uint mask);
     void key(uint keycode, uint state, bool pressed, bool repeat, const QString &text);
     void statusMenuOpened();
     void statusMenuActivated(int id);
@@ -177,6 +185,8 @@ private:
     LabelsDrawn _labelsDrawn;
     std::vector<std::pair<std::uint32_t, std::uint32_t>> _shortcuts;
     std::function<void(std::uint32_t)> _shortcut;
+    bool _watchingModifiers = false;
+    std::function<void(std::uint32_t)> _modifiers;
     std::function<void(const ShellKey &)> _key;
     std::function<void()> _statusMenuOpened;
     std::function<void(int)> _statusMenuActivated;
