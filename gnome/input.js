@@ -5,6 +5,13 @@
 // Each modifier Tarnvik names, as a mask of its own, with the evdev code of its left key.
 const MODIFIER_KEYS = [[1, 42], [4, 29], [8, 56], [64, 125]];
 
+// The modifiers of Clutter's state, in the masks above.
+function modifierMasks(state) {
+    const superKey = Clutter.ModifierType.SUPER_MASK | Clutter.ModifierType.MOD4_MASK;
+    return MODIFIER_KEYS.reduce((masks, [mask]) =>
+        (mask === 64 ? state & superKey : state & mask) ? masks | mask : masks, 0);
+}
+
 function now() {
     return GLib.get_monotonic_time();
 }
@@ -44,10 +51,7 @@ class VirtualInput {
 
     // What the seat's keyboards hold now, every keyboard's keys counted, in the masks above.
     heldModifiers() {
-        const [, , held] = global.get_pointer();
-        const superKey = Clutter.ModifierType.SUPER_MASK | Clutter.ModifierType.MOD4_MASK;
-        return MODIFIER_KEYS.reduce((masks, [mask]) =>
-            (mask === 64 ? held & superKey : held & mask) ? masks | mask : masks, 0);
+        return modifierMasks(global.get_pointer()[2]);
     }
 
     // Pixels, as a touchpad scrolls: smooth, and as far as asked.
@@ -84,8 +88,7 @@ const MODIFIERS_READ_MS = 20;
 
 class ModifierWatch {
     // `onChanged(mask)` with the modifiers now held.
-    constructor(input, onChanged) {
-        this._input = input;
+    constructor(onChanged) {
         this._onChanged = onChanged;
         this._readId = 0;
         this._last = 0;
@@ -111,6 +114,6 @@ class ModifierWatch {
 
     _read() {
         const [, , state] = global.get_pointer();
-        return this._input.heldModifiers() | (state & Clutter.ModifierType.LOCK_MASK ? 2 : 0);
+        return modifierMasks(state) | (state & Clutter.ModifierType.LOCK_MASK ? 2 : 0);
     }
 }

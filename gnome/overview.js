@@ -196,7 +196,7 @@ class OverviewService {
         this._panels = new PanelLayer();
         this._stageEventId = 0;
         this._input = new VirtualInput();
-        this._modifiers = new ModifierWatch(this._input,
+        this._modifiers = new ModifierWatch(
             held => this._emit('ModifiersChanged', new GLib.Variant('(u)', [held])));
         this._keys = new KeyHold(() => this._watchStage());
         // (key code, modifiers) of each of Tarnvik's shortcuts: the shell keeps the keyboard
