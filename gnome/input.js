@@ -95,12 +95,13 @@ class ModifierWatch {
     }
 
     watch(on) {
-        if (!on && this._readId) {
+        if (on === (this._readId !== 0))
+            return;
+        if (!on) {
             GLib.source_remove(this._readId);
             this._readId = 0;
-        }
-        if (!on || this._readId)
             return;
+        }
         this._last = this._read();
         this._readId = GLib.timeout_add(GLib.PRIORITY_DEFAULT, MODIFIERS_READ_MS, () => {
             const held = this._read();

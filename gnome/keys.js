@@ -84,8 +84,7 @@ class InputSourceBinding {
         return true;
     }
 
-    // As the input source manager binds it when it starts.
-    // Whether it was lent.
+    // Bound again as the input source manager binds it when it starts; whether it was lent.
     giveBack() {
         if (!this._lent)
             return false;
@@ -145,20 +144,22 @@ class Shortcuts {
         if (bound !== this._bound)
             return [];
         this._actions = keycodes.map((keycode, i) => grab(i));
-        if (this._actions.includes(NONE) && this._inputSource.lend()) {
+        const refused = () => [...this._actions.keys()].filter(i => this._actions[i] === NONE);
+        const first = refused();
+        if (first.length && this._inputSource.lend()) {
             await afterIdle();
             if (bound !== this._bound)
                 return [];
-            const before = this._actions.filter(action => action !== NONE).length;
-            this._actions = this._actions.map((action, i) => action === NONE ? grab(i) : action);
-            if (this._actions.filter(action => action !== NONE).length === before)
+            for (const i of first)
+                this._actions[i] = grab(i);
+            if (refused().length === first.length)
                 this._inputSource.giveBack();
         }
         for (const action of this._actions.filter(a => a !== NONE)) {
             Main.wm.allowKeybinding(Meta.external_binding_name_for_action(action),
                 Shell.ActionMode.ALL);
         }
-        return [...this._actions.keys()].filter(i => this._actions[i] === NONE);
+        return refused();
     }
 
     // Whether the shell got its binding back.
