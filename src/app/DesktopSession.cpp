@@ -1,6 +1,8 @@
 #include "app/DesktopSession.h"
 
-#include "platform/gnome/GnomeWindows.h"
+#include "platform/gnome/TarnvikGnomeExtension.h"
+#include "platform/linux/CompositorWindows.h"
+#include "platform/wlroots/SwayIpc.h"
 
 #include <QtGlobal>
 
@@ -15,16 +17,30 @@ bool onGnomeWayland()
         && qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(':').contains("GNOME");
 }
 
+bool onSway()
+{
+    return qEnvironmentVariable("XDG_SESSION_TYPE") == "wayland"
+        && qEnvironmentVariableIsSet("WAYLAND_DISPLAY") && qEnvironmentVariableIsSet("SWAYSOCK");
+}
+
 std::unique_ptr<linux::LinuxDesktop> connectDesktop(gnome::TarnvikGnomeExtension &shell)
 {
     if (onGnomeWayland()) {
         if (!shell.monitors().empty())
-            return linux::LinuxDesktop::connect(std::make_unique<gnome::GnomeWindows>(shell));
+            return linux::LinuxDesktop::connect(std::make_unique<linux::CompositorWindows>(shell));
         std::fprintf(stderr,
                      "Tarnvik: GNOME Shell's extension %s does not answer: only X programs' "
                      "windows can be reached. Enable it with: gnome-extensions enable %s, then "
                      "log out and in\n",
                      gnome::TarnvikGnomeExtension::uuid, gnome::TarnvikGnomeExtension::uuid);
+    }
+    if (onSway()) {
+        if (auto sway = wlroots::SwayIpc::connect())
+            return linux::LinuxDesktop::connect(
+                std::make_unique<linux::CompositorWindows>(std::move(sway)));
+        std::fputs("Tarnvik: sway's IPC socket (SWAYSOCK) does not answer: only X programs' "
+                   "windows can be reached\n",
+                   stderr);
     }
     return linux::LinuxDesktop::connect();
 }

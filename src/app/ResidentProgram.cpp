@@ -90,6 +90,10 @@ std::optional<ResidentProgram::Connections> ResidentProgram::connect()
     auto doubleClickInterval = [] {
         return QApplication::styleHints()->mouseDoubleClickInterval() / 1000.0;
     };
+    if (!c.desktop->x11() && !onGnomeWayland()) {
+        std::fputs("Tarnvik: on sway only `tarnvik targets` and `tarnvik tree` work yet\n", stderr);
+        return std::nullopt;
+    }
     if (c.desktop->x11()) {
         c.input = connectX11Input(*c.shell, *c.scheduler, doubleClickInterval);
     } else {

@@ -13,10 +13,10 @@ import time
 import unittest
 
 import pyatspi
-from gi.repository import GLib
 
+from check_boxes import check_boxes, checked, front_targets, labelled_check_box
 from desktop_apps import (PAGES, Application, ResidentTarnvik, chromium, firefox, main, poll,
-                          targets, window_mapped)
+                          window_mapped)
 from gnome_shell import (RemoteKeyboard, bound, click, close_overview_after_start_up,
                          drawn_labels, drawn_panels, focused_text, overview_active, pointer,
                          x_display)
@@ -113,70 +113,6 @@ def vertical_scroll_bars(process):
 
 def position(scroll_bar):
     return scroll_bar.queryValue().currentValue
-
-
-def check_boxes(process, name):
-    """The application's check boxes of that name that stand somewhere, in the tree's order,
-    which is the labels' order: the showing ones, or all of them where the toolkit says none
-    shows (GTK 4.8 on Wayland)."""
-    application = poll("the application on the bus", lambda: next(
-        (a for a in pyatspi.Registry.getDesktop(0)
-         if a is not None and a.get_process_id() == process and a.childCount > 0), None))
-    found = []
-
-    def walk(accessible, depth):
-        if accessible is None or depth > 40:
-            return
-        if accessible.getRole() == pyatspi.ROLE_CHECK_BOX and accessible.name == name:
-            extents = accessible.queryComponent().getExtents(pyatspi.WINDOW_COORDS)
-            if extents.width > 0 and extents.height > 0:
-                found.append(accessible)
-        for child in accessible:
-            walk(child, depth + 1)
-
-    try:
-        walk(application, 0)
-    except GLib.GError:
-        # An object went while it was read: a page still loading replaces its own.
-        return []
-    showing = [b for b in found if b.getState().contains(pyatspi.STATE_SHOWING)]
-    return showing or found
-
-
-def checked(accessible):
-    accessible.clearCache()
-    return accessible.getState().contains(pyatspi.STATE_CHECKED)
-
-
-def front_targets(last=None):
-    """What `tarnvik targets` lists, once a window is in front: none is until the window
-    manager gives a new window the focus. `last` keeps what it said, for a test that gives up."""
-    last = {} if last is None else last
-    try:
-        last["answer"] = targets()["targets"]
-    except AssertionError as error:
-        last["answer"] = str(error)
-        return None
-    return last["answer"]
-
-
-def labelled_check_box(application, name):
-    """A check box of that name that takes a click, away from its window's corner, and what
-    `tarnvik targets` says of it: its label and its frame."""
-    process = application.process.pid
-    boxes = poll("its check boxes", lambda: check_boxes(process, name), 60)
-    last = {}
-    try:
-        labelled = poll("its check boxes labelled", lambda: [
-            t for t in front_targets(last) or []
-            if t["role"] == "AXCheckBox" and t["title"] == name], 60)
-    except AssertionError as error:
-        raise AssertionError(f"{error}; `tarnvik targets` last said: {last.get('answer')}")
-    assert len(labelled) == len(boxes), (labelled, boxes)
-    index = next(i for i, box in enumerate(boxes)
-                 if box.getState().contains(pyatspi.STATE_SENSITIVE)
-                 and box.queryComponent().getExtents(pyatspi.WINDOW_COORDS).y > 60)
-    return boxes[index], labelled[index]
 
 
 def showing_entries(process):

@@ -511,10 +511,10 @@ std::vector<OverviewWindow> TarnvikGnomeExtension::windows()
     });
 }
 
-std::vector<ShellWindow> TarnvikGnomeExtension::frames() const
+std::vector<linux::CompositorWindow> TarnvikGnomeExtension::frames() const
 {
-    return readArray<ShellWindow>(call("Frames"), [](const QDBusArgument &a) {
-        ShellWindow w;
+    return readArray<linux::CompositorWindow>(call("Frames"), [](const QDBusArgument &a) {
+        linux::CompositorWindow w;
         qulonglong id = 0;
         QString title, wmClass, wmInstance, gtkApplicationId;
         a >> id >> w.pid >> title >> w.focused >> wmClass >> wmInstance >> gtkApplicationId;
@@ -529,12 +529,12 @@ std::vector<ShellWindow> TarnvikGnomeExtension::frames() const
     });
 }
 
-std::vector<ShellMonitor> TarnvikGnomeExtension::monitors() const
+std::vector<linux::CompositorMonitor> TarnvikGnomeExtension::monitors() const
 {
-    return readArray<ShellMonitor>(call("Monitors"), [](const QDBusArgument &a) {
+    return readArray<linux::CompositorMonitor>(call("Monitors"), [](const QDBusArgument &a) {
         double x = 0, y = 0, width = 0, height = 0, scale = 1;
         a >> x >> y >> width >> height >> scale;
-        return ShellMonitor {makeRect(x, y, width, height), scale};
+        return linux::CompositorMonitor {makeRect(x, y, width, height), scale};
     });
 }
 

@@ -2,6 +2,7 @@
 
 #include "platform/Geometry.h"
 #include "platform/Overview.h"
+#include "platform/linux/CompositorWindows.h"
 
 #include <QDBusMessage>
 #include <QObject>
@@ -15,28 +16,6 @@
 #include <vector>
 
 namespace tarnvik::gnome {
-
-// A window as the shell places it, in the shell's coordinates.
-struct ShellWindow
-{
-    std::uint64_t id = 0;
-    std::int32_t pid = 0;
-    std::string title;
-    bool focused = false;
-    std::string wmClass;
-    std::string wmInstance;
-    std::string gtkApplicationId;
-    // What the user sees as the window, its title bar included.
-    CGRect frame {};
-    // The surface the client draws, its client-side shadows included.
-    CGRect buffer {};
-};
-
-struct ShellMonitor
-{
-    CGRect frame {};
-    double scale = 1;
-};
 
 // The GNOME Shell extension tarnvik-gnome, which draws this program's labels above the
 // Activities overview and hands it the keys typed there, and the shell's own OverviewActive.
@@ -63,7 +42,7 @@ struct ShellKey
     std::string text;
 };
 
-class TarnvikGnomeExtension final : public QObject
+class TarnvikGnomeExtension final : public QObject, public linux::CompositorWindowSource
 {
     Q_OBJECT
 
@@ -89,7 +68,10 @@ public:
         _shortcut = std::move(handler);
     }
     // Each time another window gets the focus, once registered.
-    void onFocusChanged(std::function<void()> handler) { _focusChanged = std::move(handler); }
+    void onFocusChanged(std::function<void()> handler) override
+    {
+        _focusChanged = std::move(handler);
+    }
     // The user's pointer moving, and pressing a button, while the keys are held outside the
     // overview.
     void onPointerMoved(std::function<void()> handler) { _pointerMoved = std::move(handler); }
@@ -149,9 +131,9 @@ public:
     void renewKeys();
     // The windows a person sees, the front one first; nothing when the extension doesn't
     // answer. Answered to any Tarnvik process, registered or not.
-    std::vector<ShellWindow> frames() const;
+    std::vector<linux::CompositorWindow> frames() const override;
     // The primary monitor first.
-    std::vector<ShellMonitor> monitors() const;
+    std::vector<linux::CompositorMonitor> monitors() const override;
     // The shell's process, for its accessibility tree.
     std::optional<std::uint32_t> shellProcess() const;
 

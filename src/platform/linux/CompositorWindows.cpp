@@ -1,46 +1,51 @@
-#include "platform/gnome/GnomeWindows.h"
+#include "platform/linux/CompositorWindows.h"
 
 #include "platform/linux/DesktopIdentity.h"
 
 #include <algorithm>
 #include <unistd.h>
 
-namespace tarnvik::gnome {
+namespace tarnvik::linux {
 
 namespace {
 
-RunningApplication applicationOf(const ShellWindow &w)
+RunningApplication applicationOf(const CompositorWindow &w)
 {
     std::optional<std::string> gtkApplicationId;
     if (!w.gtkApplicationId.empty())
         gtkApplicationId = w.gtkApplicationId;
     // A Wayland client's application id stands where an X client's class does.
-    return linux::identify(
+    return identify(
         w.pid,
         {.wmInstance = w.wmInstance, .wmClass = w.wmClass, .gtkApplicationId = gtkApplicationId});
 }
 
 } // namespace
 
-GnomeWindows::GnomeWindows(TarnvikGnomeExtension &shell)
-    : _shell(shell)
+CompositorWindows::CompositorWindows(CompositorWindowSource &source)
+    : _source(source)
 { }
 
-std::vector<ShellWindow> GnomeWindows::frames()
+CompositorWindows::CompositorWindows(std::unique_ptr<CompositorWindowSource> source)
+    : _owned(std::move(source))
+    , _source(*_owned)
+{ }
+
+std::vector<CompositorWindow> CompositorWindows::frames()
 {
     constexpr auto fresh = std::chrono::milliseconds(100);
     std::lock_guard lock(_mutex);
     const auto now = std::chrono::steady_clock::now();
     if (now - _framesAt > fresh) {
-        _frames = _shell.frames();
+        _frames = _source.frames();
         _framesAt = now;
     }
     return _frames;
 }
 
-std::vector<linux::ClientWindow> GnomeWindows::clientWindows(pid_t pid)
+std::vector<ClientWindow> CompositorWindows::clientWindows(pid_t pid)
 {
-    std::vector<linux::ClientWindow> found;
+    std::vector<ClientWindow> found;
     for (const auto &w : frames()) {
         if (w.pid == pid)
             found.push_back(
@@ -49,7 +54,7 @@ std::vector<linux::ClientWindow> GnomeWindows::clientWindows(pid_t pid)
     return found;
 }
 
-std::optional<RunningApplication> GnomeWindows::frontmostApplication()
+std::optional<RunningApplication> CompositorWindows::frontmostApplication()
 {
     const auto windows = frames();
     const auto focused =
@@ -59,12 +64,12 @@ std::optional<RunningApplication> GnomeWindows::frontmostApplication()
     return applicationOf(*focused);
 }
 
-std::optional<RunningApplication> GnomeWindows::menuBarOwningApplication()
+std::optional<RunningApplication> CompositorWindows::menuBarOwningApplication()
 {
     return frontmostApplication();
 }
 
-std::vector<RunningApplication> GnomeWindows::runningApplications()
+std::vector<RunningApplication> CompositorWindows::runningApplications()
 {
     std::vector<RunningApplication> apps;
     for (const auto &w : frames()) {
@@ -76,14 +81,14 @@ std::vector<RunningApplication> GnomeWindows::runningApplications()
     return apps;
 }
 
-pid_t GnomeWindows::currentProcessIdentifier()
+pid_t CompositorWindows::currentProcessIdentifier()
 {
     return getpid();
 }
 
-void GnomeWindows::watchFocus()
+void CompositorWindows::watchFocus()
 {
-    _shell.onFocusChanged([this] {
+    _source.onFocusChanged([this] {
         {
             std::lock_guard lock(_mutex);
             _framesAt = {};
@@ -92,7 +97,7 @@ void GnomeWindows::watchFocus()
     });
 }
 
-ValueArray GnomeWindows::onScreenWindowInfo()
+ValueArray CompositorWindows::onScreenWindowInfo()
 {
     ValueArray list = menubarEntries();
     for (const auto &w : frames()) {
@@ -102,9 +107,9 @@ ValueArray GnomeWindows::onScreenWindowInfo()
     return list;
 }
 
-std::vector<Screen> GnomeWindows::screens()
+std::vector<Screen> CompositorWindows::screens()
 {
-    const auto monitors = _shell.monitors();
+    const auto monitors = _source.monitors();
     std::vector<Screen> result;
     const double height = monitors.empty() ? 0 : monitors.front().frame.size.height;
     for (const auto &m : monitors) {
@@ -114,4 +119,4 @@ std::vector<Screen> GnomeWindows::screens()
     return result;
 }
 
-} // namespace tarnvik::gnome
+} // namespace tarnvik::linux

@@ -1,0 +1,247 @@
+#include "platform/wlroots/SwayIpc.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSocketNotifier>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace tarnvik::wlroots {
+
+namespace {
+
+constexpr char magic[] = {'i', '3', '-', 'i', 'p', 'c'};
+constexpr std::uint32_t subscribe = 2;
+constexpr std::uint32_t getOutputs = 3;
+constexpr std::uint32_t getTree = 4;
+// Events carry the high bit over their kind.
+constexpr std::uint32_t eventBit = 0x80000000;
+
+// The magic, then the payload's length and the message's kind, in the host's byte order.
+constexpr std::size_t headerSize = sizeof magic + 2 * sizeof(std::uint32_t);
+
+bool writeAll(int fd, const char *data, std::size_t size)
+{
+    while (size > 0) {
+        const ssize_t n = ::send(fd, data, size, MSG_NOSIGNAL);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            return false;
+        data += n;
+        size -= static_cast<std::size_t>(n);
+    }
+    return true;
+}
+
+bool readAll(int fd, char *data, std::size_t size)
+{
+    while (size > 0) {
+        const ssize_t n = ::recv(fd, data, size, 0);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            return false;
+        data += n;
+        size -= static_cast<std::size_t>(n);
+    }
+    return true;
+}
+
+bool send(int fd, std::uint32_t type, const QByteArray &payload)
+{
+    char header[headerSize];
+    const auto length = static_cast<std::uint32_t>(payload.size());
+    std::memcpy(header, magic, sizeof magic);
+    std::memcpy(header + sizeof magic, &length, sizeof length);
+    std::memcpy(header + sizeof magic + sizeof length, &type, sizeof type);
+    return writeAll(fd, header, headerSize)
+        && writeAll(fd, payload.constData(), static_cast<std::size_t>(payload.size()));
+}
+
+// One message: its kind and payload.
+std::optional<std::pair<std::uint32_t, QByteArray>> receive(int fd)
+{
+    // Larger than any tree of a desktop a person uses; anything bigger is not sway talking.
+    constexpr std::uint32_t largest = 64 << 20;
+    char header[headerSize];
+    std::uint32_t length = 0, type = 0;
+    if (!readAll(fd, header, headerSize) || std::memcmp(header, magic, sizeof magic) != 0)
+        return std::nullopt;
+    std::memcpy(&length, header + sizeof magic, sizeof length);
+    std::memcpy(&type, header + sizeof magic + sizeof length, sizeof type);
+    if (length > largest)
+        return std::nullopt;
+    QByteArray payload(static_cast<qsizetype>(length), Qt::Uninitialized);
+    if (!readAll(fd, payload.data(), length))
+        return std::nullopt;
+    return std::pair {type, payload};
+}
+
+// A connection whose every read and write gives up after a second.
+int open(const std::string &path)
+{
+    sockaddr_un address {};
+    if (path.empty() || path.size() >= sizeof address.sun_path)
+        return -1;
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0)
+        return -1;
+    const timeval limit {.tv_sec = 1, .tv_usec = 0};
+    ::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    ::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.data(), path.size());
+    if (::connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0) {
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+CGRect rectOf(const QJsonValue &r)
+{
+    const auto o = r.toObject();
+    return makeRect(o["x"].toDouble(), o["y"].toDouble(), o["width"].toDouble(),
+                    o["height"].toDouble());
+}
+
+// Views are the containers that hold a client: they carry its process.
+void collectViews(const QJsonObject &node, std::vector<linux::CompositorWindow> &into)
+{
+    if (node["pid"].toInt() > 0 && node["visible"].toBool(true)) {
+        linux::CompositorWindow w;
+        w.id = static_cast<std::uint64_t>(node["id"].toInteger());
+        w.pid = node["pid"].toInt();
+        w.title = node["name"].toString().toStdString();
+        w.focused = node["focused"].toBool();
+        // A Wayland client's application id, or an X client's class on Xwayland.
+        const auto x = node["window_properties"].toObject();
+        const auto appId = node["app_id"].toString();
+        w.wmClass = (appId.isEmpty() ? x["class"].toString() : appId).toStdString();
+        w.wmInstance = (appId.isEmpty() ? x["instance"].toString() : appId).toStdString();
+        w.frame = rectOf(node["rect"]);
+        const CGRect inside = rectOf(node["window_rect"]);
+        w.buffer = makeRect(w.frame.origin.x + inside.origin.x, w.frame.origin.y + inside.origin.y,
+                            inside.size.width, inside.size.height);
+        into.push_back(std::move(w));
+    }
+    for (const auto *children : {"nodes", "floating_nodes"}) {
+        for (const auto &child : node[children].toArray())
+            collectViews(child.toObject(), into);
+    }
+}
+
+} // namespace
+
+std::vector<linux::CompositorWindow> swayWindows(const QByteArray &tree)
+{
+    std::vector<linux::CompositorWindow> windows;
+    collectViews(QJsonDocument::fromJson(tree).object(), windows);
+    std::stable_partition(windows.begin(), windows.end(), [](const auto &w) { return w.focused; });
+    return windows;
+}
+
+std::vector<linux::CompositorMonitor> swayOutputs(const QByteArray &outputs)
+{
+    std::vector<std::pair<bool, linux::CompositorMonitor>> found;
+    for (const auto &o : QJsonDocument::fromJson(outputs).array()) {
+        const auto output = o.toObject();
+        if (output["active"].toBool())
+            found.push_back(
+                {output["focused"].toBool(),
+                 {.frame = rectOf(output["rect"]), .scale = output["scale"].toDouble(1)}});
+    }
+    std::stable_partition(found.begin(), found.end(), [](const auto &f) { return f.first; });
+    std::vector<linux::CompositorMonitor> monitors;
+    for (const auto &f : found)
+        monitors.push_back(f.second);
+    return monitors;
+}
+
+std::unique_ptr<SwayIpc> SwayIpc::connect()
+{
+    const char *path = std::getenv("SWAYSOCK");
+    std::unique_ptr<SwayIpc> ipc(new SwayIpc(path ? path : ""));
+    if (!ipc->ask(getOutputs))
+        return nullptr;
+    return ipc;
+}
+
+SwayIpc::SwayIpc(std::string socketPath)
+    : _socketPath(std::move(socketPath))
+{ }
+
+SwayIpc::~SwayIpc()
+{
+    _eventNotifier.reset();
+    if (_events >= 0)
+        ::close(_events);
+}
+
+std::optional<QByteArray> SwayIpc::ask(std::uint32_t type, const QByteArray &payload) const
+{
+    const int fd = open(_socketPath);
+    if (fd < 0)
+        return std::nullopt;
+    std::optional<QByteArray> answer;
+    if (send(fd, type, payload)) {
+        if (auto reply = receive(fd); reply && reply->first == type)
+            answer = std::move(reply->second);
+    }
+    ::close(fd);
+    return answer;
+}
+
+std::vector<linux::CompositorWindow> SwayIpc::frames() const
+{
+    const auto tree = ask(getTree);
+    return tree ? swayWindows(*tree) : std::vector<linux::CompositorWindow> {};
+}
+
+std::vector<linux::CompositorMonitor> SwayIpc::monitors() const
+{
+    const auto outputs = ask(getOutputs);
+    return outputs ? swayOutputs(*outputs) : std::vector<linux::CompositorMonitor> {};
+}
+
+void SwayIpc::onFocusChanged(std::function<void()> handler)
+{
+    _focusChanged = std::move(handler);
+    if (_events >= 0)
+        return;
+    _events = open(_socketPath);
+    // A window's events tell of focus, titles, new and closed windows; a workspace's of the
+    // focus moving to another workspace.
+    if (_events < 0 || !send(_events, subscribe, R"(["window","workspace"])")
+        || !receive(_events)) {
+        std::fputs("tarnvik: sway does not report the focus; the window in front is read at "
+                   "each session only\n",
+                   stderr);
+        return;
+    }
+    _eventNotifier = std::make_unique<QSocketNotifier>(_events, QSocketNotifier::Read);
+    QObject::connect(_eventNotifier.get(), &QSocketNotifier::activated, _eventNotifier.get(),
+                     [this] { eventsReady(); });
+}
+
+void SwayIpc::eventsReady()
+{
+    const auto event = receive(_events);
+    if (!event) {
+        // sway has gone: nothing more will come.
+        _eventNotifier->setEnabled(false);
+        return;
+    }
+    if ((event->first & eventBit) && _focusChanged)
+        _focusChanged();
+}
+
+} // namespace tarnvik::wlroots
