@@ -8,7 +8,6 @@
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
-#include <limits>
 
 namespace tarnvik {
 namespace {
@@ -37,45 +36,35 @@ TEST(Preferences, StoredValuesWinAndWronglyTypedOnesCountAsAbsent)
     EXPECT_FALSE(p.boolForKey(Keys::mapArrowKeysToScroll));
 }
 
-TEST(Preferences, NumbersNotFiniteOrOutOfTheirRangeFallBackToTheDefaultAndAreReported)
+// Numbers out of their range are the real store's test below, report and all; the ends of a
+// range are the user's to choose: no scrolling, silence.
+TEST(Preferences, TheEndsOfARangeAreUsable)
 {
     fake::FakePreferenceStore store;
     Preferences p(store);
-    store.setDouble(Keys::scrollPxPerMs, std::numeric_limits<double>::quiet_NaN());
-    store.setDouble(Keys::dashSpeedMultiplier, std::numeric_limits<double>::infinity());
-    store.setDouble(Keys::labelFontSize, -5);
-    store.setDouble(Keys::soundEffectVolume, 1e308);
-    EXPECT_EQ(p.doubleForKey(Keys::scrollPxPerMs), 1.0);
-    EXPECT_EQ(p.doubleForKey(Keys::dashSpeedMultiplier), 1.5);
-    EXPECT_EQ(p.doubleForKey(Keys::labelFontSize), 10.0);
-    EXPECT_EQ(p.floatForKey(Keys::soundEffectVolume), 0.6f);
-    EXPECT_EQ(store.reports(),
-              (std::vector<std::string> {
-                  "scroll-px-per-ms: a number from 0 to 100",
-                  "dash-speed-multiplier: a number from 0 to 100",
-                  "label-font-size: a number from 4 to 72",
-                  "soundEffectVolume: a number from 0 to 1",
-              }));
-
-    // The ends are the user's to choose: no scrolling, silence.
     store.setDouble(Keys::scrollPxPerMs, 0);
     store.setDouble(Keys::soundEffectVolume, 1);
     EXPECT_EQ(p.doubleForKey(Keys::scrollPxPerMs), 0.0);
-    EXPECT_EQ(p.doubleForKey(Keys::soundEffectVolume), 1.0);
-    EXPECT_EQ(store.reports().size(), 4u);
+    EXPECT_EQ(p.floatForKey(Keys::soundEffectVolume), 1.0f);
+    EXPECT_TRUE(store.reports().empty());
+}
+
+// A settings file of the given text, in a folder of its own.
+QString settingsFile(const QTemporaryDir &dir, const QByteArray &text)
+{
+    const QString path = dir.filePath("tarnvik.conf");
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(text);
+    return path;
 }
 
 TEST(QSettingsPreferenceStore, AHandEditedFileOfUnusableNumbersIsReportedOnceAndKeptAsItIs)
 {
     QTemporaryDir dir;
-    const QString path = dir.filePath("tarnvik.conf");
     const QByteArray written = "[General]\nscroll-px-per-ms=nan\ndash-speed-multiplier=inf\n"
                                "label-font-size=-5\nsoundEffectVolume=1e308\n";
-    {
-        QFile file(path);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(written);
-    }
+    const QString path = settingsFile(dir, written);
     QSettingsPreferenceStore store(path.toStdString());
     Preferences p(store);
     testing::internal::CaptureStderr();
@@ -104,13 +93,8 @@ TEST(QSettingsPreferenceStore, AHandEditedFileOfUnusableNumbersIsReportedOnceAnd
 TEST(QSettingsPreferenceStore, AFileThatIsNoSettingsIsKeptBeforeTheFirstChange)
 {
     QTemporaryDir dir;
-    const QString path = dir.filePath("tarnvik.conf");
     const QByteArray written = "[General\nlabel-font-size=12\n";
-    {
-        QFile file(path);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(written);
-    }
+    const QString path = settingsFile(dir, written);
     testing::internal::CaptureStderr();
     QSettingsPreferenceStore store(path.toStdString());
     Preferences p(store);
