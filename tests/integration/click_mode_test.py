@@ -232,13 +232,6 @@ class ClickMode(OverlaySession):
         poll("the element's own look where its highlight had been",
              lambda: similar(highlighted, box_pixels(inside)) > 0.95, 10)
 
-    def test_killed_mid_session_leaves_keyboard_and_pointer_working(self):
-        self.tarnvik.start()
-        box = self.controls(pyatspi.ROLE_CHECK_BOX, "checkbutton")[0]
-        self.show_labels(rect(box))
-        self.tarnvik.stop(signal.SIGKILL)
-        self.assert_typing_reaches_an_entry("qv")
-
     def test_a_shortcut_changed_in_the_file_by_hand_works_at_once(self):
         self.tarnvik.start()
         settings = os.path.join(self.tarnvik.config, "tarnvik", "tarnvik.conf")
@@ -256,12 +249,16 @@ class ClickMode(OverlaySession):
                 return False
         poll("the new shortcut", new_shortcut_works, 10)
 
-    def test_a_termination_signal_mid_session_ends_it_and_exits_with_0(self):
+    def test_killed_or_signalled_mid_session_the_keyboard_comes_back(self):
+        # Killed, the program can do nothing: the X server lets go of its grabs. The other
+        # signals end the modes and exit with 0.
         box = self.controls(pyatspi.ROLE_CHECK_BOX, "checkbutton")[0]
-        for sig in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
+        for sig in (signal.SIGKILL, signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
             self.tarnvik.start()
             self.show_labels(rect(box))
-            self.assertEqual(self.tarnvik.stop(sig), 0, sig)
+            status = self.tarnvik.stop(sig)
+            if sig != signal.SIGKILL:
+                self.assertEqual(status, 0, sig)
             self.assert_typing_reaches_an_entry("qv")
 
 
