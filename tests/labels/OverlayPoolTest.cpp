@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <gtest/gtest.h>
+#include <list>
 
 namespace tarnvik {
 namespace {
@@ -33,25 +34,6 @@ private:
     qint64 _now = 0;
 };
 
-// A button with the focused label "A", as a session shows it.
-struct Session
-{
-    Session()
-    {
-        auto root = std::make_shared<UIElement>(std::nullopt, "AXWindow", CGPoint {0, 0},
-                                                CGSize {800, 600});
-        auto tree = UITree::make(root);
-        button = std::make_shared<UIElement>(std::nullopt, "AXButton", CGPoint {100, 100},
-                                             CGSize {80, 30});
-        tree->add(button, root->id);
-        trees.frontmostWindowUiTree = tree;
-    }
-    TargetsView view() const { return TargetsView({button}, trees, {"A"}, true); }
-
-    UIElementPtr button;
-    UITrees trees;
-};
-
 // The darkest channel drawn over a white ground: 255 where it draws nothing (no compositor: the
 // window is shaped instead); labels' text is near black at full opacity.
 int darkest(QWidget *widget)
@@ -68,13 +50,36 @@ int darkest(QWidget *widget)
     return result;
 }
 
+// A button labelled "A", as a session shows it.
 class OverlayPoolTest : public testing::Test
 {
 protected:
-    OverlayPool pool {OverlayOptions {false, [] { return true; }, {}}};
+    OverlayPoolTest()
+    {
+        auto root = std::make_shared<UIElement>(std::nullopt, "AXWindow", CGPoint {0, 0},
+                                                CGSize {800, 600});
+        auto tree = UITree::make(root);
+        button = std::make_shared<UIElement>(std::nullopt, "AXButton", CGPoint {100, 100},
+                                             CGSize {80, 30});
+        tree->add(button, root->id);
+        trees.frontmostWindowUiTree = tree;
+    }
+
+    // The window brought to the front with the session's label, focused unless told otherwise.
+    void show(QtTargetsWindow &window, bool focusFirst = true)
+    {
+        window.orderFront();
+        window.show(views.emplace_back(std::vector {button}, trees, std::vector<std::string> {"A"},
+                                       focusFirst));
+    }
+
+    bool reduceMotion = true;
+    OverlayPool pool {OverlayOptions {false, [this] { return reduceMotion; }, {}}};
     std::shared_ptr<LabelImageCache> labels =
         std::make_shared<LabelImageCache>(labelColors("original", false), 10, 1);
-    Session session;
+    UIElementPtr button;
+    UITrees trees;
+    std::list<TargetsView> views; // a window draws the view it was shown for as long as it lives
 };
 
 TEST_F(OverlayPoolTest, TheNextSessionGetsTheClosedWindowHiddenAndEmpty)
@@ -82,9 +87,7 @@ TEST_F(OverlayPoolTest, TheNextSessionGetsTheClosedWindowHiddenAndEmpty)
     QWidget *first = nullptr;
     {
         QtTargetsWindow window(pool, QRectF(0, 0, 800, 600), labels);
-        window.orderFront();
-        auto view = session.view();
-        window.show(view);
+        show(window);
         first = window.widget();
         EXPECT_TRUE(first->isVisible());
         EXPECT_LT(darkest(first), 255);
@@ -108,9 +111,7 @@ TEST_F(OverlayPoolTest, AFlashCutShortByClosingCompletesForNoOne)
     int completed = 0;
     {
         QtTargetsWindow window(pool, QRectF(0, 0, 800, 600), labels);
-        window.orderFront();
-        auto view = session.view();
-        window.show(view);
+        show(window);
         window.playClickAnimation([&completed] { ++completed; });
         clock.advanceBy(100);
     }
@@ -118,9 +119,7 @@ TEST_F(OverlayPoolTest, AFlashCutShortByClosingCompletesForNoOne)
     EXPECT_EQ(completed, 0);
 
     QtTargetsWindow next(pool, QRectF(0, 0, 800, 600), labels);
-    next.orderFront();
-    auto view = session.view();
-    next.show(view);
+    show(next);
     next.playClickAnimation([&completed] { ++completed; });
     clock.advanceBy(100);
     EXPECT_EQ(completed, 0);
@@ -128,21 +127,16 @@ TEST_F(OverlayPoolTest, AFlashCutShortByClosingCompletesForNoOne)
     EXPECT_EQ(completed, 1) << "a flash left to run completes";
 }
 
-TEST(OverlayPoolReducedMotion, TheDesktopsSettingIsAskedAtEachSession)
+TEST_F(OverlayPoolTest, TheDesktopsReducedMotionIsAskedAtEachSession)
 {
-    bool reduce = false;
-    OverlayPool pool {OverlayOptions {false, [&reduce] { return reduce; }, {}}};
-    auto labels = std::make_shared<LabelImageCache>(labelColors("original", false), 10, 1);
-    Session session;
+    reduceMotion = false;
     const auto firstFrame = [&] {
         QtTargetsWindow window(pool, QRectF(0, 0, 800, 600), labels);
-        window.orderFront();
-        TargetsView view({session.button}, session.trees, {"A"}, false);
-        window.show(view);
+        show(window, false); // the focused label hides behind its highlight
         return darkest(window.widget());
     };
     EXPECT_GT(firstFrame(), 200) << "labels fade in from nothing";
-    reduce = true;
+    reduceMotion = true;
     EXPECT_LT(firstFrame(), 100) << "switched off while the program runs: labels at once";
 }
 
