@@ -324,6 +324,28 @@ double ResidentProgram::firstScreenHeight()
     return _windows.screens().front().frame.size.height;
 }
 
+bool ResidentProgram::activateAction(const std::string &name)
+{
+    std::function<void()> toggle;
+    if (name == "click")
+        toggle = [this] {
+            _wiring.clickToggle(true);
+        };
+    else if (name == "search")
+        toggle = [this] {
+            _wiring.clickToggle(false);
+        };
+    else if (name == "scroll")
+        toggle = [this] {
+            _wiring.scrollToggle();
+        };
+    else
+        return false;
+    _hotKeys.pressed = std::chrono::steady_clock::now();
+    _scheduler.postToMain(std::move(toggle));
+    return true;
+}
+
 void ResidentProgram::deactivateModes()
 {
     _mode.deactivate(true);

@@ -83,6 +83,9 @@ public:
 
     void launch(bool startedAtLogin) { _delegate.applicationDidFinishLaunching(startedAtLogin); }
     void reopen() { _delegate.applicationShouldHandleReopen(); }
+    // Starts a mode's toggle by its name (click, search, scroll), as its shortcut does, once
+    // the caller has had its answer; false for another name.
+    bool activateAction(const std::string &name);
 
 private:
     void deactivateModes();

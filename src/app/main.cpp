@@ -85,10 +85,15 @@ int runResident(double qtScaleFactor, bool startedAtLogin)
 {
     QApplication::setQuitOnLastWindowClosed(false);
     std::unique_ptr<ResidentProgram> program;
-    SingleInstance instance([&program] {
-        if (program)
-            program->reopen();
-    });
+    SingleInstance instance({.reopen =
+                                 [&program] {
+                                     if (program)
+                                         program->reopen();
+                                 },
+                             .activate =
+                                 [&program](const std::string &name) {
+                                     return program && program->activateAction(name);
+                                 }});
     if (instance.claim() == SingleInstance::Claim::Reopened)
         return 0;
     auto connections = ResidentProgram::connect();
@@ -107,7 +112,10 @@ int usage()
     std::fputs("usage: tarnvik [--at-login]    run resident: the shortcuts show the labels; at\n"
                "                               login without opening the settings\n"
                "       tarnvik targets [--json] [--search TEXT] [--repeat N]\n"
-               "       tarnvik tree [--search TEXT]\n",
+               "       tarnvik tree [--search TEXT]\n"
+               "       tarnvik activate click|search|scroll\n"
+               "                               start or end that mode in the running Tarnvik, as\n"
+               "                               its shortcut does\n",
                stderr);
     return 2;
 }
@@ -139,5 +147,11 @@ int main(int argc, char *argv[])
     rest.removeAt(1);
     if (command == "targets" || command == "tree")
         return runTargets(rest, command == "tree");
+    if (command == "activate" && rest.size() == 2) {
+        const auto refused = SingleInstance::activateAction(rest[1].toStdString());
+        if (refused)
+            std::fprintf(stderr, "tarnvik: %s\n", refused->c_str());
+        return refused ? 1 : 0;
+    }
     return usage();
 }

@@ -11,11 +11,11 @@ import time
 
 import pyatspi
 
-from desktop_apps import (Application, OverlaySession, ResidentTarnvik, accessible_window,
-                          assert_typing_reaches, box_pixels, focus_ring_drawn, key, label_at,
-                          label_drawn_below, labels_mapped, main, pointer_drawn, poll,
-                          process_frame, rect, screen_pixels, showing_all, showing_descendant,
-                          targets, window_mapped, xdotool)
+from desktop_apps import (TARNVIK, Application, OverlaySession, ResidentTarnvik,
+                          accessible_window, assert_typing_reaches, box_pixels, focus_ring_drawn,
+                          key, label_at, label_drawn_below, labels_mapped, main, pointer_drawn,
+                          poll, process_frame, rect, screen_pixels, showing_all,
+                          showing_descendant, targets, window_mapped, xdotool)
 
 
 def pixels_in(box, pixels):
@@ -83,6 +83,15 @@ class ClickMode(OverlaySession):
         key("shift+super+space")
         poll("the overlay gone", lambda: not labels_mapped(), 10)
         self.assert_typing_reaches_an_entry("uv")
+
+        # `tarnvik activate click`, as a window manager's own key binding runs it, starts and
+        # ends a session as the shortcut does.
+        self.app.bring_to_front()
+        subprocess.run([TARNVIK, "activate", "click"], check=True)
+        poll("labels drawn on the screen", lambda: label_drawn_below(rect(box)), 10)
+        subprocess.run([TARNVIK, "activate", "click"], check=True)
+        poll("the overlay gone", lambda: not labels_mapped(), 10)
+        self.assert_typing_reaches_an_entry("w")
 
     def test_a_high_contrast_desktop_gets_high_contrast_labels(self):
         folder = tempfile.mkdtemp(prefix="tarnvik-xsettings-")
