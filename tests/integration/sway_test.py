@@ -53,17 +53,24 @@ def click(x, y):
 
 class Targets(unittest.TestCase):
     """`tarnvik targets` places each toolkit's elements where sway shows its window: beside a
-    window that takes the left half of the screen, a check box is clicked where Tarnvik says it
-    stands; a frame off by the window's place misses it."""
+    window on the left of the screen, a check box is clicked where Tarnvik says it stands; a
+    frame off by the window's place misses it."""
 
-    def test_each_toolkit_in_the_right_half(self):
-        left = Application(lambda home: ["env", "GDK_BACKEND=wayland", "gtk4-widget-factory"])
+    def test_each_toolkit_on_the_right(self):
+        left = Application(lambda home: ["env", "QT_QPA_PLATFORM=wayland",
+                                         os.environ["QT_CONTROLS"]])
         try:
             poll("the first window", lambda: len(views()) == 1)
             for toolkit, (command, name) in TOOLKITS.items():
                 with self.subTest(toolkit):
                     application = Application(command)
                     try:
+                        # A window larger than its tile is cut off (the widget factories are
+                        # 1,400 pixels wide): the first one is kept narrow.
+                        poll("the second window", lambda: len(views()) == 2)
+                        subprocess.run(["swaymsg", f"[pid={left.process.pid}]", "resize", "set",
+                                        "width", "800", "px"], check=True,
+                                       stdout=subprocess.DEVNULL)
                         box, target = labelled_check_box(application, name)
                         x, y, width, height = target["frame"]
                         self.assertGreaterEqual(x, views()[-1]["rect"]["x"])

@@ -1,8 +1,8 @@
 #include "platform/gnome/GnomeInput.h"
 
+#include "platform/linux/WheelScrolling.h"
 #include "platform/linux/X11Keys.h"
 
-#include <cmath>
 #include <cstdio>
 
 namespace tarnvik::gnome {
@@ -63,11 +63,7 @@ void GnomePointer::postScroll(double verticalPx, double horizontalPx)
 
 void GnomePointer::aimAt(CGRect area)
 {
-    // A touchpad's step reaches the client as a pixel. GTK 3 takes ten of them for one step of
-    // its own, which moves a list by the two-thirds power of its page (measured: a second at
-    // 1 px/ms, sent as pixels, moved a 500-pixel list by 6,000 or more).
-    const double page = area.size.height;
-    _stepsPerPixel = _scrollsByPage() && page > 1 ? 10.0 / std::pow(page, 2.0 / 3.0) : 1.0;
+    _stepsPerPixel = linux::touchpadStepsPerPixel(_scrollsByPage(), area.size.height);
 }
 
 GnomeModifierWatch::GnomeModifierWatch(TarnvikGnomeExtension &shell)

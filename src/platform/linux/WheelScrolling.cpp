@@ -187,4 +187,11 @@ std::unique_ptr<ScrollPosting> makeScrollPosting(std::string &how)
     return std::make_unique<XTestScrolling>(c);
 }
 
+double touchpadStepsPerPixel(bool scrollsByPage, double pageHeight)
+{
+    // Measured: a second at 1 px/ms, sent as pixels, moved a 500-pixel GTK 3 list by 6,000 or
+    // more.
+    return scrollsByPage && pageHeight > 1 ? 10.0 / std::pow(pageHeight, 2.0 / 3.0) : 1.0;
+}
+
 } // namespace tarnvik::linux

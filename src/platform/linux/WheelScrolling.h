@@ -27,6 +27,11 @@ private:
     double _lastPx = 0;
 };
 
+// The touchpad steps that move a list by one pixel. A touchpad's step reaches a Wayland client
+// as a pixel; GTK 3 (`scrollsByPage`) takes ten of them for one step of its own, which moves a
+// list by the two-thirds power of its page, `pageHeight`.
+double touchpadStepsPerPixel(bool scrollsByPage, double pageHeight);
+
 // How far an application scrolls for one step of a wheel, about: GTK scrolls a page's height to
 // the power two thirds (50-60 px for the usual lists), Firefox three lines, Chromium 53 px.
 constexpr double pixelsPerWheelStep = 50;
