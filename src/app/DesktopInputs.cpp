@@ -2,6 +2,7 @@
 
 #include "platform/gnome/GnomeInput.h"
 #include "platform/gnome/GnomeOverview.h"
+#include "platform/linux/UnwatchedKeyboard.h"
 #include "platform/linux/WheelScrolling.h"
 #include "platform/linux/X11KeyWatch.h"
 #include "platform/linux/X11Keyboard.h"
@@ -85,7 +86,7 @@ private:
     gnome::GnomeOverviewHotKeys _hotKeys;
     gnome::GnomePointer _pointer;
     gnome::GnomeModifierWatch _modifiers;
-    gnome::UnwatchedKeyboard _unwatched;
+    linux::UnwatchedKeyboard _unwatched {"GNOME's Wayland session"};
 };
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "platform/KeyEvents.h"
 #include "platform/Pointer.h"
 #include "platform/Scheduler.h"
+#include "platform/Screens.h"
 
 #include <functional>
 #include <memory>
@@ -16,8 +17,8 @@ namespace gnome {
 class TarnvikGnomeExtension;
 }
 
-// The keyboard and the pointer as the desktop lets this program reach them: X11's server, or on
-// GNOME's Wayland session the shell through its extension.
+// The keyboard and the pointer as the desktop lets this program reach them: X11's server, on
+// GNOME's Wayland session the shell through its extension, on sway its protocols.
 class DesktopInput
 {
 public:
@@ -48,5 +49,12 @@ std::unique_ptr<DesktopInput> connectGnomeInput(gnome::TarnvikGnomeExtension &sh
                                                 Scheduler &scheduler,
                                                 std::function<double()> doubleClickInterval,
                                                 std::function<bool()> scrollsByPage);
+#if TARNVIK_LAYER_SHELL
+// sway's, through the layer shell and the wlroots virtual pointer; `screens` to place the
+// pointer, `scrollsByPage` as GnomePointer takes it.
+std::unique_ptr<DesktopInput> connectSwayInput(Screens &screens,
+                                               std::function<double()> doubleClickInterval,
+                                               std::function<bool()> scrollsByPage);
+#endif
 
 } // namespace tarnvik

@@ -90,20 +90,27 @@ std::optional<ResidentProgram::Connections> ResidentProgram::connect()
     auto doubleClickInterval = [] {
         return QApplication::styleHints()->mouseDoubleClickInterval() / 1000.0;
     };
-    if (!c.desktop->x11() && !onGnomeWayland()) {
-        std::fputs("Tarnvik: on sway only `tarnvik targets` and `tarnvik tree` work yet\n", stderr);
-        return std::nullopt;
-    }
+    auto &desktop = *c.desktop;
+    const auto scrollsByPage = [&desktop] {
+        const auto front = desktop.windows().frontmostApplication();
+        return front && desktop.accessibility().scrollsByPage(front->processIdentifier);
+    };
     if (c.desktop->x11()) {
         c.input = connectX11Input(*c.shell, *c.scheduler, doubleClickInterval);
+    } else if (!onGnomeWayland()) {
+#if TARNVIK_LAYER_SHELL
+        c.input = connectSwayInput(desktop.windows(), doubleClickInterval, scrollsByPage);
+#else
+        std::fputs("Tarnvik: this build has no layer shell (Qt 6's LayerShellQt, packaged from "
+                   "Debian 13 on): on sway only `tarnvik targets` and `tarnvik tree` work\n",
+                   stderr);
+        return std::nullopt;
+#endif
     } else {
         // The shell hands over keys and posts input only to the registered program, from now on.
         c.shell->keepRegistered();
-        auto &desktop = *c.desktop;
-        c.input = connectGnomeInput(*c.shell, *c.scheduler, doubleClickInterval, [&desktop] {
-            const auto front = desktop.windows().frontmostApplication();
-            return front && desktop.accessibility().scrollsByPage(front->processIdentifier);
-        });
+        c.shellDraws = true;
+        c.input = connectGnomeInput(*c.shell, *c.scheduler, doubleClickInterval, scrollsByPage);
     }
     if (!c.input)
         return std::nullopt;
@@ -151,10 +158,10 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
               .highContrast = [this] { return _windows.appearance().highContrast; },
               .labelZoom = desktopScale(qtScaleFactor),
               .overview = _overview,
-              .onlyTheShellDraws = !_c.desktop->x11()})
+              .onlyTheShellDraws = _c.shellDraws})
     , _tutorViews({.firstScreenHeight = [this] { return firstScreenHeight(); },
                    .hasCompositor = _windows.hasCompositor(),
-                   .shell = _c.desktop->x11() ? nullptr : &_overview})
+                   .shell = _c.shellDraws ? &_overview : nullptr})
     , _tutorMode({.views = _tutorViews,
                   .focusedElement = [this] { return _mode.focusedElement(); },
                   .firstScreenHeight =
@@ -189,7 +196,7 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                    {.firstScreenHeight = [this] { return firstScreenHeight(); },
                     .hasCompositor = _windows.hasCompositor(),
                     .zoom = desktopScale(qtScaleFactor),
-                    .shell = _c.desktop->x11() ? nullptr : &_overview})
+                    .shell = _c.shellDraws ? &_overview : nullptr})
     , _scrollMode({.platform = {_accessibility, _windows, _windows},
                    .screens = _windows,
                    .preferences = _preferences,

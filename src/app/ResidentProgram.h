@@ -72,6 +72,9 @@ public:
         std::unique_ptr<gnome::TarnvikGnomeExtension> shell;
         std::unique_ptr<linux::LinuxDesktop> desktop;
         std::unique_ptr<DesktopInput> input;
+        // GNOME Shell draws every session's windows: on its Wayland session no window of this
+        // program may stand over the others.
+        bool shellDraws = false;
     };
     // Nothing, with the reason on standard error, when the display or the accessibility bus
     // lacks what the program needs.

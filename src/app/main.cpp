@@ -134,8 +134,10 @@ int main(int argc, char *argv[])
     if (command.isEmpty() || command == "--at-login") {
         const double qtScaleFactor = keepQtFromScaling();
         // The program speaks X, and so do its windows (to Xwayland in a Wayland session other
-        // than GNOME's); on GNOME's Wayland session the shell does all that X would do.
-        qputenv("QT_QPA_PLATFORM", onGnomeWayland() ? "wayland" : "xcb");
+        // than GNOME's and sway's); on GNOME's Wayland session the shell does all that X would
+        // do, on sway its protocols do, where this build has the layer shell.
+        const bool wayland = onGnomeWayland() || (TARNVIK_LAYER_SHELL && onSway());
+        qputenv("QT_QPA_PLATFORM", wayland ? "wayland" : "xcb");
         QApplication app(argc, argv);
         QApplication::setApplicationName("tarnvik");
         QApplication::setApplicationDisplayName("Tarnvik");

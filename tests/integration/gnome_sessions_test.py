@@ -14,7 +14,7 @@ import unittest
 
 import pyatspi
 
-from check_boxes import check_boxes, checked, front_targets, labelled_check_box
+from controls import check_boxes, checked, front_targets, labelled_check_box, showing_entries
 from desktop_apps import (PAGES, Application, ResidentTarnvik, chromium, firefox, main, poll,
                           window_mapped)
 from gnome_shell import (RemoteKeyboard, bound, click, close_overview_after_start_up,
@@ -113,19 +113,6 @@ def vertical_scroll_bars(process):
 
 def position(scroll_bar):
     return scroll_bar.queryValue().currentValue
-
-
-def showing_entries(process):
-    """The application's showing, editable text entries."""
-    def entry(a):
-        states = a.getState() if a is not None else None
-        return (a is not None and a.getRole() == pyatspi.ROLE_TEXT
-                and states.contains(pyatspi.STATE_EDITABLE)
-                and states.contains(pyatspi.STATE_SHOWING))
-    for application in pyatspi.Registry.getDesktop(0):
-        if application is not None and application.get_process_id() == process:
-            return pyatspi.findAllDescendants(application, entry)
-    return []
 
 
 class NativeWindows(unittest.TestCase):

@@ -1,14 +1,17 @@
 """Tarnvik on sway (TARNVIK_DESKTOP_SHELL=sway), with native Wayland windows and no X display:
-there only sway, through its IPC, knows where a window stands, and its headless seat has no
-pointer until a client makes a virtual one."""
+there only sway, through its IPC, knows where a window stands, no client may post input to
+another but through a virtual device, and this program's windows stand over the others as
+layer-shell surfaces (where its Qt has them: TARNVIK_LAYER_SHELL=1)."""
 
 import json
 import os
+import signal
 import subprocess
 import unittest
 
-from check_boxes import checked, labelled_check_box
-from desktop_apps import Application, main, note_exit, poll
+from controls import checked, front_targets, labelled_check_box, showing_entries
+from desktop_apps import (TARNVIK, Application, ResidentTarnvik, label_drawn_below, main, note_exit,
+                          poll)
 
 # Tarnvik and the applications are given the Wayland display alone.
 os.environ.pop("DISPLAY", None)
@@ -20,6 +23,27 @@ TOOLKITS = {
     "qt6": (lambda home: ["env", "QT_QPA_PLATFORM=wayland", os.environ["QT_CONTROLS"]],
             "Check Me"),
 }
+INPUT = None
+
+
+def setUpModule():
+    # Made before any application starts, which then finds a pointer and a keyboard on the seat.
+    global INPUT
+    INPUT = subprocess.Popen([os.environ["WLR_INPUT"]], stdin=subprocess.PIPE,
+                             stdout=subprocess.PIPE, text=True)
+    assert INPUT.stdout.readline() == "ready\n"
+
+
+def tearDownModule():
+    INPUT.stdin.close()
+    note_exit(INPUT.args, INPUT.wait(10))
+
+
+def tell(line):
+    INPUT.stdin.write(line + "\n")
+    INPUT.stdin.flush()
+    answer = INPUT.stdout.readline()
+    assert answer == "ok\n", answer
 
 
 def swaymsg(kind):
@@ -27,28 +51,31 @@ def swaymsg(kind):
                                      text=True, check=True).stdout)
 
 
-POINTER = None
-
-
-def setUpModule():
-    # Made before any application starts, which then finds a pointer on the seat.
-    global POINTER
-    POINTER = subprocess.Popen([os.environ["WLR_POINTER"]], stdin=subprocess.PIPE,
-                               stdout=subprocess.PIPE, text=True)
-    assert POINTER.stdout.readline() == "ready\n"
-
-
-def tearDownModule():
-    POINTER.stdin.close()
-    note_exit(POINTER.args, POINTER.wait(10))
-
-
 def click(x, y):
     """A left click at a point of sway's layout, through the virtual pointer Tarnvik uses."""
     layout = swaymsg("get_outputs")[0]["rect"]
-    POINTER.stdin.write(f"click {x} {y} {layout['width']} {layout['height']}\n")
-    POINTER.stdin.flush()
-    assert POINTER.stdout.readline() == "ok\n"
+    tell(f"click {x} {y} {layout['width']} {layout['height']}")
+
+
+def screen_pixels():
+    """What sway shows, as `label_drawn_below` reads it: RGB bytes and the width."""
+    shot = subprocess.run(["grim", "-t", "ppm", "-"], capture_output=True, check=True).stdout
+    magic, size, _, pixels = shot.split(b"\n", 3)
+    assert magic == b"P6", magic
+    return pixels, int(size.split()[0])
+
+
+def views():
+    """sway's windows, left to right."""
+    found = []
+
+    def walk(node):
+        if node.get("pid"):
+            found.append(node)
+        for child in node.get("nodes", []) + node.get("floating_nodes", []):
+            walk(child)
+    walk(swaymsg("get_tree"))
+    return sorted(found, key=lambda v: v["rect"]["x"])
 
 
 class Targets(unittest.TestCase):
@@ -84,17 +111,71 @@ class Targets(unittest.TestCase):
             left.stop()
 
 
-def views():
-    """sway's windows, left to right."""
-    found = []
+@unittest.skipUnless(os.environ.get("TARNVIK_LAYER_SHELL") == "1",
+                     "this build has no layer shell (Qt's LayerShellQt, from Debian 13 on)")
+class Sessions(unittest.TestCase):
+    """The resident Tarnvik over GTK 4's widget factory, started by `tarnvik activate click`
+    as a key binding of sway's runs it: a check box's label typed flips it; Escape, and a
+    Tarnvik killed mid-session, give the keyboard back."""
 
-    def walk(node):
-        if node.get("pid"):
-            found.append(node)
-        for child in node.get("nodes", []) + node.get("floating_nodes", []):
-            walk(child)
-    walk(swaymsg("get_tree"))
-    return sorted(found, key=lambda v: v["rect"]["x"])
+    @classmethod
+    def setUpClass(cls):
+        cls.factory = Application(TOOLKITS["gtk4"][0])
+        cls.box, cls.target = labelled_check_box(cls.factory, "checkbutton")
+        cls.tarnvik = ResidentTarnvik()
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.tarnvik.remove()
+        cls.factory.stop()
+
+    def setUp(self):
+        if self.tarnvik.process is None:
+            self.tarnvik.start()
+
+    def start_session(self):
+        mark = self.tarnvik.output.mark()
+        subprocess.run([TARNVIK, "activate", "click"], check=True)
+        # Letters typed before the labels stand would be lost.
+        self.tarnvik.output.wait_for("labels drawn:", mark)
+
+    def focus_an_entry(self):
+        """Clicks an entry of the window, as a person would before the session (GTK 4 takes no
+        focus through its tree)."""
+        field = poll("an entry labelled", lambda: next(
+            (t for t in front_targets() or [] if t["role"] == "AXTextField"), None))
+        x, y, width, height = field["frame"]
+        click(x + width / 2, y + height / 2)
+
+    def keys_reach_the_window(self):
+        """Whether a letter typed now reaches the window's entries."""
+        def typed_qs():
+            texts = [e.queryText() for e in showing_entries(self.factory.process.pid)]
+            return sum(t.getText(0, t.characterCount).count("q") for t in texts)
+        before = typed_qs()
+        tell("keys q")
+        return typed_qs() > before
+
+    def test_a_typed_label_flips_a_check_box(self):
+        before = checked(self.box)
+        self.start_session()
+        # Above the window: a layer-shell surface of the overlay layer.
+        poll("its label drawn", lambda: label_drawn_below(self.target["frame"], screen_pixels()),
+             10)
+        tell("keys " + " ".join(self.target["label"].lower()))
+        poll("the check box flipped", lambda: checked(self.box) != before, 10)
+
+    def test_escape_gives_the_keyboard_back(self):
+        self.focus_an_entry()
+        self.start_session()
+        tell("keys Escape")
+        poll("typing to reach the window", self.keys_reach_the_window, 10)
+
+    def test_a_killed_tarnvik_gives_the_keyboard_back(self):
+        self.focus_an_entry()
+        self.start_session()
+        self.tarnvik.stop(signal.SIGKILL)
+        poll("typing to reach the window", self.keys_reach_the_window, 10)
 
 
 if __name__ == "__main__":

@@ -3,8 +3,6 @@
 #include "platform/linux/WheelScrolling.h"
 #include "platform/linux/X11Keys.h"
 
-#include <cstdio>
-
 namespace tarnvik::gnome {
 
 GnomePointer::GnomePointer(Parts parts)
@@ -86,14 +84,6 @@ void GnomeModifierWatch::setMonitorHandler(Handler handler)
     const bool watch = bool(handler);
     _handler = std::move(handler);
     _shell.watchModifiers(watch);
-}
-
-void UnwatchedKeyboard::setCapsLockHandler(CapsLockKey::Handler handler)
-{
-    if (!handler || _said)
-        return;
-    _said = true;
-    std::fputs("Tarnvik: on GNOME's Wayland session the Hyperkey doesn't work yet\n", stderr);
 }
 
 } // namespace tarnvik::gnome

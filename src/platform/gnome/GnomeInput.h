@@ -1,7 +1,6 @@
 #pragma once
 
 #include "platform/ClickQueue.h"
-#include "platform/InputSources.h"
 #include "platform/KeyEvents.h"
 #include "platform/Pointer.h"
 #include "platform/gnome/TarnvikGnomeExtension.h"
@@ -80,23 +79,6 @@ public:
 private:
     TarnvikGnomeExtension &_shell;
     Handler _handler;
-};
-
-// What the shell does not hand over on Wayland yet: the Caps Lock key for the Hyperkey, and the
-// input sources. Says so once, when asked for the key.
-class UnwatchedKeyboard final : public CapsLockKey, public KeyboardInputSources
-{
-public:
-    void setCapsLockHandler(CapsLockKey::Handler handler) override;
-    bool isCapsLockOn() override { return false; }
-    void setCapsLock(bool) override { }
-
-    std::vector<InputSource> inputSources() override { return {}; }
-    std::optional<InputSource> currentInputSource() override { return std::nullopt; }
-    void selectInputSource(const InputSource &) override { }
-
-private:
-    bool _said = false;
 };
 
 } // namespace tarnvik::gnome

@@ -46,7 +46,7 @@ GnomeOverviewKeys::GnomeOverviewKeys(TarnvikGnomeExtension &extension, KeyboardL
 bool GnomeOverviewKeys::start(Handler handler)
 {
     _handler = std::move(handler);
-    _extension.onKey([this](const ShellKey &typed) { key(typed); });
+    _extension.onKey([this](const linux::TypedKey &typed) { key(typed); });
     if (!_extension.holdKeys(true))
         return false;
     _renewal.start();
@@ -63,24 +63,12 @@ void GnomeOverviewKeys::stop()
     _extension.holdKeys(false);
 }
 
-void GnomeOverviewKeys::key(const ShellKey &typed)
+void GnomeOverviewKeys::key(const linux::TypedKey &typed)
 {
-    const auto keyCode = linux::virtualKeyCode(typed.keycode);
-    if (!_handler || !keyCode || isModifierKey(*keyCode))
+    if (!_handler)
         return;
-    KeyEvent event {
-        .type = typed.pressed ? EventType::keyDown : EventType::keyUp,
-        .keyCode = *keyCode,
-        // The arrows' and the keypad's bits too, as the X keyboard's keys carry them.
-        .flags = linux::modifierFlags(static_cast<std::uint16_t>(typed.state))
-            | keyPositionFlags(*keyCode),
-        .isARepeat = typed.repeat,
-    };
-    // The shell's text carries Shift's level ("?", capitals) in the user's layout; for a key
-    // that types no character (Return, Escape) the layout's text stands.
-    event.characters = event.charactersIgnoringModifiers =
-        typed.text.empty() ? _layout.translate(*keyCode) : typed.text;
-    _handler(event);
+    if (const auto event = linux::keyEventOf(typed, _layout))
+        _handler(*event);
 }
 
 void GnomeOverviewHotKeys::setHandler(Handler handler)

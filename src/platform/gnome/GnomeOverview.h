@@ -65,7 +65,7 @@ public:
     bool heldElsewhere() override { return false; }
 
 private:
-    void key(const ShellKey &typed);
+    void key(const linux::TypedKey &typed);
 
     TarnvikGnomeExtension &_extension;
     KeyboardLayout &_layout;

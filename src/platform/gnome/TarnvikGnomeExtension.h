@@ -3,6 +3,7 @@
 #include "platform/Geometry.h"
 #include "platform/Overview.h"
 #include "platform/linux/CompositorWindows.h"
+#include "platform/linux/X11Keys.h"
 
 #include <QDBusMessage>
 #include <QObject>
@@ -28,18 +29,6 @@ struct ShellMenuEntry
     int id = -1;
     std::string title;
     std::vector<std::pair<int, std::string>> submenu;
-};
-
-// A key typed while the extension holds the keyboard.
-struct ShellKey
-{
-    std::uint32_t keycode = 0;
-    // X's modifier mask.
-    std::uint32_t state = 0;
-    bool pressed = false;
-    bool repeat = false;
-    // What it types in the layout and with the modifiers in use; empty for no character.
-    std::string text;
 };
 
 class TarnvikGnomeExtension final : public QObject, public linux::CompositorWindowSource
@@ -85,7 +74,7 @@ public:
     // X key codes and X modifier masks of the program's shortcuts, which the shell keeps from
     // it while the overview shows; given again at each registration.
     void watchShortcuts(std::vector<std::pair<std::uint32_t, std::uint32_t>> shortcuts);
-    void onKey(std::function<void(const ShellKey &)> handler) { _key = std::move(handler); }
+    void onKey(std::function<void(const linux::TypedKey &)> handler) { _key = std::move(handler); }
     // While watched, each change of the modifiers the seat's keyboards hold, Caps Lock's lock
     // among them, as an X modifier mask; watched again at each registration.
     void watchModifiers(bool watch);
@@ -169,7 +158,7 @@ private:
     std::function<void(std::uint32_t)> _shortcut;
     bool _watchingModifiers = false;
     std::function<void(std::uint32_t)> _modifiers;
-    std::function<void(const ShellKey &)> _key;
+    std::function<void(const linux::TypedKey &)> _key;
     std::function<void()> _statusMenuOpened;
     std::function<void(int)> _statusMenuActivated;
     bool _statusItemShown = false;

@@ -87,6 +87,26 @@ std::uint64_t modifierFlags(std::uint16_t state)
     return flags;
 }
 
+std::optional<KeyEvent> keyEventOf(const TypedKey &typed, KeyboardLayout &layout)
+{
+    const auto keyCode = virtualKeyCode(typed.keycode);
+    if (!keyCode || isModifierKey(*keyCode))
+        return std::nullopt;
+    KeyEvent event {
+        .type = typed.pressed ? EventType::keyDown : EventType::keyUp,
+        .keyCode = *keyCode,
+        // The arrows' and the keypad's bits too, as the X keyboard's keys carry them.
+        .flags =
+            modifierFlags(static_cast<std::uint16_t>(typed.state)) | keyPositionFlags(*keyCode),
+        .isARepeat = typed.repeat,
+    };
+    // The typed text carries Shift's level ("?", capitals) in the user's layout; for a key that
+    // types no character (Return, Escape) the layout's text stands.
+    event.characters = event.charactersIgnoringModifiers =
+        typed.text.empty() ? layout.translate(*keyCode) : typed.text;
+    return event;
+}
+
 XConnection::~XConnection()
 {
     if (c)

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "platform/KeyCodes.h"
+#include "platform/KeyEvents.h"
 
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 
 class QSocketNotifier;
 struct xcb_connection_t;
@@ -44,6 +46,21 @@ std::uint16_t xModifiers(std::uint64_t flags);
 // `clickModifierFlags` as an X modifier mask.
 std::uint16_t clickModifiers(std::uint64_t flags);
 std::uint64_t modifierFlags(std::uint16_t state);
+
+// A key typed while the keyboard is held outside X: by GNOME Shell, or by a Wayland surface of
+// this program's.
+struct TypedKey
+{
+    std::uint32_t keycode = 0;
+    // X's modifier mask.
+    std::uint32_t state = 0;
+    bool pressed = false;
+    bool repeat = false;
+    // What it types in the layout and with the modifiers in use; empty for no character.
+    std::string text;
+};
+// The key as the core knows it; nothing for a modifier's own key, or a key of no position.
+std::optional<KeyEvent> keyEventOf(const TypedKey &typed, KeyboardLayout &layout);
 
 // A connection of the program's own to the display, closed with it, and the first screen's
 // root. Each part of the X backend has one, so that none waits on another's replies.

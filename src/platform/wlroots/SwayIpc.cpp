@@ -141,10 +141,41 @@ void collectViews(const QJsonObject &node, std::vector<linux::CompositorWindow> 
 
 } // namespace
 
+// The view the keyboard went to last, down each container's focus order: while a layer-shell
+// surface holds the keyboard (this program's, in a session) no view has the focus.
+std::int64_t lastFocused(QJsonObject node)
+{
+    for (int depth = 0; depth < 64; ++depth) {
+        if (node["pid"].toInt() > 0)
+            return node["id"].toInteger();
+        const auto order = node["focus"].toArray();
+        if (order.isEmpty())
+            return -1;
+        const auto next = order.first().toInteger();
+        QJsonObject child;
+        for (const auto *children : {"nodes", "floating_nodes"}) {
+            for (const auto &c : node[children].toArray()) {
+                if (c.toObject()["id"].toInteger() == next)
+                    child = c.toObject();
+            }
+        }
+        if (child.isEmpty())
+            return -1;
+        node = child;
+    }
+    return -1;
+}
+
 std::vector<linux::CompositorWindow> swayWindows(const QByteArray &tree)
 {
     std::vector<linux::CompositorWindow> windows;
-    collectViews(QJsonDocument::fromJson(tree).object(), windows);
+    const auto root = QJsonDocument::fromJson(tree).object();
+    collectViews(root, windows);
+    if (std::none_of(windows.begin(), windows.end(), [](const auto &w) { return w.focused; })) {
+        const auto last = lastFocused(root);
+        for (auto &w : windows)
+            w.focused = static_cast<std::int64_t>(w.id) == last;
+    }
     std::stable_partition(windows.begin(), windows.end(), [](const auto &w) { return w.focused; });
     return windows;
 }

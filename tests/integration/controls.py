@@ -1,5 +1,5 @@
-"""The check boxes the suites click, found through the application's own tree and through what
-`tarnvik targets` says of them."""
+"""The controls the suites click and type into, found through the application's own tree and
+through what `tarnvik targets` says of them."""
 
 import pyatspi
 from gi.repository import GLib
@@ -69,3 +69,16 @@ def labelled_check_box(application, name):
                  if box.getState().contains(pyatspi.STATE_SENSITIVE)
                  and box.queryComponent().getExtents(pyatspi.WINDOW_COORDS).y > 60)
     return boxes[index], labelled[index]
+
+
+def showing_entries(process):
+    """The application's showing, editable text entries."""
+    def entry(a):
+        states = a.getState() if a is not None else None
+        return (a is not None and a.getRole() == pyatspi.ROLE_TEXT
+                and states.contains(pyatspi.STATE_EDITABLE)
+                and states.contains(pyatspi.STATE_SHOWING))
+    for application in pyatspi.Registry.getDesktop(0):
+        if application is not None and application.get_process_id() == process:
+            return pyatspi.findAllDescendants(application, entry)
+    return []

@@ -1,0 +1,27 @@
+#include "platform/wlroots/DesktopBindings.h"
+
+#include <cstdio>
+
+namespace tarnvik::wlroots {
+
+bool DesktopBindings::registerHotKey(HotKeyId, std::uint16_t, std::uint64_t)
+{
+    if (!_saidHotKeys) {
+        _saidHotKeys = true;
+        std::fputs("Tarnvik: sway keeps global shortcuts to itself: bind keys to `tarnvik "
+                   "activate click`, `tarnvik activate search` and `tarnvik activate scroll` in "
+                   "its configuration (see the README)\n",
+                   stderr);
+    }
+    return true;
+}
+
+void DesktopBindings::setMonitorHandler(KeyEventMonitor::Handler handler)
+{
+    if (!handler || _saidModifiers)
+        return;
+    _saidModifiers = true;
+    std::fputs("Tarnvik: on sway shortcuts of modifiers alone don't work\n", stderr);
+}
+
+} // namespace tarnvik::wlroots

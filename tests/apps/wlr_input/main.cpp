@@ -1,0 +1,174 @@
+// The tests' hands on sway, whose headless seat has neither pointer nor keyboard of its own:
+// Tarnvik's own virtual pointer, and a virtual keyboard with the usual US keymap, whose key
+// codes are a real keyboard's (a keyboard that makes up its keymap, as wtype does, gives codes
+// no real keyboard has). Both are made once and kept, since a client learns of the seat's new
+// devices only after they are made and misses what comes before. Reads lines from standard
+// input and answers each with "ok":
+//   click X Y LAYOUT_WIDTH LAYOUT_HEIGHT
+//   keys KEY...       each a key's name (a, Escape, Return), or modifiers joined to it: shift+a
+#include "platform/wlroots/WlrVirtualPointer.h"
+#include "virtual-keyboard-unstable-v1-client-protocol.h"
+
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <linux/input-event-codes.h>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <sys/mman.h>
+#include <unistd.h>
+#include <vector>
+#include <wayland-client.h>
+#include <xkbcommon/xkbcommon.h>
+
+namespace {
+
+std::uint32_t now()
+{
+    using namespace std::chrono;
+    return static_cast<std::uint32_t>(
+        duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
+}
+
+class Keyboard
+{
+public:
+    bool connect()
+    {
+        _context = xkb_context_new(XKB_CONTEXT_NO_FLAGS);
+        const xkb_rule_names names {.rules = "evdev",
+                                    .model = "pc105",
+                                    .layout = "us",
+                                    .variant = nullptr,
+                                    .options = nullptr};
+        _keymap = xkb_keymap_new_from_names(_context, &names, XKB_KEYMAP_COMPILE_NO_FLAGS);
+        _display = wl_display_connect(nullptr);
+        if (!_keymap || !_display)
+            return false;
+        static const wl_registry_listener listener {
+            .global =
+                [](void *data, wl_registry *registry, std::uint32_t name, const char *interface,
+                   std::uint32_t) {
+                    auto *self = static_cast<Keyboard *>(data);
+                    if (std::strcmp(interface, wl_seat_interface.name) == 0 && !self->_seat)
+                        self->_seat = static_cast<wl_seat *>(
+                            wl_registry_bind(registry, name, &wl_seat_interface, 1));
+                    else if (std::strcmp(interface, zwp_virtual_keyboard_manager_v1_interface.name)
+                             == 0)
+                        self->_manager =
+                            static_cast<zwp_virtual_keyboard_manager_v1 *>(wl_registry_bind(
+                                registry, name, &zwp_virtual_keyboard_manager_v1_interface, 1));
+                },
+            .global_remove = [](void *, wl_registry *, std::uint32_t) {},
+        };
+        wl_registry_add_listener(wl_display_get_registry(_display), &listener, this);
+        if (wl_display_roundtrip(_display) < 0 || !_manager || !_seat)
+            return false;
+        _keyboard = zwp_virtual_keyboard_manager_v1_create_virtual_keyboard(_manager, _seat);
+        std::unique_ptr<char, decltype(&std::free)> text(
+            xkb_keymap_get_as_string(_keymap, XKB_KEYMAP_FORMAT_TEXT_V1), &std::free);
+        const std::size_t size = std::strlen(text.get()) + 1;
+        const int fd = memfd_create("tarnvik-keymap", MFD_CLOEXEC);
+        if (fd < 0 || write(fd, text.get(), size) != static_cast<ssize_t>(size))
+            return false;
+        zwp_virtual_keyboard_v1_keymap(_keyboard, WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1, fd,
+                                       static_cast<std::uint32_t>(size));
+        close(fd);
+        return wl_display_roundtrip(_display) >= 0;
+    }
+
+    // The keys of a chord, the last one typed while the ones before are held.
+    bool type(const std::string &chord)
+    {
+        std::vector<std::uint32_t> keys;
+        std::istringstream parts(chord);
+        std::string name;
+        while (std::getline(parts, name, '+')) {
+            const auto key = keyOf(name);
+            if (!key)
+                return false;
+            keys.push_back(key);
+        }
+        for (const auto key : keys)
+            press(key, true);
+        for (auto key = keys.rbegin(); key != keys.rend(); ++key)
+            press(*key, false);
+        return true;
+    }
+
+private:
+    // The evdev code of the key that gives the keysym so named, without Shift or with it.
+    std::uint32_t keyOf(const std::string &name)
+    {
+        const std::string known = name == "shift" ? "Shift_L"
+            : name == "control"                   ? "Control_L"
+            : name == "alt"                       ? "Alt_L"
+            : name == "super"                     ? "Super_L"
+                                                  : name;
+        const xkb_keysym_t wanted = xkb_keysym_from_name(known.c_str(), XKB_KEYSYM_NO_FLAGS);
+        for (xkb_keycode_t code = xkb_keymap_min_keycode(_keymap);
+             code <= xkb_keymap_max_keycode(_keymap); ++code) {
+            for (xkb_level_index_t level = 0; level < 2; ++level) {
+                const xkb_keysym_t *syms = nullptr;
+                const int count = xkb_keymap_key_get_syms_by_level(_keymap, code, 0, level, &syms);
+                if (count > 0 && syms[0] == wanted)
+                    return code - 8;
+            }
+        }
+        return 0;
+    }
+
+    void press(std::uint32_t key, bool down)
+    {
+        zwp_virtual_keyboard_v1_key(_keyboard, now(), key,
+                                    down ? WL_KEYBOARD_KEY_STATE_PRESSED
+                                         : WL_KEYBOARD_KEY_STATE_RELEASED);
+        wl_display_roundtrip(_display);
+    }
+
+    xkb_context *_context = nullptr;
+    xkb_keymap *_keymap = nullptr;
+    wl_display *_display = nullptr;
+    wl_seat *_seat = nullptr;
+    zwp_virtual_keyboard_manager_v1 *_manager = nullptr;
+    zwp_virtual_keyboard_v1 *_keyboard = nullptr;
+};
+
+} // namespace
+
+int main()
+{
+    auto pointer = tarnvik::wlroots::WlrVirtualPointer::connect();
+    Keyboard keyboard;
+    if (!pointer || !keyboard.connect()) {
+        std::fputs("tarnvik-wlr-input: the compositor offers no virtual pointer or keyboard\n",
+                   stderr);
+        return 1;
+    }
+    std::cout << "ready" << std::endl;
+    std::string line;
+    while (std::getline(std::cin, line)) {
+        std::istringstream words(line);
+        std::string command;
+        words >> command;
+        bool done = false;
+        if (command == "click") {
+            double x = 0, y = 0, width = 0, height = 0;
+            if (words >> x >> y >> width >> height) {
+                pointer->moveTo({x, y}, tarnvik::makeRect(0, 0, width, height));
+                pointer->press(BTN_LEFT, true);
+                pointer->press(BTN_LEFT, false);
+                done = true;
+            }
+        } else if (command == "keys") {
+            std::string chord;
+            done = true;
+            while (done && words >> chord)
+                done = keyboard.type(chord);
+        }
+        std::cout << (done ? "ok" : "not understood: " + line) << std::endl;
+    }
+    return 0;
+}
