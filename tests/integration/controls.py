@@ -1,6 +1,8 @@
 """The controls the suites click and type into, found through the application's own tree and
 through what `tarnvik targets` says of them."""
 
+import time
+
 import pyatspi
 from gi.repository import GLib
 
@@ -82,3 +84,35 @@ def showing_entries(process):
         if application is not None and application.get_process_id() == process:
             return pyatspi.findAllDescendants(application, entry)
     return []
+
+
+def vertical_scroll_bars(process):
+    application = next((a for a in pyatspi.Registry.getDesktop(0)
+                        if a is not None and a.get_process_id() == process), None)
+    if application is None:
+        return []
+    return pyatspi.findAllDescendants(application, lambda a: a is not None
+                                      and a.getRole() == pyatspi.ROLE_SCROLL_BAR
+                                      and a.getState().contains(pyatspi.STATE_VERTICAL))
+
+
+def position(scroll_bar):
+    return scroll_bar.queryValue().currentValue
+
+
+
+def scrolled(bars, press, release):
+    """How far each list moved, least first, once at rest after a key held a second between
+    `press` and `release`, as a person holds it."""
+    before = [position(bar) for bar in bars]
+    press()
+    time.sleep(1)  # the key held a second, as a person holds it
+    release()
+    # The list comes to rest: the same place in three readings a tenth of a second apart.
+    readings = []
+
+    def at_rest():
+        readings.append([position(bar) for bar in bars])
+        return readings[-3:] == [readings[-1]] * 3
+    poll("the lists at rest", at_rest, 10)
+    return sorted(after - earlier for after, earlier in zip(readings[-1], before))

@@ -14,7 +14,8 @@ import unittest
 
 import pyatspi
 
-from controls import check_boxes, checked, front_targets, labelled_check_box, showing_entries
+from controls import (check_boxes, checked, front_targets, labelled_check_box, scrolled,
+                      showing_entries, vertical_scroll_bars)
 from desktop_apps import (PAGES, Application, ResidentTarnvik, chromium, firefox, main, poll,
                           window_mapped)
 from gnome_shell import (RemoteKeyboard, bound, click, close_overview_after_start_up,
@@ -99,20 +100,6 @@ def setUpModule():
 
 def tearDownModule():
     KEYBOARD.stop()
-
-
-def vertical_scroll_bars(process):
-    application = next((a for a in pyatspi.Registry.getDesktop(0)
-                        if a is not None and a.get_process_id() == process), None)
-    if application is None:
-        return []
-    return pyatspi.findAllDescendants(application, lambda a: a is not None
-                                      and a.getRole() == pyatspi.ROLE_SCROLL_BAR
-                                      and a.getState().contains(pyatspi.STATE_VERTICAL))
-
-
-def position(scroll_bar):
-    return scroll_bar.queryValue().currentValue
 
 
 class NativeWindows(unittest.TestCase):
@@ -205,18 +192,8 @@ class ScrollMode(unittest.TestCase):
         start = pointer()
         KEYBOARD.chord(ord("2"))
         poll("the pointer aimed at the area", lambda: pointer() != start, 10)
-        before = [position(bar) for bar in bars]
-        KEYBOARD.key(ord("j"), True)
-        time.sleep(1)  # the key held a second, as a person holds it
-        KEYBOARD.key(ord("j"), False)
-        # The list comes to rest: the same place in three readings a tenth of a second apart.
-        readings = []
-
-        def at_rest():
-            readings.append([position(bar) for bar in bars])
-            return readings[-3:] == [readings[-1]] * 3
-        poll("the lists at rest", at_rest, 10)
-        moved = sorted(after - earlier for after, earlier in zip(readings[-1], before))
+        moved = scrolled(bars, lambda: KEYBOARD.key(ord("j"), True),
+                         lambda: KEYBOARD.key(ord("j"), False))
         self.assertEqual(moved[0], 0, "one list moved, the other stayed")
         self.assertTrue(700 <= moved[1] <= 1300, f"moved {moved[1]} px")
 

@@ -7,12 +7,15 @@ import json
 import os
 import signal
 import subprocess
+import sys
 import unittest
 
-from controls import checked, front_targets, labelled_check_box, showing_entries
+from controls import (checked, front_targets, labelled_check_box, scrolled, showing_entries,
+                      vertical_scroll_bars)
 from desktop_apps import (TARNVIK, Application, ResidentTarnvik, label_drawn_below, main, note_exit,
                           poll)
 
+LISTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "scroll_lists.py")
 # Tarnvik and the applications are given the Wayland display alone.
 os.environ.pop("DISPLAY", None)
 # Each toolkit as a native Wayland client, and the name of a check box of its window that
@@ -114,9 +117,10 @@ class Targets(unittest.TestCase):
 @unittest.skipUnless(os.environ.get("TARNVIK_LAYER_SHELL") == "1",
                      "this build has no layer shell (Qt's LayerShellQt, from Debian 13 on)")
 class Sessions(unittest.TestCase):
-    """The resident Tarnvik over GTK 4's widget factory, started by `tarnvik activate click`
-    as a key binding of sway's runs it: a check box's label typed flips it; Escape, and a
-    Tarnvik killed mid-session, give the keyboard back."""
+    """The resident Tarnvik, its modes started by `tarnvik activate` as a key binding of sway's
+    runs it: over GTK 4's widget factory a check box's label typed flips it; Escape, and a
+    Tarnvik killed mid-session, give the keyboard back; J held a second scrolls a GTK 3 list by
+    the pixels its speed says (1 px/ms by default)."""
 
     @classmethod
     def setUpClass(cls):
@@ -176,6 +180,20 @@ class Sessions(unittest.TestCase):
         self.start_session()
         self.tarnvik.stop(signal.SIGKILL)
         poll("typing to reach the window", self.keys_reach_the_window, 10)
+
+
+    def test_holding_j_a_second_scrolls_the_chosen_list_by_its_speed(self):
+        lists = Application(lambda home: ["env", "GDK_BACKEND=wayland", sys.executable, LISTS])
+        self.addCleanup(lists.stop)
+        bars = poll("the lists' scroll bars", lambda: vertical_scroll_bars(lists.process.pid))
+        mark = self.tarnvik.output.mark()
+        subprocess.run([TARNVIK, "activate", "scroll"], check=True)
+        self.tarnvik.output.wait_for("scroll areas found:", mark)
+        tell("keys 2")
+        self.tarnvik.output.wait_for("scroll area aimed at: 2", mark)
+        moved = scrolled(bars, lambda: tell("down j"), lambda: tell("up j"))
+        self.assertEqual(moved[0], 0, "one list moved, the other stayed")
+        self.assertTrue(700 <= moved[1] <= 1300, f"moved {moved[1]} px")
 
 
 if __name__ == "__main__":

@@ -6,6 +6,7 @@
 // input and answers each with "ok":
 //   click X Y LAYOUT_WIDTH LAYOUT_HEIGHT
 //   keys KEY...       each a key's name (a, Escape, Return), or modifiers joined to it: shift+a
+//   down KEY, up KEY  a key pressed and left down, and let go
 #include "platform/wlroots/WlrVirtualPointer.h"
 #include "virtual-keyboard-unstable-v1-client-protocol.h"
 
@@ -77,6 +78,14 @@ public:
                                        static_cast<std::uint32_t>(size));
         close(fd);
         return wl_display_roundtrip(_display) >= 0;
+    }
+
+    bool hold(const std::string &name, bool down)
+    {
+        const auto key = keyOf(name);
+        if (key)
+            press(key, down);
+        return key != 0;
     }
 
     // The keys of a chord, the last one typed while the ones before are held.
@@ -162,6 +171,9 @@ int main()
                 pointer->press(BTN_LEFT, false);
                 done = true;
             }
+        } else if (command == "down" || command == "up") {
+            std::string name;
+            done = words >> name && keyboard.hold(name, command == "down");
         } else if (command == "keys") {
             std::string chord;
             done = true;
