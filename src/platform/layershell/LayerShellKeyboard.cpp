@@ -1,10 +1,9 @@
 #include "platform/layershell/LayerShellKeyboard.h"
 
+#include "platform/layershell/LayerShellOverlays.h"
 #include "platform/linux/X11Keys.h"
 
 #include <QKeyEvent>
-
-#include <LayerShellQt/Window>
 
 namespace tarnvik::layershell {
 
@@ -16,13 +15,7 @@ LayerShellKeyboard::Surface::Surface(LayerShellKeyboard &owner)
     setWindowTitle("Tarnvik Keyboard");
     resize(1, 1);
     winId();
-    auto *surface = LayerShellQt::Window::get(windowHandle());
-    surface->setLayer(LayerShellQt::Window::LayerOverlay);
-    surface->setScope("tarnvik-keyboard");
-    surface->setAnchors(LayerShellQt::Window::Anchors(LayerShellQt::Window::AnchorTop
-                                                      | LayerShellQt::Window::AnchorLeft));
-    surface->setExclusiveZone(-1);
-    surface->setKeyboardInteractivity(LayerShellQt::Window::KeyboardInteractivityExclusive);
+    putInOverlayLayer(*windowHandle(), "tarnvik-keyboard", true);
 }
 
 LayerShellKeyboard::LayerShellKeyboard(KeyboardLayout &layout)

@@ -37,17 +37,23 @@ bool LayerShellOverlays::eventFilter(QObject *watched, QEvent *event)
         return false;
     // Shown, the widget gets its surface after this event: its role is set here first.
     auto *surface = LayerShellQt::Window::get(widget->windowHandle());
-    if (type == QEvent::Show) {
-        surface->setLayer(LayerShellQt::Window::LayerOverlay);
-        surface->setScope("tarnvik");
-        surface->setAnchors(LayerShellQt::Window::Anchors(LayerShellQt::Window::AnchorTop
-                                                          | LayerShellQt::Window::AnchorLeft));
-        // Placed from the output's corner, whatever panels keep for themselves.
-        surface->setExclusiveZone(-1);
-        surface->setKeyboardInteractivity(LayerShellQt::Window::KeyboardInteractivityNone);
-    }
+    if (type == QEvent::Show)
+        putInOverlayLayer(*widget->windowHandle(), "tarnvik", false);
     place(*widget, *surface);
     return false;
+}
+
+void putInOverlayLayer(QWindow &window, const char *scope, bool takesKeys)
+{
+    auto *surface = LayerShellQt::Window::get(&window);
+    surface->setLayer(LayerShellQt::Window::LayerOverlay);
+    surface->setScope(scope);
+    surface->setAnchors(LayerShellQt::Window::Anchors(LayerShellQt::Window::AnchorTop
+                                                      | LayerShellQt::Window::AnchorLeft));
+    surface->setExclusiveZone(-1);
+    surface->setKeyboardInteractivity(takesKeys
+                                          ? LayerShellQt::Window::KeyboardInteractivityExclusive
+                                          : LayerShellQt::Window::KeyboardInteractivityNone);
 }
 
 } // namespace tarnvik::layershell

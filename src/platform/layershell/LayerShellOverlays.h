@@ -2,6 +2,8 @@
 
 #include <QObject>
 
+class QWindow;
+
 namespace tarnvik::layershell {
 
 // Makes this program's overlay windows (the labels, the search field, scroll mode's areas, the
@@ -14,5 +16,10 @@ class LayerShellOverlays final : public QObject
 public:
     bool eventFilter(QObject *watched, QEvent *event) override;
 };
+
+// Makes `window`, before it first shows, a surface of the overlay layer anchored to its output's
+// top left, whatever panels keep for themselves; `scope` names it to the compositor, and
+// `takesKeys` asks for every key while it shows.
+void putInOverlayLayer(QWindow &window, const char *scope, bool takesKeys);
 
 } // namespace tarnvik::layershell
