@@ -91,6 +91,9 @@ def setUpModule():
     close_overview_after_start_up()
     KEYBOARD = RemoteKeyboard()
     display, authority = x_display()
+    if os.environ.get("TARNVIK_DESKTOP_XWAYLAND") == "1":
+        # Started with one, the shell must report it: else the case would drop out unseen.
+        assert display, "the shell reports no Xwayland, though it was started with one"
     if display:
         # GTK 3 as an X program on the shell's Xwayland (GNOME Shell 48 here).
         TOOLKITS["xwayland"] = (lambda home: [
