@@ -27,10 +27,12 @@ constexpr std::uint32_t eventBit = 0x80000000;
 // The magic, then the payload's length and the message's kind, in the host's byte order.
 constexpr std::size_t headerSize = sizeof magic + 2 * sizeof(std::uint32_t);
 
-bool writeAll(int fd, const char *data, std::size_t size)
+// Moves the whole buffer through `step` (a send or a receive), which may move part of it.
+template<typename Byte, typename Step>
+bool moveAll(Byte *data, std::size_t size, Step step)
 {
     while (size > 0) {
-        const ssize_t n = ::send(fd, data, size, MSG_NOSIGNAL);
+        const ssize_t n = step(data, size);
         if (n < 0 && errno == EINTR)
             continue;
         if (n <= 0)
@@ -41,18 +43,15 @@ bool writeAll(int fd, const char *data, std::size_t size)
     return true;
 }
 
+bool writeAll(int fd, const char *data, std::size_t size)
+{
+    return moveAll(data, size,
+                   [fd](const char *d, std::size_t n) { return ::send(fd, d, n, MSG_NOSIGNAL); });
+}
+
 bool readAll(int fd, char *data, std::size_t size)
 {
-    while (size > 0) {
-        const ssize_t n = ::recv(fd, data, size, 0);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            return false;
-        data += n;
-        size -= static_cast<std::size_t>(n);
-    }
-    return true;
+    return moveAll(data, size, [fd](char *d, std::size_t n) { return ::recv(fd, d, n, 0); });
 }
 
 bool send(int fd, std::uint32_t type, const QByteArray &payload)
