@@ -13,8 +13,19 @@ set(TARNVIK_MODULES_LOAD_DIR lib/modules-load.d CACHE STRING "Where the uinput m
 install(TARGETS tarnvik RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(DIRECTORY ${TARNVIK_SOUNDS_DIR} DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnvik)
 install(DIRECTORY data/icons/hicolor DESTINATION ${CMAKE_INSTALL_DATADIR}/icons)
-install(FILES data/linux/com.ostrelline.Tarnvik.desktop
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+# KWin lets a program use its fake input only when the program's desktop entry, found by the
+# full path in its Exec line, asks for it. So the entry names the program by its full path: the
+# installed one under the prefix the install is made for (a package's, not this build's), and
+# the build tree's copy the built one.
+set(TARNVIK_DESKTOP_ENTRY ${PROJECT_SOURCE_DIR}/data/linux/com.ostrelline.Tarnvik.desktop.in)
+set(TARNVIK_EXEC ${CMAKE_BINARY_DIR}/bin/tarnvik)
+configure_file(${TARNVIK_DESKTOP_ENTRY}
+  ${CMAKE_BINARY_DIR}/share/applications/com.ostrelline.Tarnvik.desktop @ONLY)
+install(CODE "
+  set(TARNVIK_EXEC \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/tarnvik\")
+  configure_file(\"${TARNVIK_DESKTOP_ENTRY}\"
+    \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/applications/com.ostrelline.Tarnvik.desktop\"
+    @ONLY)")
 install(FILES data/linux/com.ostrelline.Tarnvik.metainfo.xml
   DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 install(FILES data/appcast.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnvik)

@@ -18,7 +18,7 @@ class TarnvikGnomeExtension;
 }
 
 // The keyboard and the pointer as the desktop lets this program reach them: X11's server, on
-// GNOME's Wayland session the shell through its extension, on sway its protocols.
+// GNOME's Wayland session the shell through its extension, on sway and KWin their protocols.
 class DesktopInput
 {
 public:
@@ -50,11 +50,12 @@ std::unique_ptr<DesktopInput> connectGnomeInput(gnome::TarnvikGnomeExtension &sh
                                                 std::function<double()> doubleClickInterval,
                                                 std::function<bool()> scrollsByPage);
 #if TARNVIK_LAYER_SHELL
-// sway's, through the layer shell and the wlroots virtual pointer; `screens` to place the
-// pointer, `scrollsByPage` as GnomePointer takes it.
-std::unique_ptr<DesktopInput> connectSwayInput(Screens &screens,
-                                               std::function<double()> doubleClickInterval,
-                                               std::function<bool()> scrollsByPage);
+// A layer-shell compositor's (sway and the other wlroots compositors, KWin), through the layer
+// shell and wlroots' virtual pointer or KWin's fake input; `screens` to place the pointer,
+// `scrollsByPage` as GnomePointer takes it.
+std::unique_ptr<DesktopInput> connectLayerShellInput(Screens &screens,
+                                                     std::function<double()> doubleClickInterval,
+                                                     std::function<bool()> scrollsByPage);
 #endif
 
 } // namespace tarnvik

@@ -17,11 +17,14 @@ bool onGnomeWayland();
 // Whether this is a Wayland session of sway, or of a compositor that speaks sway's IPC: there
 // sway tells where windows stand.
 bool onSway();
+// Whether this is KDE's Wayland session: there KWin tells where windows stand, through a script
+// this program loads into it.
+bool onKWin();
 
 // The desktop to read: on GNOME's Wayland session the shell's windows, when the extension
 // answers (else a line says so, and X's windows are read, which there are only X programs'),
-// on sway sway's windows (else a line says so, and X's are read), elsewhere the X display's (then
-// its `x11()` is set).
+// on sway and KWin the compositor's windows (else a line says so, and X's are read), elsewhere
+// the X display's (then its `x11()` is set).
 std::unique_ptr<linux::LinuxDesktop> connectDesktop(gnome::TarnvikGnomeExtension &shell);
 
 } // namespace tarnvik

@@ -99,10 +99,11 @@ std::optional<ResidentProgram::Connections> ResidentProgram::connect()
         c.input = connectX11Input(*c.shell, *c.scheduler, doubleClickInterval);
     } else if (!onGnomeWayland()) {
 #if TARNVIK_LAYER_SHELL
-        c.input = connectSwayInput(desktop.windows(), doubleClickInterval, scrollsByPage);
+        c.input = connectLayerShellInput(desktop.windows(), doubleClickInterval, scrollsByPage);
 #else
         std::fputs("Tarnvik: this build has no layer shell (Qt 6's LayerShellQt, packaged from "
-                   "Debian 13 on): on sway only `tarnvik targets` and `tarnvik tree` work\n",
+                   "Debian 13 on): on sway and KWin only `tarnvik targets` and `tarnvik tree` "
+                   "work\n",
                    stderr);
         return std::nullopt;
 #endif

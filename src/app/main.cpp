@@ -134,9 +134,9 @@ int main(int argc, char *argv[])
     if (command.isEmpty() || command == "--at-login") {
         const double qtScaleFactor = keepQtFromScaling();
         // The program speaks X, and so do its windows (to Xwayland in a Wayland session other
-        // than GNOME's and sway's); on GNOME's Wayland session the shell does all that X would
-        // do, on sway its protocols do, where this build has the layer shell.
-        const bool wayland = onGnomeWayland() || (TARNVIK_LAYER_SHELL && onSway());
+        // than GNOME's, sway's and KWin's); on GNOME's Wayland session the shell does all that X
+        // would do, on sway and KWin their protocols do, where this build has the layer shell.
+        const bool wayland = onGnomeWayland() || (TARNVIK_LAYER_SHELL && (onSway() || onKWin()));
         qputenv("QT_QPA_PLATFORM", wayland ? "wayland" : "xcb");
         QApplication app(argc, argv);
         QApplication::setApplicationName("tarnvik");

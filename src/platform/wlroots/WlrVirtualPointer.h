@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Geometry.h"
+#include "platform/linux/VirtualPointer.h"
 
 #include <cstdint>
 #include <memory>
@@ -17,21 +17,18 @@ namespace tarnvik::wlroots {
 // A pointer device of this program's own on a wlroots compositor (the virtual pointer protocol),
 // on a Wayland connection of its own: it moves the seat's pointer, presses its buttons and
 // scrolls in pixels like a touchpad. Any thread may use it.
-class WlrVirtualPointer
+class WlrVirtualPointer final : public linux::PointerDevice
 {
 public:
     // Nothing when the compositor offers no virtual pointers.
     static std::unique_ptr<WlrVirtualPointer> connect();
-    ~WlrVirtualPointer();
+    ~WlrVirtualPointer() override;
     WlrVirtualPointer(const WlrVirtualPointer &) = delete;
     WlrVirtualPointer &operator=(const WlrVirtualPointer &) = delete;
 
-    // To a point of the layout of outputs `layout` spans, in the compositor's logical pixels.
-    void moveTo(CGPoint point, const CGRect &layout);
-    // `button` a Linux input event code (BTN_LEFT...).
-    void press(std::uint32_t button, bool down);
-    // Positive values scroll down and to the right, as a touchpad's fingers moving up and left.
-    void scroll(double vertical, double horizontal);
+    void moveTo(CGPoint point, const CGRect &layout) override;
+    void press(std::uint32_t button, bool down) override;
+    void scroll(double vertical, double horizontal) override;
 
 private:
     WlrVirtualPointer() = default;

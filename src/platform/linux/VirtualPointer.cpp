@@ -1,32 +1,32 @@
-#include "platform/wlroots/WlrPointer.h"
+#include "platform/linux/VirtualPointer.h"
 
 #include "platform/linux/WheelScrolling.h"
 
 #include <linux/input-event-codes.h>
 
-namespace tarnvik::wlroots {
+namespace tarnvik::linux {
 
-void WlrPointer::postMouseMoved(CGPoint position)
+void VirtualPointer::postMouseMoved(CGPoint position)
 {
     _parts.device.moveTo(position, _parts.layout());
 }
 
-void WlrPointer::postMouseButton(int button, bool down, CGPoint position, std::uint64_t, int)
+void VirtualPointer::postMouseButton(int button, bool down, CGPoint position, std::uint64_t, int)
 {
     _parts.device.moveTo(position, _parts.layout());
     _parts.device.press(button == 0 ? BTN_LEFT : button == 1 ? BTN_RIGHT : BTN_MIDDLE, down);
 }
 
-void WlrPointer::postScroll(double verticalPx, double horizontalPx)
+void VirtualPointer::postScroll(double verticalPx, double horizontalPx)
 {
     // A touchpad's steps grow downwards and to the right.
     const double steps = _stepsPerPixel;
     _parts.device.scroll(-verticalPx * steps, -horizontalPx * steps);
 }
 
-void WlrPointer::aimAt(CGRect area)
+void VirtualPointer::aimAt(CGRect area)
 {
-    _stepsPerPixel = linux::touchpadStepsPerPixel(_parts.scrollsByPage(), area.size.height);
+    _stepsPerPixel = touchpadStepsPerPixel(_parts.scrollsByPage(), area.size.height);
 }
 
-} // namespace tarnvik::wlroots
+} // namespace tarnvik::linux

@@ -1,13 +1,17 @@
-"""Tarnvik on sway (TARNVIK_DESKTOP_SHELL=sway), with native Wayland windows and no X display:
-there only sway, through its IPC, knows where a window stands, no client may post input to
-another but through a virtual device, and this program's windows stand over the others as
-layer-shell surfaces (where its Qt has them: TARNVIK_LAYER_SHELL=1)."""
+"""Tarnvik on the layer-shell compositors (TARNVIK_DESKTOP_SHELL=sway or kwin), with native
+Wayland windows and no X display: there only the compositor knows where a window stands (sway
+through its IPC, KWin through a script Tarnvik loads into it), no client may post input to
+another but through a device the compositor lets it make (wlroots' virtual pointer, KWin's fake
+input), and this program's windows stand over the others as layer-shell surfaces (where its Qt
+has them: TARNVIK_LAYER_SHELL=1)."""
 
 import json
 import os
+import shutil
 import signal
 import subprocess
 import sys
+import tempfile
 import unittest
 
 from controls import (checked, front_targets, labelled_check_box, scrolled, showing_entries,
@@ -27,14 +31,40 @@ TOOLKITS = {
             "Check Me"),
 }
 INPUT = None
+SWAY = os.environ["TARNVIK_DESKTOP_SHELL"] == "sway"
+
+
+def allow_fake_input(program):
+    """KWin offers its fake input only to a program whose desktop entry, found by the full path
+    in its Exec line, asks for it: Tarnvik's own entry, as the build tree holds it beside the
+    program, and one made here for the tests' hands."""
+    applications = os.path.join(os.environ["XDG_DATA_HOME"], "applications")
+    os.makedirs(applications, exist_ok=True)
+    built = os.path.join(os.path.dirname(TARNVIK), "..", "share", "applications",
+                         "com.ostrelline.Tarnvik.desktop")
+    shutil.copy(built, applications)
+    with open(os.path.join(applications, "tarnvik-test-input.desktop"), "w",
+              encoding="utf-8") as f:
+        f.write("[Desktop Entry]\nType=Application\nName=Test input\nNoDisplay=true\n"
+                f"Exec={program}\nX-KDE-Wayland-Interfaces=org_kde_kwin_fake_input\n")
 
 
 def setUpModule():
     # Made before any application starts, which then finds a pointer and a keyboard on the seat.
     global INPUT
-    INPUT = subprocess.Popen([os.environ["WLR_INPUT"]], stdin=subprocess.PIPE,
-                             stdout=subprocess.PIPE, text=True)
-    assert INPUT.stdout.readline() == "ready\n"
+    if not SWAY:
+        allow_fake_input(os.environ["WAYLAND_INPUT"])
+
+    def started():
+        global INPUT
+        INPUT = subprocess.Popen([os.environ["WAYLAND_INPUT"]], stdin=subprocess.PIPE,
+                                 stdout=subprocess.PIPE, text=True)
+        if INPUT.stdout.readline() == "ready\n":
+            return True
+        note_exit(INPUT.args, INPUT.wait(10))
+        return False
+    # KWin reads the desktop entries anew at most every second or two.
+    poll("the tests' input device", started)
 
 
 def tearDownModule():
@@ -55,9 +85,27 @@ def swaymsg(kind):
 
 
 def click(x, y):
-    """A left click at a point of sway's layout, through the virtual pointer Tarnvik uses."""
-    layout = swaymsg("get_outputs")[0]["rect"]
+    """A left click at a point of the compositor's layout, through the device Tarnvik uses (KWin
+    places it by the point alone)."""
+    layout = swaymsg("get_outputs")[0]["rect"] if SWAY else {"width": 0, "height": 0}
     tell(f"click {x} {y} {layout['width']} {layout['height']}")
+
+
+def kwin_script(source):
+    """Runs a script in KWin once, as Tarnvik's own runs there."""
+    def kwin(*arguments):
+        return subprocess.run(["dbus-send", "--session", "--print-reply=literal",
+                               "--dest=org.kde.KWin"] + list(arguments), capture_output=True,
+                              text=True, check=True).stdout.split()
+    with tempfile.NamedTemporaryFile("w", suffix=".js") as f:
+        f.write(source)
+        f.flush()
+        number = kwin("/Scripting", "org.kde.kwin.Scripting.loadScript", f"string:{f.name}",
+                      "string:tarnvik-test")[-1]
+        try:
+            kwin(f"/Scripting/Script{number}", "org.kde.kwin.Script.run")
+        finally:
+            kwin("/Scripting", "org.kde.kwin.Scripting.unloadScript", "string:tarnvik-test")
 
 
 def screen_pixels():
@@ -81,6 +129,7 @@ def views():
     return sorted(found, key=lambda v: v["rect"]["x"])
 
 
+@unittest.skipUnless(SWAY, "sway's tiles")
 class Targets(unittest.TestCase):
     """`tarnvik targets` places each toolkit's elements where sway shows its window: beside a
     window on the left of the screen, a check box is clicked where Tarnvik says it stands; a
@@ -114,11 +163,41 @@ class Targets(unittest.TestCase):
             left.stop()
 
 
+@unittest.skipIf(SWAY, "KWin's placing")
+class KWinTargets(unittest.TestCase):
+    """`tarnvik targets` places each toolkit's elements where KWin shows its window: moved away
+    from the screen's corner by a script of KWin's, a check box is clicked where Tarnvik says it
+    stands; a frame off by the window's place misses it."""
+
+    def test_each_toolkit_moved_away_from_the_corner(self):
+        for toolkit, (command, name) in TOOLKITS.items():
+            with self.subTest(toolkit):
+                application = Application(command)
+                try:
+                    labelled_check_box(application, name)
+                    kwin_script("for (const w of workspace.windowList())"
+                                f" if (w.pid == {application.process.pid})"
+                                " w.frameGeometry = {x: 700, y: 150, width: w.width,"
+                                " height: w.height};")
+
+                    def moved():
+                        found = labelled_check_box(application, name)
+                        return found if found[1]["frame"][0] > 700 else None
+                    box, target = poll("the window moved", moved)
+                    x, y, width, height = target["frame"]
+                    before = checked(box)
+                    click(x + width / 2, y + height / 2)
+                    poll("the check box flipped", lambda: checked(box) != before, 10)
+                finally:
+                    application.stop()
+
+
 @unittest.skipUnless(os.environ.get("TARNVIK_LAYER_SHELL") == "1",
                      "this build has no layer shell (Qt's LayerShellQt, from Debian 13 on)")
 class Sessions(unittest.TestCase):
-    """The resident Tarnvik, its modes started by `tarnvik activate` as a key binding of sway's
-    runs it: over GTK 4's widget factory a check box's label typed flips it; Escape, and a
+    """The resident Tarnvik, its modes started as the compositor lets a shortcut start them (on
+    sway `tarnvik activate`, as a key binding of sway's runs it; on KWin the shortcut's keys
+    themselves, through KDE's global shortcuts): over GTK 4's widget factory a check box's label typed flips it; Escape, and a
     Tarnvik killed mid-session, give the keyboard back; J held a second scrolls a GTK 3 list by
     the pixels its speed says (1 px/ms by default)."""
 
@@ -137,9 +216,16 @@ class Sessions(unittest.TestCase):
         if self.tarnvik.process is None:
             self.tarnvik.start()
 
+    def start(self, mode):
+        if SWAY:
+            subprocess.run([TARNVIK, "activate", mode], check=True)
+        else:
+            # The default shortcuts.
+            tell("keys " + {"click": "shift+super+space", "scroll": "shift+super+j"}[mode])
+
     def start_session(self):
         mark = self.tarnvik.output.mark()
-        subprocess.run([TARNVIK, "activate", "click"], check=True)
+        self.start("click")
         # Letters typed before the labels stand would be lost.
         self.tarnvik.output.wait_for("labels drawn:", mark)
 
@@ -163,9 +249,11 @@ class Sessions(unittest.TestCase):
     def test_a_typed_label_flips_a_check_box(self):
         before = checked(self.box)
         self.start_session()
-        # Above the window: a layer-shell surface of the overlay layer.
-        poll("its label drawn", lambda: label_drawn_below(self.target["frame"], screen_pixels()),
-             10)
+        if SWAY:
+            # Above the window: a layer-shell surface of the overlay layer. (Headless KWin
+            # takes no screenshots.)
+            poll("its label drawn",
+                 lambda: label_drawn_below(self.target["frame"], screen_pixels()), 10)
         tell("keys " + " ".join(self.target["label"].lower()))
         poll("the check box flipped", lambda: checked(self.box) != before, 10)
 
@@ -181,13 +269,12 @@ class Sessions(unittest.TestCase):
         self.tarnvik.stop(signal.SIGKILL)
         poll("typing to reach the window", self.keys_reach_the_window, 10)
 
-
     def test_holding_j_a_second_scrolls_the_chosen_list_by_its_speed(self):
         lists = Application(lambda home: ["env", "GDK_BACKEND=wayland", sys.executable, LISTS])
         self.addCleanup(lists.stop)
         bars = poll("the lists' scroll bars", lambda: vertical_scroll_bars(lists.process.pid))
         mark = self.tarnvik.output.mark()
-        subprocess.run([TARNVIK, "activate", "scroll"], check=True)
+        self.start("scroll")
         self.tarnvik.output.wait_for("scroll areas found:", mark)
         tell("keys 2")
         self.tarnvik.output.wait_for("scroll area aimed at: 2", mark)

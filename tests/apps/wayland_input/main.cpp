@@ -1,18 +1,22 @@
-// The tests' hands on sway, whose headless seat has neither pointer nor keyboard of its own:
-// Tarnvik's own virtual pointer, and a virtual keyboard with the usual US keymap, whose key
-// codes are a real keyboard's (a keyboard that makes up its keymap, as wtype does, gives codes
-// no real keyboard has). Both are made once and kept, since a client learns of the seat's new
-// devices only after they are made and misses what comes before. Reads lines from standard
-// input and answers each with "ok":
+// The tests' hands on sway and KWin, whose headless seats have neither pointer nor keyboard of
+// their own. On sway: Tarnvik's own virtual pointer, and a virtual keyboard with the usual US
+// keymap, whose key codes are a real keyboard's (a keyboard that makes up its keymap, as wtype
+// does, gives codes no real keyboard has). Both are made once and kept, since a client learns
+// of the seat's new devices only after they are made and misses what comes before. On KWin:
+// KWin's fake input, as Tarnvik uses it, for both (KWin's keymap is US too); KWin offers it only
+// to a program its desktop entry allows. Reads lines from standard input and answers each with
+// "ok":
 //   click X Y LAYOUT_WIDTH LAYOUT_HEIGHT
 //   keys KEY...       each a key's name (a, Escape, Return), or modifiers joined to it: shift+a
 //   down KEY, up KEY  a key pressed and left down, and let go
+#include "platform/kwin/KWinFakeInput.h"
 #include "platform/wlroots/WlrVirtualPointer.h"
 #include "virtual-keyboard-unstable-v1-client-protocol.h"
 
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <iostream>
 #include <linux/input-event-codes.h>
 #include <memory>
@@ -33,10 +37,14 @@ std::uint32_t now()
         duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
 }
 
+// The US keymap's keys, pressed through `press` by their Linux input event codes.
 class Keyboard
 {
 public:
-    bool connect()
+    using Press = std::function<void(std::uint32_t code, bool down)>;
+
+    explicit Keyboard(Press press)
+        : _press(std::move(press))
     {
         _context = xkb_context_new(XKB_CONTEXT_NO_FLAGS);
         const xkb_rule_names names {.rules = "evdev",
@@ -45,46 +53,13 @@ public:
                                     .variant = nullptr,
                                     .options = nullptr};
         _keymap = xkb_keymap_new_from_names(_context, &names, XKB_KEYMAP_COMPILE_NO_FLAGS);
-        _display = wl_display_connect(nullptr);
-        if (!_keymap || !_display)
-            return false;
-        static const wl_registry_listener listener {
-            .global =
-                [](void *data, wl_registry *registry, std::uint32_t name, const char *interface,
-                   std::uint32_t) {
-                    auto *self = static_cast<Keyboard *>(data);
-                    if (std::strcmp(interface, wl_seat_interface.name) == 0 && !self->_seat)
-                        self->_seat = static_cast<wl_seat *>(
-                            wl_registry_bind(registry, name, &wl_seat_interface, 1));
-                    else if (std::strcmp(interface, zwp_virtual_keyboard_manager_v1_interface.name)
-                             == 0)
-                        self->_manager =
-                            static_cast<zwp_virtual_keyboard_manager_v1 *>(wl_registry_bind(
-                                registry, name, &zwp_virtual_keyboard_manager_v1_interface, 1));
-                },
-            .global_remove = [](void *, wl_registry *, std::uint32_t) {},
-        };
-        wl_registry_add_listener(wl_display_get_registry(_display), &listener, this);
-        if (wl_display_roundtrip(_display) < 0 || !_manager || !_seat)
-            return false;
-        _keyboard = zwp_virtual_keyboard_manager_v1_create_virtual_keyboard(_manager, _seat);
-        std::unique_ptr<char, decltype(&std::free)> text(
-            xkb_keymap_get_as_string(_keymap, XKB_KEYMAP_FORMAT_TEXT_V1), &std::free);
-        const std::size_t size = std::strlen(text.get()) + 1;
-        const int fd = memfd_create("tarnvik-keymap", MFD_CLOEXEC);
-        if (fd < 0 || write(fd, text.get(), size) != static_cast<ssize_t>(size))
-            return false;
-        zwp_virtual_keyboard_v1_keymap(_keyboard, WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1, fd,
-                                       static_cast<std::uint32_t>(size));
-        close(fd);
-        return wl_display_roundtrip(_display) >= 0;
     }
 
     bool hold(const std::string &name, bool down)
     {
         const auto key = keyOf(name);
         if (key)
-            press(key, down);
+            _press(key, down);
         return key != 0;
     }
 
@@ -101,11 +76,13 @@ public:
             keys.push_back(key);
         }
         for (const auto key : keys)
-            press(key, true);
+            _press(key, true);
         for (auto key = keys.rbegin(); key != keys.rend(); ++key)
-            press(*key, false);
+            _press(*key, false);
         return true;
     }
+
+    xkb_keymap *keymap() const { return _keymap; }
 
 private:
     // The evdev code of the key that gives the keysym so named, without Shift or with it.
@@ -129,6 +106,52 @@ private:
         return 0;
     }
 
+    Press _press;
+    xkb_context *_context = nullptr;
+    xkb_keymap *_keymap = nullptr;
+};
+
+// wlroots' virtual keyboard, given the keymap its codes are read in.
+class VirtualKeyboard
+{
+public:
+    bool connect(xkb_keymap *keymap)
+    {
+        _display = wl_display_connect(nullptr);
+        if (!keymap || !_display)
+            return false;
+        static const wl_registry_listener listener {
+            .global =
+                [](void *data, wl_registry *registry, std::uint32_t name, const char *interface,
+                   std::uint32_t) {
+                    auto *self = static_cast<VirtualKeyboard *>(data);
+                    if (std::strcmp(interface, wl_seat_interface.name) == 0 && !self->_seat)
+                        self->_seat = static_cast<wl_seat *>(
+                            wl_registry_bind(registry, name, &wl_seat_interface, 1));
+                    else if (std::strcmp(interface, zwp_virtual_keyboard_manager_v1_interface.name)
+                             == 0)
+                        self->_manager =
+                            static_cast<zwp_virtual_keyboard_manager_v1 *>(wl_registry_bind(
+                                registry, name, &zwp_virtual_keyboard_manager_v1_interface, 1));
+                },
+            .global_remove = [](void *, wl_registry *, std::uint32_t) {},
+        };
+        wl_registry_add_listener(wl_display_get_registry(_display), &listener, this);
+        if (wl_display_roundtrip(_display) < 0 || !_manager || !_seat)
+            return false;
+        _keyboard = zwp_virtual_keyboard_manager_v1_create_virtual_keyboard(_manager, _seat);
+        std::unique_ptr<char, decltype(&std::free)> text(
+            xkb_keymap_get_as_string(keymap, XKB_KEYMAP_FORMAT_TEXT_V1), &std::free);
+        const std::size_t size = std::strlen(text.get()) + 1;
+        const int fd = memfd_create("tarnvik-keymap", MFD_CLOEXEC);
+        if (fd < 0 || write(fd, text.get(), size) != static_cast<ssize_t>(size))
+            return false;
+        zwp_virtual_keyboard_v1_keymap(_keyboard, WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1, fd,
+                                       static_cast<std::uint32_t>(size));
+        close(fd);
+        return wl_display_roundtrip(_display) >= 0;
+    }
+
     void press(std::uint32_t key, bool down)
     {
         zwp_virtual_keyboard_v1_key(_keyboard, now(), key,
@@ -137,8 +160,7 @@ private:
         wl_display_roundtrip(_display);
     }
 
-    xkb_context *_context = nullptr;
-    xkb_keymap *_keymap = nullptr;
+private:
     wl_display *_display = nullptr;
     wl_seat *_seat = nullptr;
     zwp_virtual_keyboard_manager_v1 *_manager = nullptr;
@@ -149,10 +171,21 @@ private:
 
 int main()
 {
-    auto pointer = tarnvik::wlroots::WlrVirtualPointer::connect();
-    Keyboard keyboard;
-    if (!pointer || !keyboard.connect()) {
-        std::fputs("tarnvik-wlr-input: the compositor offers no virtual pointer or keyboard\n",
+    std::unique_ptr<tarnvik::linux::PointerDevice> pointer;
+    std::unique_ptr<VirtualKeyboard> wlroots;
+    Keyboard::Press press;
+    if (auto wlr = tarnvik::wlroots::WlrVirtualPointer::connect()) {
+        pointer = std::move(wlr);
+        wlroots = std::make_unique<VirtualKeyboard>();
+        press = [&wlroots](std::uint32_t code, bool down) { wlroots->press(code, down); };
+    } else if (auto kwin = tarnvik::kwin::KWinFakeInput::connect()) {
+        press = [&kwin = *kwin](std::uint32_t code, bool down) { kwin.key(code, down); };
+        pointer = std::move(kwin);
+    }
+    Keyboard keyboard(press);
+    if (!pointer || (wlroots && !wlroots->connect(keyboard.keymap()))) {
+        std::fputs("tarnvik-wayland-input: the compositor offers no virtual pointer or keyboard, "
+                   "nor fake input to this program\n",
                    stderr);
         return 1;
     }

@@ -1,17 +1,31 @@
 #pragma once
 
 #include "platform/Pointer.h"
-#include "platform/wlroots/WlrVirtualPointer.h"
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 
-namespace tarnvik::wlroots {
+namespace tarnvik::linux {
 
-// Clicks and scrolls through this program's virtual pointer on a wlroots compositor. Such a
-// compositor tells a client nothing of the user's pointer outside its own windows, and lets it
-// neither hide the pointer nor follow it: those are left undone.
-class WlrPointer final : public EventPosting,
+// A pointer device of this program's own that a Wayland compositor lets it make (wlroots'
+// virtual pointer, KWin's fake input). Any thread may use it.
+class PointerDevice
+{
+public:
+    virtual ~PointerDevice() = default;
+    // To a point of the layout of outputs `layout` spans, in the compositor's logical pixels.
+    virtual void moveTo(CGPoint point, const CGRect &layout) = 0;
+    // `button` a Linux input event code (BTN_LEFT...).
+    virtual void press(std::uint32_t button, bool down) = 0;
+    // Positive values scroll down and to the right, as a touchpad's fingers moving up and left.
+    virtual void scroll(double vertical, double horizontal) = 0;
+};
+
+// Clicks and scrolls through such a device. Those compositors tell a client nothing of the
+// user's pointer outside its own windows, and let it neither hide the pointer nor follow it:
+// those are left undone.
+class VirtualPointer final : public EventPosting,
                          public PointerVisibility,
                          public PointerMotion,
                          public ScrollPosting
@@ -19,7 +33,7 @@ class WlrPointer final : public EventPosting,
 public:
     struct Parts
     {
-        WlrVirtualPointer &device;
+        PointerDevice &device;
         // The box around every output, in the compositor's logical pixels.
         std::function<CGRect()> layout;
         std::function<double()> doubleClickInterval;
@@ -27,7 +41,7 @@ public:
         // step of a smooth scroll (GTK 3).
         std::function<bool()> scrollsByPage;
     };
-    explicit WlrPointer(Parts parts)
+    explicit VirtualPointer(Parts parts)
         : _parts(std::move(parts))
     { }
 
@@ -53,4 +67,4 @@ private:
     std::atomic<double> _stepsPerPixel = 1;
 };
 
-} // namespace tarnvik::wlroots
+} // namespace tarnvik::linux

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "platform/linux/VirtualPointer.h"
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+struct wl_display;
+struct wl_registry;
+struct org_kde_kwin_fake_input;
+
+namespace tarnvik::kwin {
+
+// KWin's fake input, on a Wayland connection of its own: the pointer's position, buttons and
+// scrolling, and keys by their Linux input event codes. KWin offers it only to programs whose
+// desktop entry (found by the Exec line's path) lists org_kde_kwin_fake_input under
+// X-KDE-Wayland-Interfaces. Any thread may use it.
+class KWinFakeInput final : public linux::PointerDevice
+{
+public:
+    // Nothing when KWin offers no fake input to this program.
+    static std::unique_ptr<KWinFakeInput> connect();
+    ~KWinFakeInput() override;
+    KWinFakeInput(const KWinFakeInput &) = delete;
+    KWinFakeInput &operator=(const KWinFakeInput &) = delete;
+
+    // KWin places the pointer in its own logical pixels: the layout is not needed.
+    void moveTo(CGPoint point, const CGRect &layout) override;
+    void press(std::uint32_t button, bool down) override;
+    void scroll(double vertical, double horizontal) override;
+    void key(std::uint32_t code, bool down);
+
+private:
+    KWinFakeInput() = default;
+
+    std::mutex _mutex;
+    wl_display *_display = nullptr;
+    wl_registry *_registry = nullptr;
+    org_kde_kwin_fake_input *_input = nullptr;
+};
+
+} // namespace tarnvik::kwin
