@@ -1,11 +1,15 @@
 // Loaded into KWin by Tarnvik: tells it where every window stands and which one has the focus,
 // each time that changes, since no Wayland client may learn either. Tarnvik writes in where to
-// tell it. Once several reports in a row go unanswered (Tarnvik was killed), it goes quiet.
+// tell it.
 const service = "@SERVICE@";
 const path = "/com/ostrelline/Tarnvik/KWin";
 const iface = "com.ostrelline.Tarnvik.KWin";
-let unanswered = 0;
-let quiet = false;
+// Tarnvik answers every report at once. When one has gone unanswered for ten seconds (Tarnvik
+// was killed and could not unload this), reports go out at most every ten seconds, until one is
+// answered again.
+const patience = 10000;
+let unansweredSince = null;
+let lastSent = 0;
 // While Tarnvik's own keyboard surface holds the keys, KWin has no active window: the window the
 // user left stays the one in front.
 let front = workspace.activeWindow;
@@ -22,12 +26,12 @@ function shown(w) {
 }
 
 function report() {
-    if (quiet)
+    const now = Date.now();
+    if (unansweredSince !== null && now - unansweredSince > patience && now - lastSent < patience)
         return;
-    if (++unanswered > 3) {
-        quiet = true;
-        return;
-    }
+    if (unansweredSince === null)
+        unansweredSince = now;
+    lastSent = now;
     const windows = workspace.stackingOrder.filter(shown).reverse().map(w => ({
         id: w.internalId.toString(),
         pid: w.pid,
@@ -43,7 +47,7 @@ function report() {
     const screens = workspace.screens.map(s => ({
         frame: rect(s.geometry), scale: s.devicePixelRatio, active: s === active}));
     callDBus(service, path, iface, "Windows", JSON.stringify({windows: windows, screens: screens}),
-             () => { unanswered = 0; });
+             () => { unansweredSince = null; });
 }
 
 function watch(w) {
