@@ -7,7 +7,6 @@ has them: TARNVIK_LAYER_SHELL=1)."""
 
 import json
 import os
-import shutil
 import signal
 import subprocess
 import sys
@@ -18,6 +17,7 @@ from controls import (checked, front_targets, labelled_check_box, scrolled, show
                       vertical_scroll_bars)
 from desktop_apps import (TARNVIK, Application, ResidentTarnvik, label_drawn_below, main, note_exit,
                           poll)
+from fake_input import allow_fake_input, start_input
 
 LISTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps", "scroll_lists.py")
 # Tarnvik and the applications are given the Wayland display alone.
@@ -34,37 +34,12 @@ INPUT = None
 SWAY = os.environ["TARNVIK_DESKTOP_SHELL"] == "sway"
 
 
-def allow_fake_input(program):
-    """KWin offers its fake input only to a program whose desktop entry, found by the full path
-    in its Exec line, asks for it: Tarnvik's own entry, as the build tree holds it beside the
-    program, and one made here for the tests' hands."""
-    applications = os.path.join(os.environ["XDG_DATA_HOME"], "applications")
-    os.makedirs(applications, exist_ok=True)
-    built = os.path.join(os.path.dirname(TARNVIK), "..", "share", "applications",
-                         "com.ostrelline.Tarnvik.desktop")
-    shutil.copy(built, applications)
-    with open(os.path.join(applications, "tarnvik-test-input.desktop"), "w",
-              encoding="utf-8") as f:
-        f.write("[Desktop Entry]\nType=Application\nName=Test input\nNoDisplay=true\n"
-                f"Exec={program}\nX-KDE-Wayland-Interfaces=org_kde_kwin_fake_input\n")
-
-
 def setUpModule():
     # Made before any application starts, which then finds a pointer and a keyboard on the seat.
     global INPUT
     if not SWAY:
-        allow_fake_input(os.environ["WAYLAND_INPUT"])
-
-    def started():
-        global INPUT
-        INPUT = subprocess.Popen([os.environ["WAYLAND_INPUT"]], stdin=subprocess.PIPE,
-                                 stdout=subprocess.PIPE, text=True)
-        if INPUT.stdout.readline() == "ready\n":
-            return True
-        note_exit(INPUT.args, INPUT.wait(10))
-        return False
-    # KWin reads the desktop entries anew at most every second or two.
-    poll("the tests' input device", started)
+        allow_fake_input(TARNVIK, os.environ["WAYLAND_INPUT"])
+    INPUT = start_input(os.environ["WAYLAND_INPUT"], note_exit)
 
 
 def tearDownModule():
