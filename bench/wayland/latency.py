@@ -59,7 +59,8 @@ def main():
         keys.stdin.flush()
         assert keys.stdout.readline() == "ok\n"
 
-    app = subprocess.Popen(["env", "GDK_BACKEND=wayland", "gtk4-widget-factory"],
+    application = sys.argv[4:] or ["gtk4-widget-factory"]
+    app = subprocess.Popen(["env", "GDK_BACKEND=wayland", "QT_QPA_PLATFORM=wayland"] + application,
                            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     config = tempfile.mkdtemp(prefix="tarnvik-bench-")
     resident = subprocess.Popen([tarnvik, "--at-login"], stdout=subprocess.DEVNULL,
