@@ -93,8 +93,10 @@ public:
 private:
     void deactivateModes();
     double firstScreenHeight();
-    // With TARNVIK_TRACE set, how long each shortcut took to show its labels, on standard error.
-    std::function<void(std::size_t)> labelsPaintedTrace();
+    // Each time click mode's labels show: the desktop's input hears of it (it may take the
+    // keyboard only then), and with TARNVIK_TRACE set how long the shortcut took to show them
+    // goes to standard error.
+    std::function<void(std::size_t)> labelsPainted();
     void printRunning();
 
     Connections _c;
