@@ -39,11 +39,6 @@ def rounds_of(start_session, tell, resident, rounds):
             if not line:
                 raise SystemExit("tarnvik ended")
         seen = (time.monotonic() - start) * 1000
-        # Click mode takes the keyboard once its labels show.
-        while "keyboard held" not in line:
-            if not select.select([resident.stderr], [], [], deadline - time.monotonic())[0]:
-                raise SystemExit("gave up waiting for the keyboard")
-            line = resident.stderr.readline()
         tell("keys Escape")
         time.sleep(0.3)
         if round >= 3:  # the first rounds warm what is made once

@@ -25,10 +25,6 @@ public:
     virtual ~DesktopInput() = default;
 
     virtual KeyboardCapture &keyboard() = 0;
-    // Click mode's, which may wait for its labels to show before it takes the keyboard.
-    virtual KeyboardCapture &clickKeyboard() { return keyboard(); }
-    // Each time click mode's labels show.
-    virtual void labelsShown() { }
     virtual KeyboardLayout &layout() = 0;
     // Including over GNOME's overview, which keeps the keys from every other program.
     virtual HotKeys &hotKeys() = 0;

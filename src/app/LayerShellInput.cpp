@@ -41,7 +41,6 @@ public:
         , _layout(std::move(parts.layout))
         , _device(std::move(parts.device))
         , _keys(*_layout)
-        , _clickKeys(_keys)
         , _pointer({.device = *_device,
                     .layout = std::move(parts.outputs),
                     .doubleClickInterval = std::move(parts.doubleClickInterval),
@@ -55,8 +54,6 @@ public:
     }
 
     KeyboardCapture &keyboard() override { return _keys; }
-    KeyboardCapture &clickKeyboard() override { return _clickKeys; }
-    void labelsShown() override { _clickKeys.labelsShown(); }
     KeyboardLayout &layout() override { return *_layout; }
     HotKeys &hotKeys() override
     {
@@ -78,7 +75,6 @@ private:
     // This program's windows over the others are layer-shell surfaces, as its keyboard is.
     layershell::LayerShellOverlays _overlays;
     layershell::LayerShellKeyboard _keys;
-    layershell::LabelsFirstKeyboard _clickKeys;
     linux::VirtualPointer _pointer;
     std::unique_ptr<kwin::KGlobalAccelHotKeys> _shortcuts;
     wlroots::DesktopBindings _bindings;

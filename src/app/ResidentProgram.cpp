@@ -155,7 +155,7 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
              {.firstScreenHeight = [this] { return firstScreenHeight(); },
               .overlay = {.hasCompositor = _windows.hasCompositor(),
                           .reduceMotion = [this] { return _windows.appearance().reduceMotion; },
-                          .labelsPainted = labelsPainted()},
+                          .labelsPainted = labelsPaintedTrace()},
               .highContrast = [this] { return _windows.appearance().highContrast; },
               .labelZoom = desktopScale(qtScaleFactor),
               .overview = _overview,
@@ -173,7 +173,7 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
              .screens = _windows,
              .preferences = _preferences,
              .scheduler = _scheduler,
-             .keyboard = _c.input->clickKeyboard(),
+             .keyboard = _c.input->keyboard(),
              .keyboardLayout = _c.input->layout(),
              .pointerMotion = _c.input->pointerMotion(),
              .cursor = _cursor,
@@ -360,12 +360,11 @@ void ResidentProgram::deactivateModes()
     _scrollMode.deactivate();
 }
 
-std::function<void(std::size_t)> ResidentProgram::labelsPainted()
+std::function<void(std::size_t)> ResidentProgram::labelsPaintedTrace()
 {
+    if (!tracing())
+        return nullptr;
     return [this](std::size_t count) {
-        _c.input->labelsShown();
-        if (!tracing())
-            return;
         const std::chrono::duration<double, std::milli> elapsed =
             std::chrono::steady_clock::now() - _hotKeys.pressed;
         char line[96];

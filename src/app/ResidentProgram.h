@@ -93,10 +93,8 @@ public:
 private:
     void deactivateModes();
     double firstScreenHeight();
-    // Each time click mode's labels show: the desktop's input hears of it (it may take the
-    // keyboard only then), and with TARNVIK_TRACE set how long the shortcut took to show them
-    // goes to standard error.
-    std::function<void(std::size_t)> labelsPainted();
+    // With TARNVIK_TRACE set, how long each shortcut took to show its labels, on standard error.
+    std::function<void(std::size_t)> labelsPaintedTrace();
     void printRunning();
 
     Connections _c;

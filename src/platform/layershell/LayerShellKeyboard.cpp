@@ -1,12 +1,9 @@
 #include "platform/layershell/LayerShellKeyboard.h"
 
-#include "platform/Diagnostics.h"
 #include "platform/layershell/LayerShellOverlays.h"
 #include "platform/linux/X11Keys.h"
 
 #include <QKeyEvent>
-
-#include <utility>
 
 namespace tarnvik::layershell {
 
@@ -19,15 +16,6 @@ LayerShellKeyboard::Surface::Surface(LayerShellKeyboard &owner)
     resize(1, 1);
     winId();
     putInOverlayLayer(*windowHandle(), "tarnvik-keyboard", true);
-}
-
-// The compositor gave the surface the keyboard: from now on keys reach this program alone. The
-// tests wait for this before they type.
-bool LayerShellKeyboard::Surface::event(QEvent *event)
-{
-    if (event->type() == QEvent::WindowActivate)
-        trace("keyboard held");
-    return QWidget::event(event);
 }
 
 LayerShellKeyboard::LayerShellKeyboard(KeyboardLayout &layout)
@@ -65,44 +53,6 @@ void LayerShellKeyboard::typed(const QKeyEvent &event, bool pressed)
                                .text = control ? std::string() : text.toStdString()};
     if (const auto keyEvent = linux::keyEventOf(key, _layout))
         _handler(*keyEvent);
-}
-
-LabelsFirstKeyboard::LabelsFirstKeyboard(KeyboardCapture &keyboard)
-    : _keyboard(keyboard)
-{
-    _latest.setSingleShot(true);
-    _latest.setInterval(250);
-    QObject::connect(&_latest, &QTimer::timeout, [this] { take(); });
-}
-
-bool LabelsFirstKeyboard::start(Handler handler)
-{
-    if (_held)
-        return _keyboard.start(std::move(handler));
-    _waiting = std::move(handler);
-    _latest.start();
-    return true;
-}
-
-void LabelsFirstKeyboard::stop()
-{
-    _latest.stop();
-    _waiting = nullptr;
-    _held = false;
-    _keyboard.stop();
-}
-
-void LabelsFirstKeyboard::labelsShown()
-{
-    // Told from inside the labels' paint: the surface is shown after it.
-    QTimer::singleShot(0, &_latest, [this] { take(); });
-}
-
-void LabelsFirstKeyboard::take()
-{
-    _latest.stop();
-    if (_waiting)
-        _held = _keyboard.start(std::exchange(_waiting, nullptr));
 }
 
 } // namespace tarnvik::layershell
