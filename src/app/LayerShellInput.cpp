@@ -30,6 +30,8 @@ public:
         std::string desktop;
         std::unique_ptr<KeyboardLayout> layout;
         std::unique_ptr<linux::PointerDevice> device;
+        // Where the device has keys too (KWin's fake input).
+        linux::KeyDevice *keys = nullptr;
         // The box around every output, in the compositor's logical pixels.
         std::function<CGRect()> outputs;
         std::function<double()> doubleClickInterval;
@@ -42,6 +44,7 @@ public:
         , _device(std::move(parts.device))
         , _keys(*_layout)
         , _pointer({.device = *_device,
+                    .keys = parts.keys,
                     .layout = std::move(parts.outputs),
                     .doubleClickInterval = std::move(parts.doubleClickInterval),
                     .scrollsByPage = std::move(parts.scrollsByPage)})
@@ -112,9 +115,12 @@ std::unique_ptr<DesktopInput> connectLayerShellInput(Screens &screens,
     }
     std::string desktop = "sway";
     std::unique_ptr<linux::PointerDevice> device = wlroots::WlrVirtualPointer::connect();
+    linux::KeyDevice *keys = nullptr;
     if (!device) {
         desktop = "KWin";
-        device = kwin::KWinFakeInput::connect();
+        auto kwin = kwin::KWinFakeInput::connect();
+        keys = kwin.get();
+        device = std::move(kwin);
     }
     if (!device) {
         std::fputs("tarnvik: the compositor offers this program neither a virtual pointer "
@@ -127,6 +133,7 @@ std::unique_ptr<DesktopInput> connectLayerShellInput(Screens &screens,
         .desktop = std::move(desktop),
         .layout = std::move(layout),
         .device = std::move(device),
+        .keys = keys,
         .outputs = [&screens] { return layoutOf(screens.screens()); },
         .doubleClickInterval = std::move(doubleClickInterval),
         .scrollsByPage = std::move(scrollsByPage)});

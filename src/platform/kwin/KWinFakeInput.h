@@ -16,7 +16,7 @@ namespace tarnvik::kwin {
 // scrolling, and keys by their Linux input event codes. KWin offers it only to programs whose
 // desktop entry (found by the Exec line's path) lists org_kde_kwin_fake_input under
 // X-KDE-Wayland-Interfaces. Any thread may use it.
-class KWinFakeInput final : public linux::PointerDevice
+class KWinFakeInput final : public linux::PointerDevice, public linux::KeyDevice
 {
 public:
     // Nothing when KWin offers no fake input to this program.
@@ -29,7 +29,7 @@ public:
     void moveTo(CGPoint point, const CGRect &layout) override;
     void press(std::uint32_t button, bool down) override;
     void scroll(double vertical, double horizontal) override;
-    void key(std::uint32_t code, bool down);
+    void key(std::uint32_t code, bool down) override;
 
 private:
     KWinFakeInput() = default;

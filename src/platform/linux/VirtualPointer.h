@@ -22,9 +22,18 @@ public:
     virtual void scroll(double vertical, double horizontal) = 0;
 };
 
-// Clicks and scrolls through such a device. Those compositors tell a client nothing of the
-// user's pointer outside its own windows, and let it neither hide the pointer nor follow it:
-// those are left undone.
+// Keys of this program's own that a Wayland compositor lets it press (KWin's fake input), by
+// their Linux input event codes, in the compositor's keymap. Any thread may use it.
+class KeyDevice
+{
+public:
+    virtual ~KeyDevice() = default;
+    virtual void key(std::uint32_t code, bool down) = 0;
+};
+
+// Clicks and scrolls through such a device, a Command-click as a Control-click where there are
+// keys to hold. Those compositors tell a client nothing of the user's pointer outside its own
+// windows, and let it neither hide the pointer nor follow it: those are left undone.
 class VirtualPointer final : public EventPosting,
                          public PointerVisibility,
                          public PointerMotion,
@@ -34,6 +43,8 @@ public:
     struct Parts
     {
         PointerDevice &device;
+        // Where the compositor offers none, clicks carry no modifiers.
+        KeyDevice *keys = nullptr;
         // The box around every output, in the compositor's logical pixels.
         std::function<CGRect()> layout;
         std::function<double()> doubleClickInterval;
@@ -46,7 +57,7 @@ public:
     { }
 
     void postMouseMoved(CGPoint position) override;
-    // The compositor counts the clicks of a double click itself.
+    // The application counts the clicks of a double click itself.
     void postMouseButton(int button, bool down, CGPoint position, std::uint64_t flags,
                          int clickCount) override;
     double doubleClickInterval() override { return _parts.doubleClickInterval(); }
