@@ -266,12 +266,15 @@ void Mode::runSearch()
                                          screen, firstScreenHeight);
         if (*cancelled)
             return;
-        services.scheduler.postToMain(
-            [this, cancelled, alive, trees, elements = std::move(elements)]() mutable {
-                if (*cancelled || !*alive || !_targetsWindowController)
-                    return;
-                _targetsWindowController->setTargets(std::move(elements), std::move(trees));
-            });
+        services.scheduler.postToMain([this, cancelled, alive, trees, size = query.size(),
+                                       elements = std::move(elements)]() mutable {
+            if (*cancelled || !*alive || !_targetsWindowController)
+                return;
+            // The typed text's length only: what the user typed stays theirs.
+            trace("search matched: " + std::to_string(elements.size()) + " for "
+                  + std::to_string(size) + " characters");
+            _targetsWindowController->setTargets(std::move(elements), std::move(trees));
+        });
     });
     _cancelSearch = [cancelled] {
         *cancelled = true;

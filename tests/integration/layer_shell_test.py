@@ -16,8 +16,8 @@ import unittest
 import pyatspi
 from gi.repository import Gio, GLib
 
-from controls import (checked, front_targets, labelled_check_box, scrolled, showing_entries,
-                      vertical_scroll_bars)
+from controls import (check_boxes, checked, front_targets, labelled_check_box, scrolled,
+                      showing_entries, vertical_scroll_bars)
 from desktop_apps import (TARNVIK, Application, ResidentTarnvik, label_drawn_below, main, note_exit,
                           poll)
 from fake_input import allow_fake_input, start_input
@@ -214,8 +214,9 @@ class Sessions(unittest.TestCase):
         if SWAY:
             subprocess.run([TARNVIK, "activate", mode], check=True)
         else:
-            # The default shortcuts.
-            tell("keys " + {"click": "shift+super+space", "scroll": "shift+super+j"}[mode])
+            # The default shortcuts, and the search shortcut `test_search_mode` sets.
+            tell("keys " + {"click": "shift+super+space", "scroll": "shift+super+j",
+                            "search": "shift+super+f"}[mode])
 
     def start_session(self):
         mark = self.tarnvik.output.mark()
@@ -248,6 +249,21 @@ class Sessions(unittest.TestCase):
         pressed = poll("a press", lambda: button.name if button.name != "not pressed" else None,
                        10)
         self.assertEqual(pressed.split(",")[0], "button 1 with Control")
+
+    def test_search_mode_narrows_and_return_clicks(self):
+        self.tarnvik.start("search-shortcut=\u21e7\u2318F\n")
+        boxes = check_boxes(self.factory.process.pid, "checkbutton")
+        before = [checked(box) for box in boxes]
+        mark = self.tarnvik.output.mark()
+        self.start("search")
+        self.tarnvik.output.wait_for("labels drawn:", mark)
+        # Lower-case letters are search text; the first match is focused, Return clicks it.
+        tell("keys " + " ".join("checkbutton"))
+        self.tarnvik.output.wait_for("for 11 characters", mark)
+        tell("keys Return")
+        poll("a check box clicked", lambda: [checked(box) for box in boxes] != before, 10)
+        after = [checked(box) for box in boxes]
+        self.assertEqual(sum(a != b for a, b in zip(after, before)), 1, "exactly one")
 
     def focus_an_entry(self):
         """Clicks an entry of the window, as a person would before the session (GTK 4 takes no
