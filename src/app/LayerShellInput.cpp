@@ -129,14 +129,14 @@ std::unique_ptr<DesktopInput> connectLayerShellInput(Screens &screens,
                    stderr);
         return nullptr;
     }
-    return std::make_unique<LayerShellInput>(LayerShellInput::Parts {
-        .desktop = std::move(desktop),
-        .layout = std::move(layout),
-        .device = std::move(device),
-        .keys = keys,
-        .outputs = [&screens] { return layoutOf(screens.screens()); },
-        .doubleClickInterval = std::move(doubleClickInterval),
-        .scrollsByPage = std::move(scrollsByPage)});
+    return std::make_unique<LayerShellInput>(
+        LayerShellInput::Parts {.desktop = std::move(desktop),
+                                .layout = std::move(layout),
+                                .device = std::move(device),
+                                .keys = keys,
+                                .outputs = [&screens] { return layoutOf(screens.screens()); },
+                                .doubleClickInterval = std::move(doubleClickInterval),
+                                .scrollsByPage = std::move(scrollsByPage)});
 }
 
 } // namespace tarnvik

@@ -2,9 +2,9 @@
 #include "platform/kwin/KGlobalAccelHotKeys.h"
 #include "platform/kwin/KWinScript.h"
 
-#include <gtest/gtest.h>
-
 #include <QKeySequence>
+
+#include <gtest/gtest.h>
 
 namespace tarnvik::kwin {
 namespace {

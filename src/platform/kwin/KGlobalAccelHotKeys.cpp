@@ -66,8 +66,8 @@ std::optional<int> qtKeyOf(std::uint16_t keyCode, std::uint64_t modifierFlags,
     }
     if (const auto f = functionKeyNumber(keyCode))
         key = Qt::Key_F1 + *f - 1;
-    if (const auto text = layout.translate(keyCode); !key && text.size() == 1
-        && text[0] > ' ' && text[0] < 0x7f) {
+    if (const auto text = layout.translate(keyCode);
+        !key && text.size() == 1 && text[0] > ' ' && text[0] < 0x7f) {
         // Qt names a key that types ASCII by its upper-case character.
         key = QChar::fromLatin1(text[0]).toUpper().unicode();
     }
@@ -109,9 +109,9 @@ bool KGlobalAccelHotKeys::registerHotKey(HotKeyId id, std::uint16_t keyCode,
     const QStringList action {component, QString("shortcut-%1").arg(id), "Tarnvik",
                               QString("Tarnvik's shortcut %1").arg(keys)};
     callDaemon("doRegister", {action});
-    const QDBusReply<QList<int>> set = callDaemon(
-        "setShortcut",
-        {action, QVariant::fromValue(QList<int> {*key}), setPresent | noAutoloading});
+    const QDBusReply<QList<int>> set =
+        callDaemon("setShortcut",
+                   {action, QVariant::fromValue(QList<int> {*key}), setPresent | noAutoloading});
     // Another program's action holds the keys: kglobalaccel leaves ours without them.
     if (!set.isValid() || !set.value().contains(*key)) {
         callDaemon("unRegister", {action});
@@ -141,8 +141,8 @@ void KGlobalAccelHotKeys::listen()
         return;
     auto bus = QDBusConnection::sessionBus();
     const auto interface = "org.kde.kglobalaccel.Component";
-    _listening = bus.connect(service, path.value().path(), interface, "globalShortcutPressed",
-                             this, SLOT(pressed(QString, QString, qlonglong)))
+    _listening = bus.connect(service, path.value().path(), interface, "globalShortcutPressed", this,
+                             SLOT(pressed(QString, QString, qlonglong)))
         && bus.connect(service, path.value().path(), interface, "globalShortcutReleased", this,
                        SLOT(released(QString, QString, qlonglong)));
 }

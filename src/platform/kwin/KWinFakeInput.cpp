@@ -68,9 +68,8 @@ void KWinFakeInput::moveTo(CGPoint point, const CGRect &)
 void KWinFakeInput::press(std::uint32_t button, bool down)
 {
     std::lock_guard lock(_mutex);
-    org_kde_kwin_fake_input_button(_input, button,
-                                   down ? WL_POINTER_BUTTON_STATE_PRESSED
-                                        : WL_POINTER_BUTTON_STATE_RELEASED);
+    org_kde_kwin_fake_input_button(
+        _input, button, down ? WL_POINTER_BUTTON_STATE_PRESSED : WL_POINTER_BUTTON_STATE_RELEASED);
     wl_display_flush(_display);
 }
 
@@ -89,9 +88,8 @@ void KWinFakeInput::scroll(double vertical, double horizontal)
 void KWinFakeInput::key(std::uint32_t code, bool down)
 {
     std::lock_guard lock(_mutex);
-    org_kde_kwin_fake_input_keyboard_key(_input, code,
-                                         down ? WL_KEYBOARD_KEY_STATE_PRESSED
-                                              : WL_KEYBOARD_KEY_STATE_RELEASED);
+    org_kde_kwin_fake_input_keyboard_key(
+        _input, code, down ? WL_KEYBOARD_KEY_STATE_PRESSED : WL_KEYBOARD_KEY_STATE_RELEASED);
     wl_display_flush(_display);
 }
 

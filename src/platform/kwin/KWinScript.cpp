@@ -63,8 +63,8 @@ kwinReport(const QByteArray &json)
     std::vector<std::pair<bool, linux::CompositorMonitor>> found;
     for (const auto &value : report["screens"].toArray()) {
         const auto s = value.toObject();
-        found.push_back({s["active"].toBool(),
-                         {.frame = rectOf(s["frame"]), .scale = s["scale"].toDouble(1)}});
+        found.push_back(
+            {s["active"].toBool(), {.frame = rectOf(s["frame"]), .scale = s["scale"].toDouble(1)}});
     }
     std::stable_partition(found.begin(), found.end(), [](const auto &f) { return f.first; });
     std::vector<linux::CompositorMonitor> screens;
@@ -101,8 +101,8 @@ bool KWinScript::start()
     // A name of this process's own: two programs of ours (the resident one and `tarnvik
     // targets`) may load it at once.
     _pluginName = QString("tarnvik-%1").arg(QCoreApplication::applicationPid());
-    const QDBusReply<int> id = callScripting("/Scripting", "org.kde.kwin.Scripting", "loadScript",
-                                             {path, _pluginName});
+    const QDBusReply<int> id =
+        callScripting("/Scripting", "org.kde.kwin.Scripting", "loadScript", {path, _pluginName});
     if (!id.isValid() || id.value() < 0)
         return false;
     callScripting(QString("/Scripting/Script%1").arg(id.value()), "org.kde.kwin.Script", "run");
@@ -127,7 +127,8 @@ bool KWinScript::Windows(const QString &report)
     if (!calledFromDBus() || message().service() != _kwin)
         return false;
     auto [windows, screens] = kwinReport(report.toUtf8());
-    const std::uint64_t focused = windows.empty() || !windows.front().focused ? 0 : windows.front().id;
+    const std::uint64_t focused =
+        windows.empty() || !windows.front().focused ? 0 : windows.front().id;
     {
         std::lock_guard lock(_mutex);
         _windows = std::move(windows);

@@ -16,9 +16,7 @@ namespace tarnvik::kwin {
 // KWin's windows, told by a script this program loads into KWin (its scripting service on the
 // session bus): the script reports every window's frame and the focus each time they change,
 // so a question costs no round trip. Unloaded again when this goes.
-class KWinScript final : public QObject,
-                         public QDBusContext,
-                         public linux::CompositorWindowSource
+class KWinScript final : public QObject, public QDBusContext, public linux::CompositorWindowSource
 {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.ostrelline.Tarnvik.KWin")

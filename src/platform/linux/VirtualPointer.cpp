@@ -13,8 +13,8 @@ void VirtualPointer::postMouseMoved(CGPoint position)
     _parts.device.moveTo(position, _parts.layout());
 }
 
-void VirtualPointer::postMouseButton(int button, bool down, CGPoint position,
-                                     std::uint64_t flags, int)
+void VirtualPointer::postMouseButton(int button, bool down, CGPoint position, std::uint64_t flags,
+                                     int)
 {
     // Held from the press to the release, as X11's clicks hold it.
     const bool control = _parts.keys && (clickModifierFlags(flags) & ModifierFlag::control);

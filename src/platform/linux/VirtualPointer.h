@@ -35,9 +35,9 @@ public:
 // keys to hold. Those compositors tell a client nothing of the user's pointer outside its own
 // windows, and let it neither hide the pointer nor follow it: those are left undone.
 class VirtualPointer final : public EventPosting,
-                         public PointerVisibility,
-                         public PointerMotion,
-                         public ScrollPosting
+                             public PointerVisibility,
+                             public PointerMotion,
+                             public ScrollPosting
 {
 public:
     struct Parts

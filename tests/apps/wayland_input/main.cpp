@@ -177,9 +177,13 @@ int main()
     if (auto wlr = tarnvik::wlroots::WlrVirtualPointer::connect()) {
         pointer = std::move(wlr);
         wlroots = std::make_unique<VirtualKeyboard>();
-        press = [&wlroots](std::uint32_t code, bool down) { wlroots->press(code, down); };
+        press = [&wlroots](std::uint32_t code, bool down) {
+            wlroots->press(code, down);
+        };
     } else if (auto kwin = tarnvik::kwin::KWinFakeInput::connect()) {
-        press = [&kwin = *kwin](std::uint32_t code, bool down) { kwin.key(code, down); };
+        press = [&kwin = *kwin](std::uint32_t code, bool down) {
+            kwin.key(code, down);
+        };
         pointer = std::move(kwin);
     }
     Keyboard keyboard(press);
