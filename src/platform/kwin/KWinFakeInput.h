@@ -1,13 +1,12 @@
 #pragma once
 
 #include "platform/linux/VirtualPointer.h"
+#include "platform/wayland/WaylandConnection.h"
 
 #include <cstdint>
 #include <memory>
 #include <mutex>
 
-struct wl_display;
-struct wl_registry;
 struct org_kde_kwin_fake_input;
 
 namespace tarnvik::kwin {
@@ -35,8 +34,7 @@ private:
     KWinFakeInput() = default;
 
     std::mutex _mutex;
-    wl_display *_display = nullptr;
-    wl_registry *_registry = nullptr;
+    std::unique_ptr<wayland::WaylandConnection> _connection;
     org_kde_kwin_fake_input *_input = nullptr;
 };
 

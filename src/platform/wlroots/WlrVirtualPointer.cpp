@@ -2,9 +2,9 @@
 
 #include "wlr-virtual-pointer-unstable-v1-client-protocol.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <cstring>
 #include <wayland-client.h>
 
 namespace tarnvik::wlroots {
@@ -23,32 +23,16 @@ std::uint32_t now()
 std::unique_ptr<WlrVirtualPointer> WlrVirtualPointer::connect()
 {
     std::unique_ptr<WlrVirtualPointer> p(new WlrVirtualPointer);
-    p->_display = wl_display_connect(nullptr);
-    if (!p->_display)
+    p->_connection = wayland::WaylandConnection::connect();
+    if (!p->_connection)
         return nullptr;
-    static const wl_registry_listener listener {
-        .global =
-            [](void *data, wl_registry *registry, std::uint32_t name, const char *interface,
-               std::uint32_t) {
-                auto *self = static_cast<WlrVirtualPointer *>(data);
-                if (std::strcmp(interface, wl_seat_interface.name) == 0 && !self->_seat) {
-                    self->_seat = static_cast<wl_seat *>(
-                        wl_registry_bind(registry, name, &wl_seat_interface, 1));
-                } else if (std::strcmp(interface, zwlr_virtual_pointer_manager_v1_interface.name)
-                           == 0) {
-                    self->_manager =
-                        static_cast<zwlr_virtual_pointer_manager_v1 *>(wl_registry_bind(
-                            registry, name, &zwlr_virtual_pointer_manager_v1_interface, 1));
-                }
-            },
-        .global_remove = [](void *, wl_registry *, std::uint32_t) {},
-    };
-    p->_registry = wl_display_get_registry(p->_display);
-    wl_registry_add_listener(p->_registry, &listener, p.get());
-    if (wl_display_roundtrip(p->_display) < 0 || !p->_manager)
+    p->_seat = static_cast<wl_seat *>(p->_connection->bind(wl_seat_interface, 1));
+    p->_manager = static_cast<zwlr_virtual_pointer_manager_v1 *>(
+        p->_connection->bind(zwlr_virtual_pointer_manager_v1_interface, 1));
+    if (!p->_manager)
         return nullptr;
     p->_pointer = zwlr_virtual_pointer_manager_v1_create_virtual_pointer(p->_manager, p->_seat);
-    if (wl_display_roundtrip(p->_display) < 0)
+    if (!p->_connection->roundtrip())
         return nullptr;
     return p;
 }
@@ -61,18 +45,12 @@ WlrVirtualPointer::~WlrVirtualPointer()
         zwlr_virtual_pointer_manager_v1_destroy(_manager);
     if (_seat)
         wl_seat_destroy(_seat);
-    if (_registry)
-        wl_registry_destroy(_registry);
-    if (_display) {
-        wl_display_flush(_display);
-        wl_display_disconnect(_display);
-    }
 }
 
 void WlrVirtualPointer::frame()
 {
     zwlr_virtual_pointer_v1_frame(_pointer);
-    wl_display_flush(_display);
+    _connection->flush();
 }
 
 void WlrVirtualPointer::moveTo(CGPoint point, const CGRect &layout)

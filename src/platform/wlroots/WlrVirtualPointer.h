@@ -1,13 +1,12 @@
 #pragma once
 
 #include "platform/linux/VirtualPointer.h"
+#include "platform/wayland/WaylandConnection.h"
 
 #include <cstdint>
 #include <memory>
 #include <mutex>
 
-struct wl_display;
-struct wl_registry;
 struct wl_seat;
 struct zwlr_virtual_pointer_manager_v1;
 struct zwlr_virtual_pointer_v1;
@@ -36,8 +35,7 @@ private:
     void frame();
 
     std::mutex _mutex;
-    wl_display *_display = nullptr;
-    wl_registry *_registry = nullptr;
+    std::unique_ptr<wayland::WaylandConnection> _connection;
     wl_seat *_seat = nullptr;
     zwlr_virtual_pointer_manager_v1 *_manager = nullptr;
     zwlr_virtual_pointer_v1 *_pointer = nullptr;

@@ -10,6 +10,7 @@
 //   keys KEY...       each a key's name (a, Escape, Return), or modifiers joined to it: shift+a
 //   down KEY, up KEY  a key pressed and left down, and let go
 #include "platform/kwin/KWinFakeInput.h"
+#include "platform/wayland/WaylandConnection.h"
 #include "platform/wlroots/WlrVirtualPointer.h"
 #include "virtual-keyboard-unstable-v1-client-protocol.h"
 
@@ -117,27 +118,13 @@ class VirtualKeyboard
 public:
     bool connect(xkb_keymap *keymap)
     {
-        _display = wl_display_connect(nullptr);
-        if (!keymap || !_display)
+        _connection = tarnvik::wayland::WaylandConnection::connect();
+        if (!keymap || !_connection)
             return false;
-        static const wl_registry_listener listener {
-            .global =
-                [](void *data, wl_registry *registry, std::uint32_t name, const char *interface,
-                   std::uint32_t) {
-                    auto *self = static_cast<VirtualKeyboard *>(data);
-                    if (std::strcmp(interface, wl_seat_interface.name) == 0 && !self->_seat)
-                        self->_seat = static_cast<wl_seat *>(
-                            wl_registry_bind(registry, name, &wl_seat_interface, 1));
-                    else if (std::strcmp(interface, zwp_virtual_keyboard_manager_v1_interface.name)
-                             == 0)
-                        self->_manager =
-                            static_cast<zwp_virtual_keyboard_manager_v1 *>(wl_registry_bind(
-                                registry, name, &zwp_virtual_keyboard_manager_v1_interface, 1));
-                },
-            .global_remove = [](void *, wl_registry *, std::uint32_t) {},
-        };
-        wl_registry_add_listener(wl_display_get_registry(_display), &listener, this);
-        if (wl_display_roundtrip(_display) < 0 || !_manager || !_seat)
+        _seat = static_cast<wl_seat *>(_connection->bind(wl_seat_interface, 1));
+        _manager = static_cast<zwp_virtual_keyboard_manager_v1 *>(
+            _connection->bind(zwp_virtual_keyboard_manager_v1_interface, 1));
+        if (!_manager || !_seat)
             return false;
         _keyboard = zwp_virtual_keyboard_manager_v1_create_virtual_keyboard(_manager, _seat);
         std::unique_ptr<char, decltype(&std::free)> text(
@@ -149,7 +136,7 @@ public:
         zwp_virtual_keyboard_v1_keymap(_keyboard, WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1, fd,
                                        static_cast<std::uint32_t>(size));
         close(fd);
-        return wl_display_roundtrip(_display) >= 0;
+        return _connection->roundtrip();
     }
 
     void press(std::uint32_t key, bool down)
@@ -157,11 +144,11 @@ public:
         zwp_virtual_keyboard_v1_key(_keyboard, now(), key,
                                     down ? WL_KEYBOARD_KEY_STATE_PRESSED
                                          : WL_KEYBOARD_KEY_STATE_RELEASED);
-        wl_display_roundtrip(_display);
+        _connection->roundtrip();
     }
 
 private:
-    wl_display *_display = nullptr;
+    std::unique_ptr<tarnvik::wayland::WaylandConnection> _connection;
     wl_seat *_seat = nullptr;
     zwp_virtual_keyboard_manager_v1 *_manager = nullptr;
     zwp_virtual_keyboard_v1 *_keyboard = nullptr;
