@@ -18,8 +18,8 @@ from gi.repository import Gio, GLib
 
 from controls import (check_boxes, checked, front_targets, labelled_check_box, scrolled,
                       showing_entries, vertical_scroll_bars)
-from desktop_apps import (TARNVIK, Application, ResidentTarnvik, label_drawn_below, main, note_exit,
-                          poll)
+from desktop_apps import (TARNVIK, Application, ResidentTarnvik, accessible_window,
+                          label_drawn_below, main, note_exit, poll)
 from fake_input import allow_fake_input, start_input
 
 APPS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps")
@@ -264,6 +264,21 @@ class Sessions(unittest.TestCase):
         poll("a check box clicked", lambda: [checked(box) for box in boxes] != before, 10)
         after = [checked(box) for box in boxes]
         self.assertEqual(sum(a != b for a, b in zip(after, before)), 1, "exactly one")
+
+    def test_question_mark_in_search_mode_explains_the_first_match(self):
+        self.tarnvik.start("search-shortcut=\u21e7\u2318F\n")
+        mark = self.tarnvik.output.mark()
+        self.start("search")
+        self.tarnvik.output.wait_for("labels drawn:", mark)
+        tell("keys " + " ".join("checkbutton"))
+        self.tarnvik.output.wait_for("for 11 characters", mark)
+        tell("keys shift+slash")
+        # The tutor's popover, a layer-shell surface too, read as a screen reader reads it.
+        popover = poll("the tutor's popover", lambda: accessible_window("Tarnvik Tutor"), 10)
+        texts = [a.name for a in pyatspi.findAllDescendants(
+            popover, lambda a: a is not None and a.getRole() == pyatspi.ROLE_LABEL)]
+        self.assertEqual(texts[texts.index("Role:") + 1], "AXCheckBox", texts)
+        tell("keys Escape")
 
     def focus_an_entry(self):
         """Clicks an entry of the window, as a person would before the session (GTK 4 takes no

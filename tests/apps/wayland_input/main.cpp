@@ -112,10 +112,17 @@ private:
     xkb_keymap *_keymap = nullptr;
 };
 
-// wlroots' virtual keyboard, given the keymap its codes are read in.
+// wlroots' virtual keyboard, given the keymap its codes are read in. A virtual keyboard tells the
+// compositor its modifiers itself, as a real keyboard's driver would.
 class VirtualKeyboard
 {
 public:
+    ~VirtualKeyboard()
+    {
+        if (_state)
+            xkb_state_unref(_state);
+    }
+
     bool connect(xkb_keymap *keymap)
     {
         _connection = tarnvik::wayland::WaylandConnection::connect();
@@ -136,6 +143,7 @@ public:
         zwp_virtual_keyboard_v1_keymap(_keyboard, WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1, fd,
                                        static_cast<std::uint32_t>(size));
         close(fd);
+        _state = xkb_state_new(keymap);
         return _connection->roundtrip();
     }
 
@@ -144,6 +152,13 @@ public:
         zwp_virtual_keyboard_v1_key(_keyboard, now(), key,
                                     down ? WL_KEYBOARD_KEY_STATE_PRESSED
                                          : WL_KEYBOARD_KEY_STATE_RELEASED);
+        // Evdev codes are XKB's less eight.
+        xkb_state_update_key(_state, key + 8, down ? XKB_KEY_DOWN : XKB_KEY_UP);
+        zwp_virtual_keyboard_v1_modifiers(
+            _keyboard, xkb_state_serialize_mods(_state, XKB_STATE_MODS_DEPRESSED),
+            xkb_state_serialize_mods(_state, XKB_STATE_MODS_LATCHED),
+            xkb_state_serialize_mods(_state, XKB_STATE_MODS_LOCKED),
+            xkb_state_serialize_layout(_state, XKB_STATE_LAYOUT_EFFECTIVE));
         _connection->roundtrip();
     }
 
@@ -152,6 +167,7 @@ private:
     wl_seat *_seat = nullptr;
     zwp_virtual_keyboard_manager_v1 *_manager = nullptr;
     zwp_virtual_keyboard_v1 *_keyboard = nullptr;
+    xkb_state *_state = nullptr;
 };
 
 } // namespace
