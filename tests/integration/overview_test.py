@@ -173,17 +173,22 @@ class OverviewTest(unittest.TestCase):
             re.MULTILINE), 10)
         # Made anew as it opens again: the entry now switches Tarnvik back on there. A click
         # while the menu still closes opens nothing (GNOME 48), and a person clicks again, but
-        # not while it opens: a second click would close it.
+        # not while it opens: a second click would close it. A menu made while the shell itself
+        # was in front has no entry for an application (seen once, on GNOME 48's X11 form, in a
+        # whole run in a fresh root): a person closes it and opens it again, a click each, a
+        # second apart.
         clicked = [0.0]
         seen = []
 
         def reopened():
             menu = status_menu()
             seen.append(sorted(menu))
-            if not menu and time.monotonic() - clicked[0] > 1:
+            if "Enable Tarnvik in Widget Factory" in menu:
+                return menu
+            if time.monotonic() - clicked[0] > 1:
                 click_centre(item)
                 clicked[0] = time.monotonic()
-            return "Enable Tarnvik in Widget Factory" in menu and menu
+            return None
         try:
             menu = poll("its menu again", reopened, 10)
         except AssertionError as error:
