@@ -271,8 +271,9 @@ void Mode::runSearch()
             if (*cancelled || !*alive || !_targetsWindowController)
                 return;
             // The typed text's length only: what the user typed stays theirs.
-            trace("search matched: " + std::to_string(elements.size()) + " for "
-                  + std::to_string(size) + " characters");
+            if (tracing())
+                trace("search matched: " + std::to_string(elements.size()) + " for "
+                      + std::to_string(size) + " characters");
             _targetsWindowController->setTargets(std::move(elements), std::move(trees));
         });
     });
