@@ -66,11 +66,7 @@ kwinReport(const QByteArray &json)
         found.push_back(
             {s["active"].toBool(), {.frame = rectOf(s["frame"]), .scale = s["scale"].toDouble(1)}});
     }
-    std::stable_partition(found.begin(), found.end(), [](const auto &f) { return f.first; });
-    std::vector<linux::CompositorMonitor> screens;
-    for (const auto &f : found)
-        screens.push_back(f.second);
-    return {std::move(windows), std::move(screens)};
+    return {std::move(windows), linux::activeFirst(std::move(found))};
 }
 
 std::unique_ptr<KWinScript> KWinScript::load()

@@ -7,6 +7,15 @@
 
 namespace tarnvik::linux {
 
+std::vector<CompositorMonitor> activeFirst(std::vector<std::pair<bool, CompositorMonitor>> monitors)
+{
+    std::stable_partition(monitors.begin(), monitors.end(), [](const auto &m) { return m.first; });
+    std::vector<CompositorMonitor> ordered;
+    for (const auto &m : monitors)
+        ordered.push_back(m.second);
+    return ordered;
+}
+
 namespace {
 
 RunningApplication applicationOf(const CompositorWindow &w)

@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tarnvik::linux {
@@ -33,6 +34,11 @@ struct CompositorMonitor
     CGRect frame {};
     double scale = 1;
 };
+
+// Monitors, each with whether it is the active one (the one with the focus), as a compositor
+// lists them: the active one first, the others in their order.
+std::vector<CompositorMonitor>
+activeFirst(std::vector<std::pair<bool, CompositorMonitor>> monitors);
 
 // What a Wayland compositor tells of its windows: there no client learns where another's
 // windows stand, or which one has the focus.

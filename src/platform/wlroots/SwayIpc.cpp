@@ -189,11 +189,7 @@ std::vector<linux::CompositorMonitor> swayOutputs(const QByteArray &outputs)
                 {output["focused"].toBool(),
                  {.frame = rectOf(output["rect"]), .scale = output["scale"].toDouble(1)}});
     }
-    std::stable_partition(found.begin(), found.end(), [](const auto &f) { return f.first; });
-    std::vector<linux::CompositorMonitor> monitors;
-    for (const auto &f : found)
-        monitors.push_back(f.second);
-    return monitors;
+    return linux::activeFirst(std::move(found));
 }
 
 std::unique_ptr<SwayIpc> SwayIpc::connect()
