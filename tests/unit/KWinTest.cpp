@@ -1,6 +1,5 @@
 #include "platform/KeyCodes.h"
 #include "platform/kwin/KGlobalAccelHotKeys.h"
-#include "platform/kwin/KWinScript.h"
 
 #include <QKeySequence>
 
@@ -42,35 +41,6 @@ TEST(KGlobalAccelKeys, KeysAreNamedAsTheLayoutTypesThem)
     EXPECT_EQ(named(KeyCode::deleteKey, 0), "Backspace");
     EXPECT_EQ(named(KeyCode::forwardDelete, 0), "Del");
     EXPECT_EQ(named(*keyCodeForAsciiCharacter(';'), command), "Meta+;");
-}
-
-// The script's report: the focused window first, whatever KWin's stacking; the active screen
-// first.
-TEST(KWinReport, TheFocusedWindowAndTheActiveScreenComeFirst)
-{
-    const auto [windows, screens] = kwinReport(R"({
-        "windows": [
-            {"id": "{a}", "pid": 10, "title": "Editor", "focused": false,
-             "resourceClass": "org.example.Editor", "resourceName": "editor",
-             "desktopFile": "org.example.Editor",
-             "frame": {"x": 10, "y": 20, "width": 300, "height": 200},
-             "buffer": {"x": 0, "y": 8, "width": 320, "height": 224}},
-            {"id": "{b}", "pid": 11, "title": "Files", "focused": true,
-             "frame": {"x": 700, "y": 150, "width": 400, "height": 300},
-             "buffer": {"x": 700, "y": 150, "width": 400, "height": 300}}],
-        "screens": [
-            {"frame": {"x": 0, "y": 0, "width": 1280, "height": 800}, "scale": 1, "active": false},
-            {"frame": {"x": 1280, "y": 0, "width": 1280, "height": 800}, "scale": 2,
-             "active": true}]})");
-    ASSERT_EQ(windows.size(), 2u);
-    EXPECT_EQ(windows[0].pid, 11);
-    EXPECT_TRUE(windows[0].focused);
-    EXPECT_EQ(windows[1].gtkApplicationId, "org.example.Editor");
-    EXPECT_EQ(windows[1].buffer.origin.y, 8);
-    EXPECT_NE(windows[0].id, windows[1].id);
-    ASSERT_EQ(screens.size(), 2u);
-    EXPECT_EQ(screens[0].frame.origin.x, 1280);
-    EXPECT_EQ(screens[0].scale, 2);
 }
 
 } // namespace
