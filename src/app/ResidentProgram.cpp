@@ -18,6 +18,8 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <string_view>
 
 namespace tarnvik {
 
@@ -120,6 +122,14 @@ std::optional<ResidentProgram::Connections> ResidentProgram::connect()
 
 namespace {
 
+// TARNVIK_MIRROR=off: sessions read after the key only, the mirror read as ever; the baseline
+// its benchmark measures against in the same run.
+bool mirrorServes()
+{
+    const char *setting = std::getenv("TARNVIK_MIRROR");
+    return !setting || std::string_view(setting) != "off";
+}
+
 double refreshPeriod()
 {
     return 1.0 / QGuiApplication::primaryScreen()->refreshRate();
@@ -169,6 +179,12 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                       [this] {
                           return firstScreenHeight();
                       }})
+    , _mirror({.platform = {_accessibility, _windows, _windows},
+               .events = _c.desktop->events(),
+               .preferences = _preferences,
+               .scheduler = _scheduler,
+               .queue = _treeQueue},
+              {}, mirrorServes())
     , _mode({.platform = {_accessibility, _windows, _windows},
              .screens = _windows,
              .preferences = _preferences,
@@ -187,10 +203,8 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
              .tutorMode = _tutorMode,
              .overview = _overview,
              .overviewKeyboard = _overviewKeys,
-             .reduceMotion =
-                 [this] {
-                     return _windows.appearance().reduceMotion;
-                 }})
+             .reduceMotion = [this] { return _windows.appearance().reduceMotion; },
+             .mirror = &_mirror})
     , _frameClock(refreshPeriod)
     , _scroller(_frameClock, _c.input->scrolling())
     , _scrollViews(_preferences,
@@ -226,11 +240,6 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                .capsLockKey = _c.input->capsLock(),
                .scheduler = _scheduler,
                .recordingSlot = _recordingSlot})
-    , _firstReads({.reading = {.platform = {_accessibility, _windows, _windows},
-                               .screens = _windows,
-                               .preferences = _preferences,
-                               .scheduler = _scheduler},
-                   .queue = _treeQueue})
     , _accessibilitySwitch(_c.desktop->bus(), _windows)
     , _loginItem(QCoreApplication::applicationFilePath(), "--at-login")
     , _shellViews(
@@ -280,7 +289,7 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
                  .readAhead =
                      [this] {
                          _views.prepare(_windows.screens().front());
-                         _firstReads.start();
+                         _mirror.start();
                          printRunning();
                      },
                  .wireShortcuts = [this] { _wiring.wireShortcuts(); },

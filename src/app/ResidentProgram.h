@@ -1,8 +1,8 @@
 #pragma once
 
+#include "accessibility/TreeMirror.h"
 #include "app/AppDelegate.h"
 #include "app/DesktopInputs.h"
-#include "app/FirstReads.h"
 #include "app/ShortcutWiring.h"
 #include "app/views/QtShellViews.h"
 #include "click/CursorManager.h"
@@ -122,6 +122,7 @@ private:
     QtModeViews _views;
     QtTutorViews _tutorViews;
     TutorMode _tutorMode;
+    TreeMirror _mirror;
     Mode _mode;
     linux::TimerFrameClock _frameClock;
     BufferAndRateScroller _scroller;
@@ -129,7 +130,6 @@ private:
     ScrollMode _scrollMode;
     MissionControlObserver _missionControlObserver;
     ShortcutWiring _wiring;
-    FirstReads _firstReads;
     linux::AtspiSwitch _accessibilitySwitch;
     XdgAutostart _loginItem;
     QtShellViews _shellViews;

@@ -2,6 +2,7 @@
 
 #include "accessibility/AXEnablerService.h"
 #include "accessibility/BuildUITrees.h"
+#include "accessibility/TreeMirror.h"
 #include "click/ClickUtils.h"
 #include "click/CursorManager.h"
 #include "click/DoubleClickManager.h"
@@ -15,7 +16,9 @@
 #include "preferences/Preferences.h"
 #include "sounds/SoundEffectManager.h"
 
+#include <cstdio>
 #include <stop_token>
+#include <unordered_map>
 
 namespace tarnvik {
 
@@ -92,10 +95,14 @@ void Mode::activate(bool isSearchDisabled)
     // the next session that ends gives the one before back.
     _services.inputSources.switchOnActivation(_services.preferences, _priorTisInputSource);
 
-    // Each session reads the desktop afresh.
+    // Each session reads the desktop afresh; where the mirror has the window in front, its
+    // labels show while that read runs.
     _services.platform.ax.invalidateCache();
     _frontmostPid = app->processIdentifier;
-    const auto window = UIElement::focusedWindow(_services.platform.ax, app->processIdentifier);
+    auto mirrored = _services.mirror ? _services.mirror->current(_frontmostPid) : std::nullopt;
+    const auto window = mirrored
+        ? mirrored->window
+        : UIElement::focusedWindow(_services.platform.ax, app->processIdentifier);
     if (!window)
         return fail();
     const auto screens = _services.screens.screens();
@@ -105,6 +112,8 @@ void Mode::activate(bool isSearchDisabled)
 
     _active = true;
     ++_session;
+    _activatedAt = _services.scheduler.now();
+    _mirrorChanges = _services.mirror ? _services.mirror->changes() : 0;
     _services.sounds.playActivation();
     _screen = screen;
 
@@ -130,7 +139,12 @@ void Mode::activate(bool isSearchDisabled)
     if (_searchBar)
         _searchBar->place(flippedRect(window->frame(), firstScreenHeight), dockRect, *_screen);
 
-    startTreeBuilding(*app, window, menubarApp, dock);
+    startTreeBuilding(*app, window, mirrored.has_value(), menubarApp, dock);
+    if (mirrored) {
+        mirrored->trees.dockUiTree = dock;
+        _fromMirror = true;
+        showTrees(std::move(mirrored->trees));
+    }
 
     const bool captured = _services.keyboard.start([this](const KeyEvent &event) {
         if (_isSearchDisabled)
@@ -167,6 +181,7 @@ void Mode::fail()
 }
 
 void Mode::startTreeBuilding(const RunningApplication &app, const UIElementPtr &window,
+                             bool readWindow,
                              const std::optional<RunningApplication> &menubarApp, UITreePtr dock)
 {
     auto source = std::make_shared<std::stop_source>();
@@ -177,32 +192,87 @@ void Mode::startTreeBuilding(const RunningApplication &app, const UIElementPtr &
     // The services are the process's, and outlive this Mode; `this` is used on the main
     // thread only, behind `alive`.
     auto build = [this, services = _services, source, session, alive = _alive, app, window,
-                  menubarApp, dock, fetchSearchAttributes = !_isSearchDisabled] {
+                  readWindow, menubarApp, dock, fetchSearchAttributes = !_isSearchDisabled] {
         const auto token = source->get_token();
         if (token.stop_requested() || !*alive)
             return;
+        auto frontWindow = readWindow
+            ? UIElement::focusedWindow(services.platform.ax, app.processIdentifier)
+            : window;
+        if (!frontWindow)
+            return;
         BuildUITrees builder({services.platform, services.preferences, services.scheduler}, app,
-                             window, menubarApp, dock, fetchSearchAttributes);
+                             frontWindow, menubarApp, dock, fetchSearchAttributes);
         auto trees = builder.build(token);
         if (!trees || token.stop_requested())
             return;
-        services.scheduler.postToMain([this, alive, trees = std::move(*trees), session]() mutable {
-            if (*alive)
-                treesBuilt(std::move(trees), session);
-        });
+        services.scheduler.postToMain(
+            [this, alive, trees = std::move(*trees), frontWindow, session]() mutable {
+                if (*alive)
+                    treesBuilt(std::move(trees), frontWindow, session);
+            });
     };
     _services.treeQueue.async(std::move(build));
 }
 
-void Mode::treesBuilt(UITrees trees, std::uint64_t session)
+void Mode::treesBuilt(UITrees trees, UIElementPtr window, std::uint64_t session)
 {
     if (!_active || session != _session)
         return;
+    // A read with the search attributes serves the next session of either kind.
+    if (_services.mirror && !_isSearchDisabled)
+        _services.mirror->adopt(_frontmostPid, _mirrorChanges, {window, trees});
+    if (_fromMirror)
+        return checkMirrored(std::move(trees));
+    showTrees(std::move(trees));
+}
+
+void Mode::showTrees(UITrees trees)
+{
     _uiTrees = std::move(trees);
     runSearch();
     _services.tutorMode.setUiTrees(*_uiTrees);
     if (_searchBar)
         _searchBar->window().stopProgress();
+}
+
+void Mode::checkMirrored(UITrees fresh)
+{
+    _freshTrees = fresh;
+    search(fresh, [this, fresh](std::vector<UIElementPtr> elements) {
+        _fromMirror = false;
+        _freshTrees.reset();
+        // The same elements where they were count as the same; the order decides the labels.
+        std::unordered_map<AXUIElement, CGRect> shown(_shown.begin(), _shown.end());
+        std::size_t same = 0;
+        bool inOrder = elements.size() == _shown.size();
+        for (std::size_t i = 0; i < elements.size(); ++i) {
+            const auto &element = elements[i];
+            const auto it = element->ref ? shown.find(*element->ref) : shown.end();
+            if (it != shown.end() && CGRectEqualToRect(it->second, element->frame()))
+                ++same;
+            if (inOrder && (!element->ref || !(*element->ref == _shown[i].first)
+                            || !CGRectEqualToRect(_shown[i].second, element->frame())))
+                inOrder = false;
+        }
+        if (tracing()) {
+            char line[160];
+            const std::chrono::duration<double, std::milli> after =
+                _services.scheduler.now() - _activatedAt;
+            std::snprintf(line, sizeof line,
+                          "mirror: %zu of %zu labels differed from the read after the key "
+                          "(%.1f ms after it)",
+                          _shown.size() + elements.size() - 2 * same,
+                          std::max(_shown.size(), elements.size()), after.count());
+            trace(line);
+        }
+        if (inOrder)
+            return;
+        resetLabelQuery();
+        _uiTrees = fresh;
+        _services.tutorMode.setUiTrees(*_uiTrees);
+        showTargets(std::move(elements), fresh);
+    });
 }
 
 void Mode::deactivate(bool closeWindow)
@@ -230,6 +300,9 @@ void Mode::deactivate(bool closeWindow)
     if (_cancelQuery)
         _cancelQuery();
     _uiTrees.reset();
+    _fromMirror = false;
+    _freshTrees.reset();
+    _shown.clear();
 
     sessionKeyboard().stop();
     endMissionControl();
@@ -253,33 +326,59 @@ void Mode::runSearch()
     if (!_uiTrees || !_screen)
         return;
     resetLabelQuery();
+    // Typed text ends the check of the mirror's labels: the new result comes from the read.
+    if (_freshTrees) {
+        _uiTrees = std::move(*_freshTrees);
+        _freshTrees.reset();
+        _fromMirror = false;
+        _services.tutorMode.setUiTrees(*_uiTrees);
+    }
+    search(*_uiTrees, [this, trees = *_uiTrees](std::vector<UIElementPtr> elements) {
+        showTargets(std::move(elements), trees);
+    });
+}
+
+void Mode::search(const UITrees &trees, std::function<void(std::vector<UIElementPtr>)> done)
+{
     if (_cancelSearch)
         _cancelSearch();
     const std::string query = _searchBar ? _searchBar->window().text() : "*";
     auto cancelled = std::make_shared<std::atomic<bool>>(false);
     const double firstScreenHeight = _services.screens.screens().front().frame.size.height;
-    _services.searchQueue.async([this, services = _services, cancelled, alive = _alive,
-                                 trees = *_uiTrees, query, screen = *_screen, firstScreenHeight] {
+    _services.searchQueue.async([services = _services, cancelled, alive = _alive, trees, query,
+                                 screen = *_screen, firstScreenHeight, done = std::move(done)] {
         if (*cancelled)
             return;
         auto elements = elementsOnScreen(trees.matchingElements(query, false, services.preferences),
                                          screen, firstScreenHeight);
         if (*cancelled)
             return;
-        services.scheduler.postToMain([this, cancelled, alive, trees, size = query.size(),
-                                       elements = std::move(elements)]() mutable {
-            if (*cancelled || !*alive || !_targetsWindowController)
+        services.scheduler.postToMain([cancelled, alive, size = query.size(),
+                                       elements = std::move(elements), done]() mutable {
+            if (*cancelled || !*alive)
                 return;
             // The typed text's length only: what the user typed stays theirs.
             if (tracing())
                 trace("search matched: " + std::to_string(elements.size()) + " for "
                       + std::to_string(size) + " characters");
-            _targetsWindowController->setTargets(std::move(elements), std::move(trees));
+            done(std::move(elements));
         });
     });
     _cancelSearch = [cancelled] {
         *cancelled = true;
     };
+}
+
+void Mode::showTargets(std::vector<UIElementPtr> elements, UITrees trees)
+{
+    if (!_targetsWindowController)
+        return;
+    _shown.clear();
+    for (const auto &element : elements) {
+        if (element->ref)
+            _shown.emplace_back(*element->ref, element->frame());
+    }
+    _targetsWindowController->setTargets(std::move(elements), std::move(trees));
 }
 
 void Mode::focusNext()

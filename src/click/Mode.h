@@ -30,6 +30,7 @@ class SearchBarWindowController;
 class SoundEffectManager;
 class TargetsView;
 class TargetsWindowController;
+class TreeMirror;
 class WorkQueue;
 
 // Runs a click session from the shortcut to the click: reads the trees, shows the labels,
@@ -62,6 +63,9 @@ public:
         KeyboardCapture &overviewKeyboard;
         // The desktop asks for less motion.
         std::function<bool()> reduceMotion;
+        // The trees of the window in front as last read, which a session shows at once while
+        // its own read runs; none reads after the key only.
+        TreeMirror *mirror = nullptr;
     };
 
     explicit Mode(Services services);
@@ -124,9 +128,20 @@ private:
     bool reducesMotion() const;
     // The tutor, when it shows, follows the focus.
     void retargetTutor();
+    // With `readWindow`, the read asks for the focused window itself rather than trusting
+    // `window`, which came from the mirror.
     void startTreeBuilding(const RunningApplication &app, const UIElementPtr &window,
-                           const std::optional<RunningApplication> &menubarApp, UITreePtr dock);
-    void treesBuilt(UITrees trees, std::uint64_t session);
+                           bool readWindow, const std::optional<RunningApplication> &menubarApp,
+                           UITreePtr dock);
+    void treesBuilt(UITrees trees, UIElementPtr window, std::uint64_t session);
+    void showTrees(UITrees trees);
+    // The session's read, over labels drawn from the mirror: they stay where it found the same,
+    // and are replaced where not.
+    void checkMirrored(UITrees fresh);
+    // Searches `trees` for the search field's text (everything in label mode) on the search
+    // queue, cancelling the search before; `done` gets what is on the session's screen.
+    void search(const UITrees &trees, std::function<void(std::vector<UIElementPtr>)> done);
+    void showTargets(std::vector<UIElementPtr> elements, UITrees trees);
     void clickFocusedWith(int button, std::uint64_t flags);
     std::shared_ptr<ClickUtils> makeClicker(const UIElementPtr &element, const UITrees &trees);
     // None clicks, Shift right-clicks, Command Command-clicks; false for other modifiers.
@@ -150,6 +165,14 @@ private:
     std::shared_ptr<TargetsWindowController> _targetsWindowController;
     std::function<void()> _cancelQuery;
     std::optional<UITrees> _uiTrees;
+    // The labels show what the mirror held, and the session's read has not checked them yet;
+    // the mirror's count of changes when the session began, and when.
+    bool _fromMirror = false;
+    std::uint64_t _mirrorChanges = 0;
+    std::optional<UITrees> _freshTrees;
+    TimePoint _activatedAt {};
+    // What the labels stand for, in their order: each element and where it stood.
+    std::vector<std::pair<AXUIElement, CGRect>> _shown;
     bool _cursorHidden = false;
     std::optional<Scheduler::TimerId> _hideCursorTimer;
     std::string _labelQuery;

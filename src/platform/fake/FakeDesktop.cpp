@@ -600,4 +600,23 @@ std::vector<RunningApplication> FakeDesktop::runningApplications()
     return apps;
 }
 
+void FakeDesktop::watch(pid_t pid, Handler handler)
+{
+    std::lock_guard lock(_mutex);
+    _watched = handler ? pid : 0;
+    _changes = std::move(handler);
+}
+
+void FakeDesktop::reportChange(pid_t pid, AccessibilityChange change)
+{
+    Handler handler;
+    {
+        std::lock_guard lock(_mutex);
+        if (pid != _watched)
+            return;
+        handler = _changes;
+    }
+    handler(change);
+}
+
 } // namespace tarnvik::fake

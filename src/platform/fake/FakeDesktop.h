@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Accessibility.h"
+#include "platform/AccessibilityEvents.h"
 #include "platform/WindowList.h"
 #include "platform/Workspace.h"
 #include "platform/fake/FakeScheduler.h"
@@ -111,7 +112,10 @@ private:
 // An in-memory desktop: applications with element trees and the window list,
 // answering the platform operations the way a real system does, with failures, time-outs and
 // late answers on demand. It counts every call.
-class FakeDesktop : public Accessibility, public Workspace, public WindowList
+class FakeDesktop : public Accessibility,
+                    public AccessibilityEvents,
+                    public Workspace,
+                    public WindowList
 {
 public:
     static constexpr double defaultMessagingTimeout = 6.0;
@@ -174,6 +178,11 @@ public:
     // Brings an application to the front, telling the observer as the platform would.
     void activate(pid_t pid);
 
+    // AccessibilityEvents: a test reports the changes it makes, on its own thread.
+    void watch(pid_t pid, Handler handler) override;
+    void reportChange(pid_t pid, AccessibilityChange change);
+    pid_t watched() const { return _watched; }
+
     // WindowList
     ValueArray onScreenWindowInfo() override { return _windowInfo; }
 
@@ -210,6 +219,8 @@ private:
     std::set<std::thread::id> _callingThreads;
     std::vector<std::string> _performed;
     std::vector<std::function<void(const RunningApplication &)>> _activationObservers;
+    pid_t _watched = 0;
+    Handler _changes;
 };
 
 } // namespace tarnvik::fake

@@ -85,7 +85,7 @@ unsigned needsOf(const std::string &attribute)
 AtspiAccessibility::AtspiAccessibility(AtspiBus &bus, ClientWindows windows)
     : _reader(std::make_unique<AtspiReader>(bus, std::move(windows)))
 {
-    bus.listenForChildrenChanges(defaultTimeoutMs);
+    bus.registerEvents({"object:children-changed"}, defaultTimeoutMs);
 }
 
 AtspiAccessibility::~AtspiAccessibility() = default;

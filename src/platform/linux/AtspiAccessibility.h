@@ -81,11 +81,10 @@ public:
     // of a smooth scroll rather than by pixels (GTK 3).
     bool scrollsByPage(pid_t pid);
     void invalidateCache() override;
-
-private:
     // The bus name of the process's application, once it is on the bus.
     std::optional<std::string> serviceOf(pid_t pid);
 
+private:
     std::optional<ObjectRef> focusedWindow(const ObjectRef &application,
                                            const std::vector<ObjectRef> &windows);
     // Of the application's windows, the one the X server's window is (`frameOfWindow`).

@@ -136,13 +136,24 @@ std::unique_ptr<AtspiBus> AtspiBus::connect()
         closePrivate(session);
         return nullptr;
     }
-    return std::unique_ptr<AtspiBus>(new AtspiBus(session, bus));
+    return std::unique_ptr<AtspiBus>(new AtspiBus(session, address, bus));
 }
 
-AtspiBus::AtspiBus(DBusConnection *session, DBusConnection *bus)
+AtspiBus::AtspiBus(DBusConnection *session, std::string address, DBusConnection *bus)
     : _session(session)
+    , _address(std::move(address))
     , _bus(bus)
 { }
+
+DBusConnection *AtspiBus::openConnection() const
+{
+    return openPrivate(_address, true);
+}
+
+void AtspiBus::closeConnection(DBusConnection *connection)
+{
+    closePrivate(connection);
+}
 
 AtspiBus::~AtspiBus()
 {
@@ -236,19 +247,25 @@ std::optional<pid_t> AtspiBus::processOf(const std::string &service, int timeout
     return static_cast<pid_t>(*pid);
 }
 
-void AtspiBus::listenForChildrenChanges(int timeoutMs) const
+void AtspiBus::registerEvents(const std::vector<std::string> &events, int timeoutMs) const
 {
-    auto m = methodCall(registryService, "/org/a11y/atspi/registry", "org.a11y.atspi.Registry",
-                        "RegisterEvent", {std::string("object:children-changed")});
-    // The two arguments after the event: no properties wanted, and every application.
-    DBusMessageIter i;
-    dbus_message_iter_init_append(m.get(), &i);
-    DBusMessageIter properties;
-    dbus_message_iter_open_container(&i, DBUS_TYPE_ARRAY, DBUS_TYPE_STRING_AS_STRING, &properties);
-    dbus_message_iter_close_container(&i, &properties);
-    const char *anyApplication = "";
-    dbus_message_iter_append_basic(&i, DBUS_TYPE_STRING, &anyApplication);
-    send(_bus, m, timeoutMs).reply();
+    std::vector<PendingCall> calls;
+    for (const auto &event : events) {
+        auto m = methodCall(registryService, "/org/a11y/atspi/registry",
+                            "org.a11y.atspi.Registry", "RegisterEvent", {event});
+        // The two arguments after the event: no properties wanted, and every application.
+        DBusMessageIter i;
+        dbus_message_iter_init_append(m.get(), &i);
+        DBusMessageIter properties;
+        dbus_message_iter_open_container(&i, DBUS_TYPE_ARRAY, DBUS_TYPE_STRING_AS_STRING,
+                                         &properties);
+        dbus_message_iter_close_container(&i, &properties);
+        const char *anyApplication = "";
+        dbus_message_iter_append_basic(&i, DBUS_TYPE_STRING, &anyApplication);
+        calls.push_back(send(_bus, m, timeoutMs));
+    }
+    for (auto &call : calls)
+        call.reply();
 }
 
 std::optional<bool> AtspiBus::accessibilityEnabled(int timeoutMs) const

@@ -64,9 +64,14 @@ public:
     // The applications registered on the bus.
     std::vector<ObjectRef> applications(int timeoutMs) const;
     std::optional<pid_t> processOf(const std::string &service, int timeoutMs);
-    // Makes the toolkits that keep their cache interface to themselves until someone listens
-    // publish it.
-    void listenForChildrenChanges(int timeoutMs) const;
+    // Asks the toolkits to send these events ("object:children-changed"): they send only what
+    // someone registered for. Registering children changes also makes the toolkits that keep
+    // their cache interface to themselves until someone listens publish it.
+    void registerEvents(const std::vector<std::string> &events, int timeoutMs) const;
+    // A connection to the bus of its caller's own, for its events; nothing when it can't be
+    // made. `closeConnection` closes it.
+    DBusConnection *openConnection() const;
+    static void closeConnection(DBusConnection *connection);
     // Whether the toolkits are asked to switch their accessibility on (org.a11y.Status
     // IsEnabled); nothing when the bus launcher doesn't answer.
     std::optional<bool> accessibilityEnabled(int timeoutMs) const;
@@ -77,7 +82,7 @@ public:
     std::chrono::steady_clock::time_point switchedOnAt() const { return _switchedOn; }
 
 private:
-    AtspiBus(DBusConnection *session, DBusConnection *bus);
+    AtspiBus(DBusConnection *session, std::string address, DBusConnection *bus);
 
     // The application's own socket where its toolkit offers one: calls on it skip the bus
     // daemon. Asked once per application.
@@ -85,6 +90,7 @@ private:
     PendingCall send(DBusConnection *connection, const Message &message, int timeoutMs) const;
 
     DBusConnection *_session;
+    const std::string _address;
     DBusConnection *_bus;
     mutable std::mutex _mutex;
     std::unordered_map<std::string, pid_t> _processes;

@@ -36,6 +36,14 @@ std::unique_ptr<LinuxDesktop> LinuxDesktop::connect(std::unique_ptr<WindowSystem
         *d->_bus,
         ClientWindows {.of = [w](pid_t pid) { return w->clientWindows(pid); },
                        .placesRelativeToThem = w->placesRelativeToWindows()});
+    auto *accessibility = d->_accessibility.get();
+    d->_events = AtspiEvents::connect(
+        *d->_bus, [accessibility](pid_t pid) { return accessibility->serviceOf(pid); });
+    if (!d->_events) {
+        std::fputs("tarnvik: no second connection to the accessibility bus, for its events\n",
+                   stderr);
+        return nullptr;
+    }
     return d;
 }
 

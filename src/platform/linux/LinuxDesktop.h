@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/linux/AtspiAccessibility.h"
+#include "platform/linux/AtspiEvents.h"
 #include "platform/linux/WindowSystem.h"
 
 #include <memory>
@@ -23,6 +24,7 @@ public:
     ~LinuxDesktop();
 
     AtspiAccessibility &accessibility() { return *_accessibility; }
+    AtspiEvents &events() { return *_events; }
     WindowSystem &windows() { return *_windows; }
     // The X display's windows, when they are the ones.
     X11Desktop *x11() { return _x11; }
@@ -35,6 +37,7 @@ private:
     std::unique_ptr<WindowSystem> _windows;
     X11Desktop *_x11 = nullptr;
     std::unique_ptr<AtspiAccessibility> _accessibility;
+    std::unique_ptr<AtspiEvents> _events;
 };
 
 } // namespace tarnvik::linux

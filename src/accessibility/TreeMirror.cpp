@@ -1,0 +1,198 @@
+#include "accessibility/TreeMirror.h"
+
+#include "accessibility/AXEnablerService.h"
+#include "accessibility/BuildUITrees.h"
+#include "platform/Diagnostics.h"
+#include "platform/WorkQueue.h"
+
+#include <algorithm>
+#include <atomic>
+#include <utility>
+
+namespace tarnvik {
+
+// Where the backend's thread leaves the changes: counted there, and handed to the main thread
+// in one post however many came meanwhile. One per watched application, so that what was on
+// its way for the one before is dropped.
+struct TreeMirror::Inbox
+{
+    Scheduler &scheduler;
+    // Reset on the main thread when the mirror stops listening here.
+    TreeMirror *owner;
+    std::atomic<int> count = 0;
+    std::atomic<bool> posted = false;
+
+    static void arrived(const std::shared_ptr<Inbox> &inbox)
+    {
+        inbox->count.fetch_add(1, std::memory_order_relaxed);
+        if (inbox->posted.exchange(true))
+            return;
+        inbox->scheduler.postToMain([inbox] {
+            inbox->posted = false;
+            const int count = inbox->count.exchange(0);
+            if (inbox->owner && count > 0)
+                inbox->owner->changed(count);
+        });
+    }
+};
+
+TreeMirror::TreeMirror(Services services, Pacing pacing, bool serves)
+    : _services(services)
+    , _pacing(pacing)
+    , _serves(serves)
+{ }
+
+TreeMirror::~TreeMirror()
+{
+    forget();
+}
+
+void TreeMirror::start()
+{
+    auto &workspace = _services.platform.workspace;
+    if (auto app = workspace.frontmostApplication())
+        follow(*app);
+    workspace.observeActivations([this](const RunningApplication &app) { follow(app); });
+}
+
+std::optional<TreeMirror::Mirrored> TreeMirror::current(pid_t pid) const
+{
+    if (!_serves || _state != State::current || pid != _pid)
+        return std::nullopt;
+    return _mirrored;
+}
+
+void TreeMirror::adopt(pid_t pid, std::uint64_t changesBefore, Mirrored mirrored)
+{
+    if (pid != _pid || changesBefore != _changes || _state == State::flooded)
+        return;
+    _mirrored = std::move(mirrored);
+    _state = State::current;
+    _lastReadEnd = _services.scheduler.now();
+}
+
+void TreeMirror::forget()
+{
+    _services.events.watch(0, {});
+    if (_inbox)
+        _inbox->owner = nullptr;
+    _inbox.reset();
+    cancelTimer();
+    _pid = 0;
+    _state = State::none;
+    _mirrored.reset();
+    _readInFlight = false;
+    _readAgain = false;
+    _busySince.reset();
+    _lastReadEnd.reset();
+}
+
+void TreeMirror::follow(const RunningApplication &app)
+{
+    if (app.processIdentifier == _pid)
+        return;
+    forget();
+    if (app.processIdentifier == _services.platform.workspace.currentProcessIdentifier()
+        || AXEnablerService::isIgnored(app, _services.preferences))
+        return;
+    _pid = app.processIdentifier;
+    _inbox = std::make_shared<Inbox>(_services.scheduler, this);
+    _services.events.watch(_pid, [inbox = _inbox](AccessibilityChange) { Inbox::arrived(inbox); });
+    read();
+}
+
+void TreeMirror::changed(int count)
+{
+    const auto now = _services.scheduler.now();
+    _changes += static_cast<std::uint64_t>(count);
+    if (!_busySince || now - _lastChange > _pacing.settle)
+        _busySince = now;
+    _lastChange = now;
+    _mirrored.reset();
+    if (now - *_busySince >= _pacing.flood) {
+        if (_state != State::flooded)
+            trace("mirror: changes keep coming; sessions read after the key until they stop");
+        _state = State::flooded;
+    } else if (_state != State::flooded) {
+        _state = State::changed;
+    }
+    if (!_timer)
+        scheduleRead();
+}
+
+void TreeMirror::scheduleRead()
+{
+    auto due = _lastChange + _pacing.settle;
+    if (_lastReadEnd)
+        due = std::max(due, *_lastReadEnd + _pacing.gap);
+    const Seconds wait = std::max(Seconds(0), due - _services.scheduler.now());
+    _timer = _services.scheduler.scheduleOnMain(wait, [this] {
+        _timer.reset();
+        // Changes that came while it waited push the read back.
+        auto settled = _lastChange + _pacing.settle;
+        if (_services.scheduler.now() < settled)
+            return scheduleRead();
+        read();
+    });
+}
+
+void TreeMirror::read()
+{
+    if (_readInFlight) {
+        _readAgain = true;
+        return;
+    }
+    _readInFlight = true;
+    _state = State::reading;
+    // The application may have left the front by the time the read runs: then it reads
+    // nothing, and the next application is followed anyway.
+    _services.queue.async([services = _services, inbox = _inbox, pid = _pid,
+                           changesBefore = _changes] {
+        std::optional<Mirrored> mirrored;
+        auto &workspace = services.platform.workspace;
+        const auto app = workspace.frontmostApplication();
+        if (app && app->processIdentifier == pid) {
+            services.platform.ax.invalidateCache();
+            if (auto window = UIElement::focusedWindow(services.platform.ax, pid)) {
+                BuildUITrees builder({services.platform, services.preferences, services.scheduler},
+                                     *app, window, workspace.menuBarOwningApplication(), nullptr,
+                                     true);
+                if (auto trees = builder.build({}))
+                    mirrored = Mirrored {window, std::move(*trees)};
+            }
+        }
+        services.scheduler.postToMain([inbox, pid, changesBefore,
+                                       mirrored = std::move(mirrored)]() mutable {
+            if (inbox->owner)
+                inbox->owner->readFinished(pid, changesBefore, std::move(mirrored));
+        });
+    });
+}
+
+void TreeMirror::readFinished(pid_t pid, std::uint64_t changesBefore,
+                              std::optional<Mirrored> mirrored)
+{
+    _readInFlight = false;
+    _lastReadEnd = _services.scheduler.now();
+    if (pid != _pid)
+        return;
+    if (std::exchange(_readAgain, false) || changesBefore != _changes) {
+        // What changed meanwhile is read when it settles.
+        if (_state == State::reading)
+            _state = State::changed;
+        if (!_timer)
+            scheduleRead();
+        return;
+    }
+    _mirrored = std::move(mirrored);
+    _state = _mirrored ? State::current : State::none;
+}
+
+void TreeMirror::cancelTimer()
+{
+    if (_timer)
+        _services.scheduler.cancel(*_timer);
+    _timer.reset();
+}
+
+} // namespace tarnvik

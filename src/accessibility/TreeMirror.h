@@ -1,0 +1,108 @@
+#pragma once
+
+#include "accessibility/BuildUITree.h"
+#include "accessibility/UITrees.h"
+#include "platform/AccessibilityEvents.h"
+#include "platform/Scheduler.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+namespace tarnvik {
+
+class Preferences;
+class WorkQueue;
+
+// A copy of what a session reads of the frontmost application's focused window, kept while it
+// stays in front, so that a session can draw its labels before it has read anything. It is read
+// when the application comes to the front (the frontmost one at start), and again once the
+// changes its toolkit reports have settled; a session's own read replaces it when nothing
+// changed meanwhile. It holds nothing while a read or a change is pending, while the toolkit
+// reports changes in a flood (an animation), or for an application that lost the front.
+// Nothing is polled: with no change reported, nothing runs. Everything here runs on the main
+// thread, the reads on the sessions' tree queue, so that none reads beside a session.
+class TreeMirror
+{
+public:
+    struct Services
+    {
+        AccessibilityPlatform platform;
+        AccessibilityEvents &events;
+        const Preferences &preferences;
+        Scheduler &scheduler;
+        WorkQueue &queue;
+    };
+
+    // How changes are read: once none came for `settle`, and no sooner than `gap` after the
+    // last read ended. Changes that keep coming for `flood` (an animation) are a flood.
+    struct Pacing
+    {
+        Seconds settle {0.1};
+        Seconds gap {1.0};
+        Seconds flood {1.0};
+    };
+
+    enum class State { none, reading, current, changed, flooded };
+
+    struct Mirrored
+    {
+        UIElementPtr window;
+        // Read with the search attributes, so that they serve either kind of session.
+        UITrees trees;
+    };
+
+    // With `serves` false the mirror reads as it would but gives nothing to sessions: the
+    // sessions then read after the key, as a baseline to measure against.
+    TreeMirror(Services services, Pacing pacing, bool serves);
+    ~TreeMirror();
+    TreeMirror(const TreeMirror &) = delete;
+    TreeMirror &operator=(const TreeMirror &) = delete;
+
+    // Mirrors the frontmost application, and from now on each that comes to the front.
+    // Ignored applications and this program are never read.
+    void start();
+
+    State state() const { return _state; }
+    pid_t pid() const { return _pid; }
+    // The focused window and its trees, when they are of this process and no change was
+    // reported since they were read.
+    std::optional<Mirrored> current(pid_t pid) const;
+    // Counts the changes reported so far.
+    std::uint64_t changes() const { return _changes; }
+    // A session's read, begun when `changes()` was `changesBefore`: kept when it is of the
+    // mirrored application and no change was reported since.
+    void adopt(pid_t pid, std::uint64_t changesBefore, Mirrored mirrored);
+
+private:
+    struct Inbox;
+
+    void follow(const RunningApplication &app);
+    void forget();
+    // Changes reported since the last call, on the main thread.
+    void changed(int count);
+    // The next read, when the changes have settled and the gap since the last one has passed.
+    void scheduleRead();
+    void read();
+    void readFinished(pid_t pid, std::uint64_t changesBefore, std::optional<Mirrored> mirrored);
+    void cancelTimer();
+
+    Services _services;
+    const Pacing _pacing;
+    const bool _serves;
+    std::shared_ptr<Inbox> _inbox;
+    pid_t _pid = 0;
+    State _state = State::none;
+    std::optional<Mirrored> _mirrored;
+    std::uint64_t _changes = 0;
+    bool _readInFlight = false;
+    bool _readAgain = false;
+    std::optional<Scheduler::TimerId> _timer;
+    // When changes began to come without a pause of `settle`, the last one, and the end of the
+    // last read.
+    std::optional<TimePoint> _busySince;
+    TimePoint _lastChange {};
+    std::optional<TimePoint> _lastReadEnd;
+};
+
+} // namespace tarnvik

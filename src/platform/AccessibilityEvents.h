@@ -1,0 +1,40 @@
+#pragma once
+
+#include <functional>
+#include <sys/types.h>
+
+namespace tarnvik {
+
+// What an application told of a change to its elements, by kind: the kinds that can add, move
+// or remove a label.
+enum class AccessibilityChange {
+    // Children added or removed.
+    children,
+    // Something came into view or left it.
+    visibility,
+    // A name or description changed: what search finds.
+    name,
+    // Something moved or changed size.
+    bounds,
+    // A document loaded or reloaded.
+    document,
+    // Another of the application's windows became the active one.
+    window,
+};
+
+// The changes one application reports of its elements, as they come.
+class AccessibilityEvents
+{
+public:
+    using Handler = std::function<void(AccessibilityChange)>;
+
+    virtual ~AccessibilityEvents() = default;
+
+    // From now on `handler` hears of each change the application of that process reports, on
+    // a thread of the backend's own; it must be quick and safe to call from there. A watch
+    // replaces the one before; an empty handler watches nothing. The old handler is not called
+    // once this returns.
+    virtual void watch(pid_t pid, Handler handler) = 0;
+};
+
+} // namespace tarnvik

@@ -1,0 +1,180 @@
+#include "platform/linux/AtspiEvents.h"
+
+#include "platform/linux/AtspiBus.h"
+
+#include <cerrno>
+#include <cstring>
+#include <dbus/dbus.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+#include <utility>
+
+namespace tarnvik::linux {
+
+namespace {
+
+struct Kind
+{
+    const char *interface;
+    const char *member;
+    // The first argument, the detail, when only one is wanted.
+    const char *detail;
+    // What the toolkits are asked to send.
+    const char *registered;
+    AccessibilityChange change;
+};
+
+constexpr const char *objectEvents = "org.a11y.atspi.Event.Object";
+
+// The state and property changes are asked for by their detail: a toolkit sends every other
+// state change (focused, armed, checked) too, and none of them moves a label.
+const Kind kinds[] = {
+    {objectEvents, "ChildrenChanged", nullptr, "object:children-changed",
+     AccessibilityChange::children},
+    {objectEvents, "StateChanged", "showing", "object:state-changed:showing",
+     AccessibilityChange::visibility},
+    {objectEvents, "StateChanged", "visible", "object:state-changed:visible",
+     AccessibilityChange::visibility},
+    {objectEvents, "PropertyChange", "accessible-name", "object:property-change:accessible-name",
+     AccessibilityChange::name},
+    {objectEvents, "BoundsChanged", nullptr, "object:bounds-changed", AccessibilityChange::bounds},
+    {"org.a11y.atspi.Event.Document", "LoadComplete", nullptr, "document:load-complete",
+     AccessibilityChange::document},
+    {"org.a11y.atspi.Event.Document", "Reload", nullptr, "document:reload",
+     AccessibilityChange::document},
+    {"org.a11y.atspi.Event.Window", "Activate", nullptr, "window:activate",
+     AccessibilityChange::window},
+};
+
+std::string ruleOf(const Kind &kind, const std::string &service)
+{
+    std::string rule = "type='signal',sender='" + service + "',interface='" + kind.interface
+        + "',member='" + kind.member + "'";
+    if (kind.detail)
+        rule += std::string(",arg0='") + kind.detail + "'";
+    return rule;
+}
+
+DBusHandlerResult filter(DBusConnection *, DBusMessage *message, void *events)
+{
+    return static_cast<AtspiEvents *>(events)->deliver(message) ? DBUS_HANDLER_RESULT_HANDLED
+                                                                : DBUS_HANDLER_RESULT_NOT_YET_HANDLED;
+}
+
+} // namespace
+
+std::unique_ptr<AtspiEvents> AtspiEvents::connect(AtspiBus &bus, ServiceOf serviceOf)
+{
+    DBusConnection *connection = bus.openConnection();
+    if (!connection)
+        return nullptr;
+    const int wake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (wake < 0) {
+        AtspiBus::closeConnection(connection);
+        return nullptr;
+    }
+    std::vector<std::string> registered;
+    for (const auto &kind : kinds)
+        registered.emplace_back(kind.registered);
+    bus.registerEvents(registered, 500);
+    return std::unique_ptr<AtspiEvents>(new AtspiEvents(connection, wake, std::move(serviceOf)));
+}
+
+AtspiEvents::AtspiEvents(DBusConnection *connection, int wake, ServiceOf serviceOf)
+    : _connection(connection)
+    , _wake(wake)
+    , _serviceOf(std::move(serviceOf))
+{
+    dbus_connection_add_filter(_connection, filter, this, nullptr);
+    _thread = std::thread([this] { run(); });
+}
+
+AtspiEvents::~AtspiEvents()
+{
+    const std::uint64_t one = 1;
+    (void)!write(_wake, &one, sizeof one);
+    _thread.join();
+    dbus_connection_remove_filter(_connection, filter, this);
+    AtspiBus::closeConnection(_connection);
+    close(_wake);
+}
+
+void AtspiEvents::watch(pid_t pid, Handler handler)
+{
+    std::string service;
+    if (pid > 0 && handler)
+        service = _serviceOf(pid).value_or("");
+    std::string before;
+    {
+        std::lock_guard lock(_mutex);
+        before = std::exchange(_service, service);
+        _handler = service.empty() ? Handler {} : std::move(handler);
+    }
+    if (before == service)
+        return;
+    if (!before.empty())
+        match(before, false);
+    if (!service.empty())
+        match(service, true);
+    dbus_connection_flush(_connection);
+}
+
+void AtspiEvents::match(const std::string &service, bool add)
+{
+    // Without an error to fill, the rules are sent without waiting for the daemon's answer.
+    for (const auto &kind : kinds) {
+        const auto rule = ruleOf(kind, service);
+        if (add)
+            dbus_bus_add_match(_connection, rule.c_str(), nullptr);
+        else
+            dbus_bus_remove_match(_connection, rule.c_str(), nullptr);
+    }
+}
+
+bool AtspiEvents::deliver(DBusMessage *message)
+{
+    if (dbus_message_get_type(message) != DBUS_MESSAGE_TYPE_SIGNAL)
+        return false;
+    const char *sender = dbus_message_get_sender(message);
+    const char *interface = dbus_message_get_interface(message);
+    const char *member = dbus_message_get_member(message);
+    if (!sender || !interface || !member)
+        return false;
+    std::lock_guard lock(_mutex);
+    if (!_handler || _service != sender)
+        return false;
+    for (const auto &kind : kinds) {
+        if (std::strcmp(kind.interface, interface) == 0 && std::strcmp(kind.member, member) == 0) {
+            // Called under the lock, so that a watch that replaced the handler returns only
+            // once it can no longer be called.
+            _handler(kind.change);
+            return true;
+        }
+    }
+    return false;
+}
+
+void AtspiEvents::run()
+{
+    int fd = -1;
+    if (!dbus_connection_get_unix_fd(_connection, &fd))
+        return;
+    pollfd fds[2] = {{.fd = fd, .events = POLLIN, .revents = 0},
+                     {.fd = _wake, .events = POLLIN, .revents = 0}};
+    while (dbus_connection_get_is_connected(_connection)) {
+        if (poll(fds, 2, -1) < 0) {
+            if (errno == EINTR)
+                continue;
+            return;
+        }
+        if (fds[1].revents)
+            return;
+        if (fds[0].revents & (POLLHUP | POLLERR))
+            return;
+        dbus_connection_read_write(_connection, 0);
+        while (dbus_connection_dispatch(_connection) == DBUS_DISPATCH_DATA_REMAINS) { }
+    }
+}
+
+} // namespace tarnvik::linux

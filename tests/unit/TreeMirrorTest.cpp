@@ -1,0 +1,249 @@
+#include "accessibility/TreeMirror.h"
+
+#include "accessibility/BuildUITrees.h"
+#include "platform/KeyCodes.h"
+#include "support/ModeSession.h"
+
+#include <gtest/gtest.h>
+
+namespace tarnvik {
+namespace {
+
+// What the labels of some trees stand for: each element's title and frame, in label order.
+using Labelled = std::vector<std::pair<std::string, CGRect>>;
+
+class TreeMirrorTest : public test::ModeTest
+{
+protected:
+    TreeMirrorTest()
+    {
+        otherWindow.add("AXButton", makeRect(5, 5, 50, 20));
+        treeQueue.hold = true;
+    }
+
+    Labelled labelled(const UITrees &trees)
+    {
+        Labelled result;
+        for (const auto &element : trees.matchingElements("*", false, preferences))
+            result.emplace_back(element->title.value_or(""), element->frame());
+        return result;
+    }
+
+    // What a session's read finds now.
+    Labelled freshRead()
+    {
+        auto app = *desktop.frontmostApplication();
+        BuildUITrees builder({{desktop, desktop, desktop}, preferences, scheduler}, app,
+                             UIElement::focusedWindow(desktop, app.processIdentifier),
+                             desktop.menuBarOwningApplication(), nullptr, true);
+        return labelled(*builder.build({}));
+    }
+
+    Labelled mirrored()
+    {
+        auto m = mirror.current(1);
+        return m ? labelled(m->trees) : Labelled {};
+    }
+
+    // Lets the mirror's reads run as they come due, for `time`.
+    void runFor(Seconds time)
+    {
+        for (Seconds t {0}; t < time; t += Seconds(0.05)) {
+            scheduler.advance(Seconds(0.05));
+            treeQueue.runAll();
+            scheduler.runPending();
+        }
+    }
+
+    void change(AccessibilityChange kind = AccessibilityChange::children)
+    {
+        desktop.reportChange(1, kind);
+        scheduler.runPending();
+    }
+
+    fake::FakeApplication &other = desktop.addApplication(
+        {.processIdentifier = 2, .bundlePath = "/usr/bin/other", .localizedName = "Other"});
+    fake::FakeElement otherWindow = other.addWindow(makeRect(0, 0, 800, 600), "Other");
+    TreeMirror mirror {{.platform = {desktop, desktop, desktop},
+                        .events = desktop,
+                        .preferences = preferences,
+                        .scheduler = scheduler,
+                        .queue = treeQueue},
+                       {},
+                       true};
+    // A session over the mirror, on the same queue.
+    Mode mirroredMode {[this] {
+        auto s = services();
+        s.mirror = &mirror;
+        return s;
+    }()};
+};
+
+TEST_F(TreeMirrorTest, ChangesAreReadOnceTheySettleAndTheMirrorThenMatchesAFreshRead)
+{
+    mirror.start();
+    EXPECT_EQ(desktop.totalCalls(), 0) << "read on the queue, not at once";
+    EXPECT_EQ(mirror.state(), TreeMirror::State::reading);
+    runFor(Seconds(0.1));
+    ASSERT_EQ(mirror.state(), TreeMirror::State::current);
+    EXPECT_EQ(mirrored(), freshRead());
+    EXPECT_EQ(mirrored().size(), 4u) << "the three buttons and the text field";
+
+    // A child added, a subtree hidden, a frame moved: each reported, each read once settled.
+    auto added = window.add("AXButton", makeRect(400, 300, 60, 20)).title("New");
+    added.actions({AXPressAction});
+    change();
+    EXPECT_EQ(mirror.current(1), std::nullopt) << "nothing is given while a change is pending";
+    runFor(Seconds(1.2));
+    ASSERT_EQ(mirror.state(), TreeMirror::State::current);
+    EXPECT_EQ(mirrored(), freshRead());
+    EXPECT_EQ(mirrored().size(), 5u);
+
+    added.frame(makeRect(0, 0, 0, 0));
+    change(AccessibilityChange::visibility);
+    runFor(Seconds(1.2));
+    EXPECT_EQ(mirrored(), freshRead());
+    EXPECT_EQ(mirrored().size(), 4u);
+
+    added.frame(makeRect(500, 200, 60, 20));
+    change(AccessibilityChange::bounds);
+    runFor(Seconds(1.2));
+    EXPECT_EQ(mirrored(), freshRead());
+    EXPECT_EQ(mirrored().back().second, makeRect(500, 200, 60, 20));
+
+    // Nothing reported, nothing read: a minute idle costs no call.
+    const int calls = desktop.totalCalls();
+    runFor(Seconds(60));
+    EXPECT_EQ(desktop.totalCalls(), calls);
+}
+
+TEST_F(TreeMirrorTest, AFloodKeepsNothingUntilItStopsAndAReadOverlappedByAChangeIsDropped)
+{
+    mirror.start();
+    runFor(Seconds(0.1));
+    const int calls = desktop.totalCalls();
+    // An animation: a change every 50 ms for two seconds.
+    for (int i = 0; i < 40; ++i) {
+        change(AccessibilityChange::bounds);
+        scheduler.advance(Seconds(0.05));
+        treeQueue.runAll();
+    }
+    EXPECT_EQ(mirror.state(), TreeMirror::State::flooded);
+    EXPECT_EQ(mirror.current(1), std::nullopt);
+    EXPECT_EQ(desktop.totalCalls(), calls) << "nothing read while the changes keep coming";
+    runFor(Seconds(0.2));
+    EXPECT_EQ(mirror.state(), TreeMirror::State::current) << "read once they stop";
+
+    // A change while the read is on its way: that read is not kept, the next one is.
+    window.add("AXButton", makeRect(400, 300, 60, 20)).actions({AXPressAction});
+    change();
+    for (int i = 0; i < 40 && treeQueue.held.empty(); ++i) {
+        scheduler.advance(Seconds(0.05));
+        scheduler.runPending();
+    }
+    ASSERT_EQ(treeQueue.held.size(), 1u);
+    change();
+    treeQueue.runAll();
+    scheduler.runPending();
+    EXPECT_EQ(mirror.state(), TreeMirror::State::changed);
+    runFor(Seconds(1.2));
+    EXPECT_EQ(mirror.state(), TreeMirror::State::current);
+    EXPECT_EQ(mirrored(), freshRead());
+}
+
+TEST_F(TreeMirrorTest, OnlyTheFrontApplicationIsMirroredNeverAnIgnoredOneOrThisProgram)
+{
+    mirror.start();
+    EXPECT_EQ(desktop.watched(), 1);
+    desktop.setMenuBarOwner(2);
+    desktop.activate(2);
+    EXPECT_EQ(desktop.watched(), 2);
+    EXPECT_EQ(mirror.pid(), 2);
+    const int calls = window.calls();
+    treeQueue.runAll();
+    scheduler.runPending();
+    EXPECT_EQ(window.calls(), calls) << "the read asked for the one before finds it left the front";
+    EXPECT_GT(otherWindow.calls(), 0);
+    EXPECT_EQ(mirror.state(), TreeMirror::State::current);
+    EXPECT_NE(mirror.current(2), std::nullopt);
+    EXPECT_EQ(mirror.current(1), std::nullopt);
+
+    preferences.setDisabledBundlePaths({"/usr/bin/example"});
+    desktop.setMenuBarOwner(1);
+    desktop.activate(1);
+    EXPECT_EQ(desktop.watched(), 0) << "ignored";
+    EXPECT_EQ(mirror.state(), TreeMirror::State::none);
+    auto &self = desktop.addApplication({.processIdentifier = 99, .localizedName = "Tarnvik"});
+    self.addWindow(makeRect(0, 0, 400, 300), "Settings");
+    desktop.activate(99);
+    EXPECT_EQ(desktop.watched(), 0);
+    EXPECT_TRUE(treeQueue.held.empty());
+}
+
+TEST_F(TreeMirrorTest, ASessionShowsTheMirrorAtOnceAndItsReadCorrectsWhatChangedUnreported)
+{
+    mirror.start();
+    runFor(Seconds(0.1));
+    mirroredMode.activate(true);
+    scheduler.runPending();
+    ASSERT_NE(mirroredMode.targetsView(), nullptr) << "labels before the session's read ran";
+    EXPECT_EQ(mirroredMode.targetsView()->labels(),
+              (std::vector<std::string> {"S", "A", "D", "F"}));
+    ASSERT_EQ(treeQueue.held.size(), 1u);
+    const int shows = views.w.shows;
+    treeQueue.runAll();
+    scheduler.runPending();
+    EXPECT_EQ(views.w.shows, shows) << "the read found the same: the labels stay";
+    mirroredMode.deactivate(true);
+
+    // A button moved and nobody said so: the session's read puts its label where it now is.
+    auto moved = window.add("AXButton", makeRect(400, 300, 60, 20)).title("Moved");
+    moved.actions({AXPressAction});
+    change();
+    runFor(Seconds(1.2));
+    moved.frame(makeRect(600, 500, 60, 20));
+    mirroredMode.activate(true);
+    scheduler.runPending();
+    ASSERT_EQ(mirroredMode.targetsView()->labels().size(), 5u);
+    EXPECT_EQ(mirroredMode.targetsView()->elements().back()->frame(),
+              makeRect(400, 300, 60, 20));
+    treeQueue.runAll();
+    scheduler.runPending();
+    EXPECT_EQ(views.w.shows, shows + 2) << "corrected in the next frame";
+    EXPECT_EQ(mirroredMode.targetsView()->elements().back()->frame(),
+              makeRect(600, 500, 60, 20));
+    // The last label clicks where the button is now.
+    constexpr std::uint16_t keyJ = 38;
+    ASSERT_EQ(mirroredMode.targetsView()->labels().back(), "J");
+    EXPECT_FALSE(press(keyJ));
+    ASSERT_FALSE(presses().empty());
+    EXPECT_EQ(presses().back().position, (CGPoint {630, 510}));
+}
+
+TEST_F(TreeMirrorTest, ASearchSessionsReadIsAdoptedOnlyWhenNothingChangedMeanwhile)
+{
+    mirror.start();
+    runFor(Seconds(0.1));
+    const auto before = mirror.current(1)->trees.frontmostWindowUiTree;
+    mirroredMode.activate(false);
+    scheduler.runPending();
+    treeQueue.runAll();
+    scheduler.runPending();
+    EXPECT_EQ(mirror.state(), TreeMirror::State::current);
+    EXPECT_NE(mirror.current(1)->trees.frontmostWindowUiTree, before) << "the session's read";
+    mirroredMode.deactivate(true);
+
+    mirroredMode.activate(false);
+    scheduler.runPending();
+    window.add("AXButton", makeRect(400, 300, 60, 20)).actions({AXPressAction});
+    change();
+    treeQueue.runAll();
+    scheduler.runPending();
+    EXPECT_EQ(mirror.state(), TreeMirror::State::changed)
+        << "a change came while the session read: its own read follows";
+    runFor(Seconds(1.2));
+    EXPECT_EQ(mirrored(), freshRead());
+}
+
+} // namespace
+} // namespace tarnvik
