@@ -161,11 +161,11 @@ void TreeMirror::read()
                     mirrored = Mirrored {window, std::move(*trees)};
             }
         }
-        services.scheduler.postToMain([inbox, pid, changesBefore,
-                                       mirrored = std::move(mirrored)]() mutable {
-            if (inbox->owner)
-                inbox->owner->readFinished(pid, changesBefore, std::move(mirrored));
-        });
+        services.scheduler.postToMain(
+            [inbox, pid, changesBefore, mirrored = std::move(mirrored)]() mutable {
+                if (inbox->owner)
+                    inbox->owner->readFinished(pid, changesBefore, std::move(mirrored));
+            });
     });
 }
 

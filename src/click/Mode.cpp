@@ -181,8 +181,8 @@ void Mode::fail()
 }
 
 void Mode::startTreeBuilding(const RunningApplication &app, const UIElementPtr &window,
-                             bool readWindow,
-                             const std::optional<RunningApplication> &menubarApp, UITreePtr dock)
+                             bool readWindow, const std::optional<RunningApplication> &menubarApp,
+                             UITreePtr dock)
 {
     auto source = std::make_shared<std::stop_source>();
     _cancelQuery = [source] {
@@ -251,8 +251,9 @@ void Mode::checkMirrored(UITrees fresh)
             const auto it = element->ref ? shown.find(*element->ref) : shown.end();
             if (it != shown.end() && CGRectEqualToRect(it->second, element->frame()))
                 ++same;
-            if (inOrder && (!element->ref || !(*element->ref == _shown[i].first)
-                            || !CGRectEqualToRect(_shown[i].second, element->frame())))
+            if (inOrder
+                && (!element->ref || !(*element->ref == _shown[i].first)
+                    || !CGRectEqualToRect(_shown[i].second, element->frame())))
                 inOrder = false;
         }
         if (tracing()) {

@@ -205,13 +205,11 @@ TEST_F(TreeMirrorTest, ASessionShowsTheMirrorAtOnceAndItsReadCorrectsWhatChanged
     mirroredMode.activate(true);
     scheduler.runPending();
     ASSERT_EQ(mirroredMode.targetsView()->labels().size(), 5u);
-    EXPECT_EQ(mirroredMode.targetsView()->elements().back()->frame(),
-              makeRect(400, 300, 60, 20));
+    EXPECT_EQ(mirroredMode.targetsView()->elements().back()->frame(), makeRect(400, 300, 60, 20));
     treeQueue.runAll();
     scheduler.runPending();
     EXPECT_EQ(views.w.shows, shows + 2) << "corrected in the next frame";
-    EXPECT_EQ(mirroredMode.targetsView()->elements().back()->frame(),
-              makeRect(600, 500, 60, 20));
+    EXPECT_EQ(mirroredMode.targetsView()->elements().back()->frame(), makeRect(600, 500, 60, 20));
     // The last label clicks where the button is now.
     constexpr std::uint16_t keyJ = 38;
     ASSERT_EQ(mirroredMode.targetsView()->labels().back(), "J");

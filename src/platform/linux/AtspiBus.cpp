@@ -251,8 +251,8 @@ void AtspiBus::registerEvents(const std::vector<std::string> &events, int timeou
 {
     std::vector<PendingCall> calls;
     for (const auto &event : events) {
-        auto m = methodCall(registryService, "/org/a11y/atspi/registry",
-                            "org.a11y.atspi.Registry", "RegisterEvent", {event});
+        auto m = methodCall(registryService, "/org/a11y/atspi/registry", "org.a11y.atspi.Registry",
+                            "RegisterEvent", {event});
         // The two arguments after the event: no properties wanted, and every application.
         DBusMessageIter i;
         dbus_message_iter_init_append(m.get(), &i);

@@ -49,8 +49,8 @@ const Kind kinds[] = {
 
 std::string ruleOf(const Kind &kind, const std::string &service)
 {
-    std::string rule = "type='signal',sender='" + service + "',interface='" + kind.interface
-        + "',member='" + kind.member + "'";
+    std::string rule = "type='signal',sender='" + service + "',interface='"
+        + kind.interface + "',member='" + kind.member + "'";
     if (kind.detail)
         rule += std::string(",arg0='") + kind.detail + "'";
     return rule;
@@ -58,8 +58,9 @@ std::string ruleOf(const Kind &kind, const std::string &service)
 
 DBusHandlerResult filter(DBusConnection *, DBusMessage *message, void *events)
 {
-    return static_cast<AtspiEvents *>(events)->deliver(message) ? DBUS_HANDLER_RESULT_HANDLED
-                                                                : DBUS_HANDLER_RESULT_NOT_YET_HANDLED;
+    return static_cast<AtspiEvents *>(events)->deliver(message)
+        ? DBUS_HANDLER_RESULT_HANDLED
+        : DBUS_HANDLER_RESULT_NOT_YET_HANDLED;
 }
 
 } // namespace
