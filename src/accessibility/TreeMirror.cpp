@@ -7,13 +7,68 @@
 
 #include <algorithm>
 #include <atomic>
+#include <mutex>
+#include <unordered_set>
 #include <utility>
 
 namespace tarnvik {
 
-// Where the backend's thread leaves the changes: counted there, and handed to the main thread
-// in one post however many came meanwhile. One per watched application, so that what was on
-// its way for the one before is dropped.
+// Of the mirrored trees, what tells whether a change reported on an element can move a label.
+struct TreeMirror::Relevance
+{
+    // Every element of the trees; those that may carry a label and those that hold one (what
+    // is out of view now may move into it); the scroll bars.
+    std::unordered_set<AXUIElement> known;
+    std::unordered_set<AXUIElement> mayHoldLabels;
+    std::unordered_set<AXUIElement> scrollBars;
+
+    static std::shared_ptr<const Relevance> of(const UITrees &trees)
+    {
+        auto relevance = std::make_shared<Relevance>();
+        for (const auto &tree : trees.allTrees()) {
+            for (const auto &element : tree->elementsInOrder()) {
+                if (!element->ref)
+                    continue;
+                relevance->known.insert(*element->ref);
+                if (element->role == "AXScrollBar")
+                    relevance->scrollBars.insert(*element->ref);
+                if (!element->isActionable())
+                    continue;
+                for (auto id = std::optional(element->id); id; id = tree->parentId(*id)) {
+                    const auto &ref = tree->element(*id)->ref;
+                    if (!ref || !relevance->mayHoldLabels.insert(*ref).second)
+                        break;
+                }
+            }
+        }
+        return relevance;
+    }
+
+    // Before the first read nothing is known: what is added or shown counts, what moves or is
+    // renamed does not.
+    static bool matters(const Relevance *relevance, AccessibilityChange change,
+                        const AXUIElement &source)
+    {
+        switch (change) {
+        case AccessibilityChange::visibility:
+        case AccessibilityChange::document:
+        case AccessibilityChange::window:
+            return true;
+        case AccessibilityChange::children:
+            return !relevance || relevance->known.contains(source);
+        case AccessibilityChange::name:
+        case AccessibilityChange::bounds:
+            return relevance && relevance->mayHoldLabels.contains(source);
+        case AccessibilityChange::value:
+            return relevance && relevance->scrollBars.contains(source);
+        }
+        return true;
+    }
+};
+
+// Where the backend's thread leaves the changes: weighed and counted there, and handed to the
+// main thread in one post however many came meanwhile. One per watched application, so that
+// what was on its way for the one before is dropped.
 struct TreeMirror::Inbox
 {
     Scheduler &scheduler;
@@ -21,9 +76,24 @@ struct TreeMirror::Inbox
     TreeMirror *owner;
     std::atomic<int> count = 0;
     std::atomic<bool> posted = false;
+    // Replaced on the main thread with each read kept, weighed on the backend's.
+    std::mutex mutex;
+    std::shared_ptr<const Relevance> relevance;
 
-    static void arrived(const std::shared_ptr<Inbox> &inbox)
+    void weigh(std::shared_ptr<const Relevance> newer)
     {
+        std::lock_guard lock(mutex);
+        relevance = std::move(newer);
+    }
+
+    static void arrived(const std::shared_ptr<Inbox> &inbox, AccessibilityChange change,
+                        const AXUIElement &source)
+    {
+        {
+            std::lock_guard lock(inbox->mutex);
+            if (!Relevance::matters(inbox->relevance.get(), change, source))
+                return;
+        }
         inbox->count.fetch_add(1, std::memory_order_relaxed);
         if (inbox->posted.exchange(true))
             return;
@@ -66,9 +136,16 @@ void TreeMirror::adopt(pid_t pid, std::uint64_t changesBefore, Mirrored mirrored
 {
     if (pid != _pid || changesBefore != _changes || _state == State::flooded)
         return;
+    auto relevance = Relevance::of(mirrored.trees);
+    keep(std::move(mirrored), std::move(relevance));
+    _lastReadEnd = _services.scheduler.now();
+}
+
+void TreeMirror::keep(Mirrored mirrored, std::shared_ptr<const Relevance> relevance)
+{
     _mirrored = std::move(mirrored);
     _state = State::current;
-    _lastReadEnd = _services.scheduler.now();
+    _inbox->weigh(std::move(relevance));
 }
 
 void TreeMirror::forget()
@@ -97,7 +174,10 @@ void TreeMirror::follow(const RunningApplication &app)
         return;
     _pid = app.processIdentifier;
     _inbox = std::make_shared<Inbox>(_services.scheduler, this);
-    _services.events.watch(_pid, [inbox = _inbox](AccessibilityChange) { Inbox::arrived(inbox); });
+    _services.events.watch(_pid,
+                           [inbox = _inbox](AccessibilityChange change, const AXUIElement &source) {
+                               Inbox::arrived(inbox, change, source);
+                           });
     read();
 }
 
@@ -149,6 +229,7 @@ void TreeMirror::read()
     _services.queue.async([services = _services, inbox = _inbox, pid = _pid,
                            changesBefore = _changes] {
         std::optional<Mirrored> mirrored;
+        std::shared_ptr<const Relevance> relevance;
         auto &workspace = services.platform.workspace;
         const auto app = workspace.frontmostApplication();
         if (app && app->processIdentifier == pid) {
@@ -157,20 +238,24 @@ void TreeMirror::read()
                 BuildUITrees builder({services.platform, services.preferences, services.scheduler},
                                      *app, window, workspace.menuBarOwningApplication(), nullptr,
                                      true);
-                if (auto trees = builder.build({}))
+                if (auto trees = builder.build({})) {
+                    relevance = Relevance::of(*trees);
                     mirrored = Mirrored {window, std::move(*trees)};
+                }
             }
         }
-        services.scheduler.postToMain(
-            [inbox, pid, changesBefore, mirrored = std::move(mirrored)]() mutable {
-                if (inbox->owner)
-                    inbox->owner->readFinished(pid, changesBefore, std::move(mirrored));
-            });
+        services.scheduler.postToMain([inbox, pid, changesBefore, mirrored = std::move(mirrored),
+                                       relevance = std::move(relevance)]() mutable {
+            if (inbox->owner)
+                inbox->owner->readFinished(pid, changesBefore, std::move(mirrored),
+                                           std::move(relevance));
+        });
     });
 }
 
 void TreeMirror::readFinished(pid_t pid, std::uint64_t changesBefore,
-                              std::optional<Mirrored> mirrored)
+                              std::optional<Mirrored> mirrored,
+                              std::shared_ptr<const Relevance> relevance)
 {
     _readInFlight = false;
     _lastReadEnd = _services.scheduler.now();
@@ -184,8 +269,11 @@ void TreeMirror::readFinished(pid_t pid, std::uint64_t changesBefore,
             scheduleRead();
         return;
     }
-    _mirrored = std::move(mirrored);
-    _state = _mirrored ? State::current : State::none;
+    if (!mirrored) {
+        _state = State::none;
+        return;
+    }
+    keep(std::move(*mirrored), std::move(relevance));
 }
 
 void TreeMirror::cancelTimer()

@@ -20,7 +20,9 @@ class WorkQueue;
 // changes its toolkit reports have settled; a session's own read replaces it when nothing
 // changed meanwhile. It holds nothing while a read or a change is pending, while the toolkit
 // reports changes in a flood (an animation), or for an application that lost the front.
-// Nothing is polled: with no change reported, nothing runs. Everything here runs on the main
+// A change counts where it can move a label: a change of something that neither is labelled
+// nor holds a label (a spinner turning) is let go by. Nothing is polled: with no change that
+// counts, nothing runs. Everything here runs on the main
 // thread, the reads on the sessions' tree queue, so that none reads beside a session.
 class TreeMirror
 {
@@ -76,6 +78,7 @@ public:
 
 private:
     struct Inbox;
+    struct Relevance;
 
     void follow(const RunningApplication &app);
     void forget();
@@ -84,7 +87,9 @@ private:
     // The next read, when the changes have settled and the gap since the last one has passed.
     void scheduleRead();
     void read();
-    void readFinished(pid_t pid, std::uint64_t changesBefore, std::optional<Mirrored> mirrored);
+    void readFinished(pid_t pid, std::uint64_t changesBefore, std::optional<Mirrored> mirrored,
+                      std::shared_ptr<const Relevance> relevance);
+    void keep(Mirrored mirrored, std::shared_ptr<const Relevance> relevance);
     void cancelTimer();
 
     Services _services;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/AXUIElement.h"
+
 #include <functional>
 #include <sys/types.h>
 
@@ -20,13 +22,17 @@ enum class AccessibilityChange {
     document,
     // Another of the application's windows became the active one.
     window,
+    // A value changed: a scroll bar's says its content scrolled, which moves nothing else
+    // that reports it.
+    value,
 };
 
-// The changes one application reports of its elements, as they come.
+// The changes one application reports of its elements, as they come, each with the element it
+// is about.
 class AccessibilityEvents
 {
 public:
-    using Handler = std::function<void(AccessibilityChange)>;
+    using Handler = std::function<void(AccessibilityChange, const AXUIElement &source)>;
 
     virtual ~AccessibilityEvents() = default;
 

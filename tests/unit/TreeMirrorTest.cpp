@@ -55,9 +55,11 @@ protected:
         }
     }
 
-    void change(AccessibilityChange kind = AccessibilityChange::children)
+    // The window's children changed, or what `kind` says of `source`.
+    void change(AccessibilityChange kind = AccessibilityChange::children,
+                std::optional<fake::FakeElement> source = std::nullopt)
     {
-        desktop.reportChange(1, kind);
+        desktop.reportChange(source.value_or(window), kind);
         scheduler.runPending();
     }
 
@@ -100,31 +102,50 @@ TEST_F(TreeMirrorTest, ChangesAreReadOnceTheySettleAndTheMirrorThenMatchesAFresh
     EXPECT_EQ(mirrored().size(), 5u);
 
     added.frame(makeRect(0, 0, 0, 0));
-    change(AccessibilityChange::visibility);
+    change(AccessibilityChange::visibility, added);
     runFor(Seconds(1.2));
     EXPECT_EQ(mirrored(), freshRead());
     EXPECT_EQ(mirrored().size(), 4u);
 
     added.frame(makeRect(500, 200, 60, 20));
-    change(AccessibilityChange::bounds);
+    change(AccessibilityChange::bounds, added);
     runFor(Seconds(1.2));
     EXPECT_EQ(mirrored(), freshRead());
     EXPECT_EQ(mirrored().back().second, makeRect(500, 200, 60, 20));
 
-    // Nothing reported, nothing read: a minute idle costs no call.
+    // Nothing that counts reported, nothing read: a minute of a spinner turning, which is
+    // neither labelled nor holds a label, costs no call.
+    auto spinner = window.add("AXBusyIndicator", makeRect(700, 20, 16, 16));
+    change();
+    runFor(Seconds(1.2));
+    ASSERT_EQ(mirror.state(), TreeMirror::State::current);
     const int calls = desktop.totalCalls();
-    runFor(Seconds(60));
+    for (int i = 0; i < 600; ++i) {
+        desktop.reportChange(spinner, AccessibilityChange::bounds);
+        desktop.reportChange(spinner, AccessibilityChange::value);
+        runFor(Seconds(0.1));
+    }
     EXPECT_EQ(desktop.totalCalls(), calls);
+    EXPECT_EQ(mirror.state(), TreeMirror::State::current);
+    // The same of a labelled button counts.
+    desktop.reportChange(added, AccessibilityChange::name);
+    runFor(Seconds(1.2));
+    EXPECT_GT(desktop.totalCalls(), calls);
 }
 
 TEST_F(TreeMirrorTest, AFloodKeepsNothingUntilItStopsAndAReadOverlappedByAChangeIsDropped)
 {
     mirror.start();
     runFor(Seconds(0.1));
+    const auto button = window.add("AXButton", makeRect(400, 200, 60, 20)).title("Moving");
+    button.actions({AXPressAction});
+    change();
+    runFor(Seconds(1.2));
     const int calls = desktop.totalCalls();
-    // An animation: a change every 50 ms for two seconds.
+    // An animation: a labelled button moves every 50 ms for two seconds.
     for (int i = 0; i < 40; ++i) {
-        change(AccessibilityChange::bounds);
+        button.frame(makeRect(400 + i, 200, 60, 20));
+        change(AccessibilityChange::bounds, button);
         scheduler.advance(Seconds(0.05));
         treeQueue.runAll();
     }

@@ -607,16 +607,16 @@ void FakeDesktop::watch(pid_t pid, Handler handler)
     _changes = std::move(handler);
 }
 
-void FakeDesktop::reportChange(pid_t pid, AccessibilityChange change)
+void FakeDesktop::reportChange(const FakeElement &source, AccessibilityChange change)
 {
     Handler handler;
     {
         std::lock_guard lock(_mutex);
-        if (pid != _watched)
+        if (source.pid() != _watched)
             return;
         handler = _changes;
     }
-    handler(change);
+    handler(change, source.ref());
 }
 
 } // namespace tarnvik::fake

@@ -180,7 +180,7 @@ public:
 
     // AccessibilityEvents: a test reports the changes it makes, on its own thread.
     void watch(pid_t pid, Handler handler) override;
-    void reportChange(pid_t pid, AccessibilityChange change);
+    void reportChange(const FakeElement &source, AccessibilityChange change);
     pid_t watched() const { return _watched; }
 
     // WindowList

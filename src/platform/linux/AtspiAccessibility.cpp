@@ -90,6 +90,11 @@ AtspiAccessibility::AtspiAccessibility(AtspiBus &bus, ClientWindows windows)
 
 AtspiAccessibility::~AtspiAccessibility() = default;
 
+AXUIElement AtspiAccessibility::elementOf(const ObjectRef &object)
+{
+    return handleOf(object);
+}
+
 void AtspiAccessibility::invalidateCache()
 {
     _reader->invalidate();

@@ -83,6 +83,8 @@ public:
     void invalidateCache() override;
     // The bus name of the process's application, once it is on the bus.
     std::optional<std::string> serviceOf(pid_t pid);
+    // The handle of an object, as the elements read of it have.
+    static AXUIElement elementOf(const ObjectRef &object);
 
 private:
     std::optional<ObjectRef> focusedWindow(const ObjectRef &application,

@@ -1,5 +1,6 @@
 #include "platform/linux/AtspiEvents.h"
 
+#include "platform/linux/AtspiAccessibility.h"
 #include "platform/linux/AtspiBus.h"
 
 #include <cerrno>
@@ -39,6 +40,8 @@ const Kind kinds[] = {
     {objectEvents, "PropertyChange", "accessible-name", "object:property-change:accessible-name",
      AccessibilityChange::name},
     {objectEvents, "BoundsChanged", nullptr, "object:bounds-changed", AccessibilityChange::bounds},
+    {objectEvents, "PropertyChange", "accessible-value", "object:property-change:accessible-value",
+     AccessibilityChange::value},
     {"org.a11y.atspi.Event.Document", "LoadComplete", nullptr, "document:load-complete",
      AccessibilityChange::document},
     {"org.a11y.atspi.Event.Document", "Reload", nullptr, "document:reload",
@@ -145,11 +148,20 @@ bool AtspiEvents::deliver(DBusMessage *message)
     std::lock_guard lock(_mutex);
     if (!_handler || _service != sender)
         return false;
+    const char *path = dbus_message_get_path(message);
+    if (!path)
+        return false;
+    const char *detail = nullptr;
+    DBusMessageIter i;
+    if (dbus_message_iter_init(message, &i)
+        && dbus_message_iter_get_arg_type(&i) == DBUS_TYPE_STRING)
+        dbus_message_iter_get_basic(&i, &detail);
     for (const auto &kind : kinds) {
-        if (std::strcmp(kind.interface, interface) == 0 && std::strcmp(kind.member, member) == 0) {
+        if (std::strcmp(kind.interface, interface) == 0 && std::strcmp(kind.member, member) == 0
+            && (!kind.detail || (detail && std::strcmp(kind.detail, detail) == 0))) {
             // Called under the lock, so that a watch that replaced the handler returns only
             // once it can no longer be called.
-            _handler(kind.change);
+            _handler(kind.change, AtspiAccessibility::elementOf(ObjectRef {sender, path}));
             return true;
         }
     }
