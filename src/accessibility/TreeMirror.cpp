@@ -6,6 +6,8 @@
 #include "platform/WorkQueue.h"
 
 #include <algorithm>
+#include <array>
+#include <string>
 #include <atomic>
 #include <mutex>
 #include <unordered_set>
@@ -21,10 +23,15 @@ struct TreeMirror::Relevance
     std::unordered_set<AXUIElement> known;
     std::unordered_set<AXUIElement> mayHoldLabels;
     std::unordered_set<AXUIElement> scrollBars;
+    // The mirrored window: its toolkit says it is active again each time it gets the keyboard
+    // back, as after every session in label mode.
+    std::optional<AXUIElement> window;
 
-    static std::shared_ptr<const Relevance> of(const UITrees &trees)
+    static std::shared_ptr<const Relevance> of(const Mirrored &mirrored)
     {
+        const auto &trees = mirrored.trees;
         auto relevance = std::make_shared<Relevance>();
+        relevance->window = mirrored.window->ref;
         for (const auto &tree : trees.allTrees()) {
             for (const auto &element : tree->elementsInOrder()) {
                 if (!element->ref)
@@ -52,8 +59,9 @@ struct TreeMirror::Relevance
         switch (change) {
         case AccessibilityChange::visibility:
         case AccessibilityChange::document:
-        case AccessibilityChange::window:
             return true;
+        case AccessibilityChange::window:
+            return !relevance || !relevance->window || !(*relevance->window == source);
         case AccessibilityChange::children:
             return !relevance || relevance->known.contains(source);
         case AccessibilityChange::name:
@@ -76,6 +84,10 @@ struct TreeMirror::Inbox
     TreeMirror *owner;
     std::atomic<int> count = 0;
     std::atomic<bool> posted = false;
+    // Each kind's changes since the last read, counted and let go by, for the trace.
+    static constexpr std::size_t kinds = 7;
+    std::array<std::atomic<int>, kinds> counted {};
+    std::array<std::atomic<int>, kinds> letGo {};
     // Replaced on the main thread with each read kept, weighed on the backend's.
     std::mutex mutex;
     std::shared_ptr<const Relevance> relevance;
@@ -89,11 +101,15 @@ struct TreeMirror::Inbox
     static void arrived(const std::shared_ptr<Inbox> &inbox, AccessibilityChange change,
                         const AXUIElement &source)
     {
+        const auto kind = static_cast<std::size_t>(change);
         {
             std::lock_guard lock(inbox->mutex);
-            if (!Relevance::matters(inbox->relevance.get(), change, source))
+            if (!Relevance::matters(inbox->relevance.get(), change, source)) {
+                inbox->letGo[kind].fetch_add(1, std::memory_order_relaxed);
                 return;
+            }
         }
+        inbox->counted[kind].fetch_add(1, std::memory_order_relaxed);
         inbox->count.fetch_add(1, std::memory_order_relaxed);
         if (inbox->posted.exchange(true))
             return;
@@ -103,6 +119,23 @@ struct TreeMirror::Inbox
             if (inbox->owner && count > 0)
                 inbox->owner->changed(count);
         });
+    }
+
+    // "children 2, bounds 1; let go by: bounds 412" since the last call: kinds and counts only.
+    std::string tally()
+    {
+        static constexpr const char *names[kinds] = {"children", "visibility", "name",  "bounds",
+                                                     "document", "window",     "value"};
+        std::string line;
+        for (auto *counts : {&counted, &letGo}) {
+            if (counts == &letGo)
+                line += "; let go by:";
+            for (std::size_t i = 0; i < kinds; ++i) {
+                if (const int n = (*counts)[i].exchange(0))
+                    line += std::string(" ") + names[i] + " " + std::to_string(n);
+            }
+        }
+        return line;
     }
 };
 
@@ -136,7 +169,7 @@ void TreeMirror::adopt(pid_t pid, std::uint64_t changesBefore, Mirrored mirrored
 {
     if (pid != _pid || changesBefore != _changes || _state == State::flooded)
         return;
-    auto relevance = Relevance::of(mirrored.trees);
+    auto relevance = Relevance::of(mirrored);
     keep(std::move(mirrored), std::move(relevance));
     _lastReadEnd = _services.scheduler.now();
 }
@@ -146,6 +179,8 @@ void TreeMirror::keep(Mirrored mirrored, std::shared_ptr<const Relevance> releva
     _mirrored = std::move(mirrored);
     _state = State::current;
     _inbox->weigh(std::move(relevance));
+    if (auto callback = std::exchange(_onceCurrent, nullptr); callback && _serves)
+        callback();
 }
 
 void TreeMirror::forget()
@@ -158,6 +193,7 @@ void TreeMirror::forget()
     _pid = 0;
     _state = State::none;
     _mirrored.reset();
+    _onceCurrent = nullptr;
     _readInFlight = false;
     _readAgain = false;
     _busySince.reset();
@@ -224,6 +260,8 @@ void TreeMirror::read()
     }
     _readInFlight = true;
     _state = State::reading;
+    if (tracing())
+        trace("mirror: reading; changes since the last read:" + _inbox->tally());
     // The application may have left the front by the time the read runs: then it reads
     // nothing, and the next application is followed anyway.
     _services.queue.async([services = _services, inbox = _inbox, pid = _pid,
@@ -239,8 +277,8 @@ void TreeMirror::read()
                                      *app, window, workspace.menuBarOwningApplication(), nullptr,
                                      true);
                 if (auto trees = builder.build({})) {
-                    relevance = Relevance::of(*trees);
                     mirrored = Mirrored {window, std::move(*trees)};
+                    relevance = Relevance::of(*mirrored);
                 }
             }
         }

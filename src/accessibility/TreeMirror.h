@@ -6,6 +6,7 @@
 #include "platform/Scheduler.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -70,6 +71,9 @@ public:
     // The focused window and its trees, when they are of this process and no change was
     // reported since they were read.
     std::optional<Mirrored> current(pid_t pid) const;
+    // Runs `callback` once, when the read on its way is kept; a later call replaces it, and
+    // the mirror's next application drops it.
+    void onceCurrent(std::function<void()> callback) { _onceCurrent = std::move(callback); }
     // Counts the changes reported so far.
     std::uint64_t changes() const { return _changes; }
     // A session's read, begun when `changes()` was `changesBefore`: kept when it is of the
@@ -99,6 +103,7 @@ private:
     pid_t _pid = 0;
     State _state = State::none;
     std::optional<Mirrored> _mirrored;
+    std::function<void()> _onceCurrent;
     std::uint64_t _changes = 0;
     bool _readInFlight = false;
     bool _readAgain = false;

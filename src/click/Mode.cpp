@@ -114,6 +114,7 @@ void Mode::activate(bool isSearchDisabled)
     ++_session;
     _activatedAt = _services.scheduler.now();
     _mirrorChanges = _services.mirror ? _services.mirror->changes() : 0;
+    _readsForMirror = !_isSearchDisabled || mirrored;
     _services.sounds.playActivation();
     _screen = screen;
 
@@ -144,6 +145,19 @@ void Mode::activate(bool isSearchDisabled)
         mirrored->trees.dockUiTree = dock;
         _fromMirror = true;
         showTrees(std::move(mirrored->trees));
+    } else if (_services.mirror && _services.mirror->pid() == _frontmostPid
+               && _services.mirror->state() == TreeMirror::State::reading) {
+        // The mirror's read began before the key, and the session's waits behind it on the
+        // queue: its result is the sooner one.
+        _services.mirror->onceCurrent([this, alive = _alive, session = _session, dock] {
+            if (!*alive || !_active || session != _session || _uiTrees)
+                return;
+            if (auto late = _services.mirror->current(_frontmostPid)) {
+                late->trees.dockUiTree = dock;
+                _fromMirror = true;
+                showTrees(std::move(late->trees));
+            }
+        });
     }
 
     const bool captured = _services.keyboard.start([this](const KeyEvent &event) {
@@ -181,8 +195,8 @@ void Mode::fail()
 }
 
 void Mode::startTreeBuilding(const RunningApplication &app, const UIElementPtr &window,
-                             bool readWindow, const std::optional<RunningApplication> &menubarApp,
-                             UITreePtr dock)
+                             bool checksMirror,
+                             const std::optional<RunningApplication> &menubarApp, UITreePtr dock)
 {
     auto source = std::make_shared<std::stop_source>();
     _cancelQuery = [source] {
@@ -192,11 +206,12 @@ void Mode::startTreeBuilding(const RunningApplication &app, const UIElementPtr &
     // The services are the process's, and outlive this Mode; `this` is used on the main
     // thread only, behind `alive`.
     auto build = [this, services = _services, source, session, alive = _alive, app, window,
-                  readWindow, menubarApp, dock, fetchSearchAttributes = !_isSearchDisabled] {
+                  checksMirror, menubarApp, dock,
+                  fetchSearchAttributes = !_isSearchDisabled || checksMirror] {
         const auto token = source->get_token();
         if (token.stop_requested() || !*alive)
             return;
-        auto frontWindow = readWindow
+        auto frontWindow = checksMirror
             ? UIElement::focusedWindow(services.platform.ax, app.processIdentifier)
             : window;
         if (!frontWindow)
@@ -220,7 +235,7 @@ void Mode::treesBuilt(UITrees trees, UIElementPtr window, std::uint64_t session)
     if (!_active || session != _session)
         return;
     // A read with the search attributes serves the next session of either kind.
-    if (_services.mirror && !_isSearchDisabled)
+    if (_services.mirror && _readsForMirror)
         _services.mirror->adopt(_frontmostPid, _mirrorChanges, {window, trees});
     if (_fromMirror)
         return checkMirrored(std::move(trees));

@@ -128,10 +128,11 @@ private:
     bool reducesMotion() const;
     // The tutor, when it shows, follows the focus.
     void retargetTutor();
-    // With `readWindow`, the read asks for the focused window itself rather than trusting
-    // `window`, which came from the mirror.
+    // With `checksMirror`, the read checks labels drawn from the mirror: it asks for the
+    // focused window itself rather than trusting `window`, which came from the mirror, and
+    // reads the search attributes, so that the mirror can keep what it read.
     void startTreeBuilding(const RunningApplication &app, const UIElementPtr &window,
-                           bool readWindow, const std::optional<RunningApplication> &menubarApp,
+                           bool checksMirror, const std::optional<RunningApplication> &menubarApp,
                            UITreePtr dock);
     void treesBuilt(UITrees trees, UIElementPtr window, std::uint64_t session);
     void showTrees(UITrees trees);
@@ -169,6 +170,8 @@ private:
     // the mirror's count of changes when the session began, and when.
     bool _fromMirror = false;
     std::uint64_t _mirrorChanges = 0;
+    // The session's read has the search attributes, as the mirror keeps them.
+    bool _readsForMirror = false;
     std::optional<UITrees> _freshTrees;
     TimePoint _activatedAt {};
     // What the labels stand for, in their order: each element and where it stood.

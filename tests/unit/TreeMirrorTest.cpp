@@ -239,6 +239,27 @@ TEST_F(TreeMirrorTest, ASessionShowsTheMirrorAtOnceAndItsReadCorrectsWhatChanged
     EXPECT_EQ(presses().back().position, (CGPoint {630, 510}));
 }
 
+TEST_F(TreeMirrorTest, ASessionBegunWhileTheMirrorReadsShowsThatReadWhichEndsFirst)
+{
+    mirror.start();
+    mirroredMode.activate(true);
+    scheduler.runPending();
+    EXPECT_EQ(mirroredMode.targetsView(), nullptr);
+    ASSERT_EQ(treeQueue.held.size(), 2u) << "the mirror's read, then the session's";
+    auto mirrorRead = std::move(treeQueue.held.front());
+    treeQueue.held.erase(treeQueue.held.begin());
+    mirrorRead();
+    scheduler.runPending();
+    ASSERT_NE(mirroredMode.targetsView(), nullptr);
+    EXPECT_EQ(mirroredMode.targetsView()->labels(),
+              (std::vector<std::string> {"S", "A", "D", "F"}));
+    const int shows = views.w.shows;
+    treeQueue.runAll();
+    scheduler.runPending();
+    EXPECT_EQ(views.w.shows, shows) << "the session's read found the same";
+    EXPECT_EQ(mirror.state(), TreeMirror::State::current);
+}
+
 TEST_F(TreeMirrorTest, ASearchSessionsReadIsAdoptedOnlyWhenNothingChangedMeanwhile)
 {
     mirror.start();
