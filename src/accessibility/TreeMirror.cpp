@@ -7,9 +7,9 @@
 
 #include <algorithm>
 #include <array>
-#include <string>
 #include <atomic>
 #include <mutex>
+#include <string>
 #include <unordered_set>
 #include <utility>
 
@@ -124,7 +124,7 @@ struct TreeMirror::Inbox
     // "children 2, bounds 1; let go by: bounds 412" since the last call: kinds and counts only.
     std::string tally()
     {
-        static constexpr const char *names[kinds] = {"children", "visibility", "name",  "bounds",
+        static constexpr const char *names[kinds] = {"children", "visibility", "name", "bounds",
                                                      "document", "window",     "value"};
         std::string line;
         for (auto *counts : {&counted, &letGo}) {
@@ -179,6 +179,7 @@ void TreeMirror::keep(Mirrored mirrored, std::shared_ptr<const Relevance> releva
     _mirrored = std::move(mirrored);
     _state = State::current;
     _inbox->weigh(std::move(relevance));
+    trace("mirror: current");
     if (auto callback = std::exchange(_onceCurrent, nullptr); callback && _serves)
         callback();
 }

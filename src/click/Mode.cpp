@@ -143,8 +143,7 @@ void Mode::activate(bool isSearchDisabled)
     startTreeBuilding(*app, window, mirrored.has_value(), menubarApp, dock);
     if (mirrored) {
         mirrored->trees.dockUiTree = dock;
-        _fromMirror = true;
-        showTrees(std::move(mirrored->trees));
+        showMirrored(std::move(mirrored->trees));
     } else if (_services.mirror && _services.mirror->pid() == _frontmostPid
                && _services.mirror->state() == TreeMirror::State::reading) {
         // The mirror's read began before the key, and the session's waits behind it on the
@@ -154,8 +153,7 @@ void Mode::activate(bool isSearchDisabled)
                 return;
             if (auto late = _services.mirror->current(_frontmostPid)) {
                 late->trees.dockUiTree = dock;
-                _fromMirror = true;
-                showTrees(std::move(late->trees));
+                showMirrored(std::move(late->trees));
             }
         });
     }
@@ -195,8 +193,8 @@ void Mode::fail()
 }
 
 void Mode::startTreeBuilding(const RunningApplication &app, const UIElementPtr &window,
-                             bool checksMirror,
-                             const std::optional<RunningApplication> &menubarApp, UITreePtr dock)
+                             bool checksMirror, const std::optional<RunningApplication> &menubarApp,
+                             UITreePtr dock)
 {
     auto source = std::make_shared<std::stop_source>();
     _cancelQuery = [source] {
@@ -249,6 +247,13 @@ void Mode::showTrees(UITrees trees)
     _services.tutorMode.setUiTrees(*_uiTrees);
     if (_searchBar)
         _searchBar->window().stopProgress();
+}
+
+void Mode::showMirrored(UITrees trees)
+{
+    trace("labels from the mirror");
+    _fromMirror = true;
+    showTrees(std::move(trees));
 }
 
 void Mode::checkMirrored(UITrees fresh)

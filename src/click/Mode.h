@@ -136,6 +136,7 @@ private:
                            UITreePtr dock);
     void treesBuilt(UITrees trees, UIElementPtr window, std::uint64_t session);
     void showTrees(UITrees trees);
+    void showMirrored(UITrees trees);
     // The session's read, over labels drawn from the mirror: they stay where it found the same,
     // and are replaced where not.
     void checkMirrored(UITrees fresh);

@@ -3,7 +3,9 @@
 #include "platform/linux/AtspiAccessibility.h"
 #include "platform/linux/AtspiBus.h"
 
+#include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <dbus/dbus.h>
 #include <poll.h>
@@ -114,6 +116,7 @@ void AtspiEvents::watch(pid_t pid, Handler handler)
         std::lock_guard lock(_mutex);
         before = std::exchange(_service, service);
         _handler = service.empty() ? Handler {} : std::move(handler);
+        _bounds.clear();
     }
     if (before == service)
         return;
@@ -156,6 +159,9 @@ bool AtspiEvents::deliver(DBusMessage *message)
     if (dbus_message_iter_init(message, &i)
         && dbus_message_iter_get_arg_type(&i) == DBUS_TYPE_STRING)
         dbus_message_iter_get_basic(&i, &detail);
+    // GTK 3 says every object of a window moved at each keystroke, where nothing did.
+    if (std::strcmp(member, "BoundsChanged") == 0 && !moved(message, path))
+        return true;
     for (const auto &kind : kinds) {
         if (std::strcmp(kind.interface, interface) == 0 && std::strcmp(kind.member, member) == 0
             && (!kind.detail || (detail && std::strcmp(kind.detail, detail) == 0))) {
@@ -166,6 +172,34 @@ bool AtspiEvents::deliver(DBusMessage *message)
         }
     }
     return false;
+}
+
+bool AtspiEvents::moved(DBusMessage *message, const char *path)
+{
+    // (siiva{sv}): the bounds are the variant's four integers.
+    DBusMessageIter i;
+    dbus_message_iter_init(message, &i);
+    for (int skip = 0; skip < 3; ++skip)
+        dbus_message_iter_next(&i);
+    if (dbus_message_iter_get_arg_type(&i) != DBUS_TYPE_VARIANT)
+        return true;
+    DBusMessageIter variant;
+    dbus_message_iter_recurse(&i, &variant);
+    if (dbus_message_iter_get_arg_type(&variant) != DBUS_TYPE_STRUCT)
+        return true;
+    DBusMessageIter field;
+    dbus_message_iter_recurse(&variant, &field);
+    std::array<std::int32_t, 4> bounds {};
+    for (auto &value : bounds) {
+        if (dbus_message_iter_get_arg_type(&field) != DBUS_TYPE_INT32)
+            return true;
+        dbus_message_iter_get_basic(&field, &value);
+        dbus_message_iter_next(&field);
+    }
+    auto [known, added] = _bounds.try_emplace(path, bounds);
+    if (added)
+        return true;
+    return std::exchange(known->second, bounds) != bounds;
 }
 
 void AtspiEvents::run()

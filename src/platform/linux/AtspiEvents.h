@@ -2,12 +2,15 @@
 
 #include "platform/AccessibilityEvents.h"
 
+#include <array>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
+#include <unordered_map>
 #include <vector>
 
 struct DBusConnection;
@@ -39,6 +42,8 @@ public:
 private:
     AtspiEvents(DBusConnection *connection, int wake, ServiceOf serviceOf);
     void run();
+    // Whether a bounds change puts the object elsewhere than its last one did; under the lock.
+    bool moved(DBusMessage *message, const char *path);
     // The bus daemon's match rules for the service's events, added or removed.
     void match(const std::string &service, bool add);
 
@@ -49,6 +54,8 @@ private:
     std::mutex _mutex;
     std::string _service;
     Handler _handler;
+    // The bounds each object of the watched application last said it has.
+    std::unordered_map<std::string, std::array<std::int32_t, 4>> _bounds;
     std::thread _thread;
 };
 
