@@ -108,6 +108,7 @@ void LabelLayer::setMatchedPrefix(int count)
         return;
     _matchedPrefix = count;
     _image = QImage();
+    _screenImage = QImage();
 }
 
 double LabelLayer::textScale() const
@@ -178,6 +179,7 @@ void LabelLayer::layoutLabel()
     _textOrigin = QPointF(body.center().x() - _textSize.width() * 0.5,
                           body.center().y() - _textSize.height() * 0.5);
     _image = QImage();
+    _screenImage = QImage();
 }
 
 QRectF LabelLayer::bodyRect() const
@@ -200,11 +202,24 @@ const QImage &LabelLayer::image()
     return _image;
 }
 
+const QImage &LabelLayer::screenImage()
+{
+    if (_screenImage.isNull()) {
+        const QImage &rendered = image();
+        _screenImage =
+            rendered.scaled(rendered.size() / 2, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        _screenImage.setDevicePixelRatio(_screenScale);
+    }
+    return _screenImage;
+}
+
 void LabelLayer::paint(QPainter &painter, QPointF topLeft)
 {
     if (hidden || opacity <= 0.0)
         return;
-    const QImage &rendered = image();
+    // Filtered once, to the screen's pixels: a few hundred labels filtered at each paint take
+    // milliseconds a frame.
+    const QImage &rendered = screenImage();
     const QMarginsF margins = shadowMargins();
     const double previous = painter.opacity();
     const bool smooth = painter.testRenderHint(QPainter::SmoothPixmapTransform);

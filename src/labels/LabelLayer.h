@@ -73,6 +73,7 @@ public:
 
     // The rendered label with its shadow; the bounds start at (left, top) of shadowMargins().
     const QImage &image();
+    const QImage &screenImage();
     // Draws the image with the label's bounds at `topLeft`, unless hidden or fully transparent.
     void paint(QPainter &painter, QPointF topLeft);
 
@@ -99,6 +100,8 @@ private:
     QPointF _textOrigin;
     QSizeF _textSize {0.0, 0.0};
     QImage _image;
+    // The image at the screen's own pixel ratio.
+    QImage _screenImage;
 };
 
 } // namespace tarnvik

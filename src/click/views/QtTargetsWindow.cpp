@@ -42,7 +42,7 @@ const LabelLayer &LabelImageCache::layer(const std::string &label, int matchedPr
         LabelLayer layer(label, _colors, _textSize, _scale * _zoom);
         layer.layoutLabel();
         layer.setMatchedPrefix(matchedPrefix);
-        layer.image();
+        layer.screenImage();
         it = _layers.emplace(key, std::move(layer)).first;
     }
     return it->second;
