@@ -167,7 +167,7 @@ std::optional<TreeMirror::Mirrored> TreeMirror::current(pid_t pid) const
 
 void TreeMirror::adopt(pid_t pid, std::uint64_t changesBefore, Mirrored mirrored)
 {
-    if (pid != _pid || changesBefore != _changes || _state == State::flooded)
+    if (pid != _pid || changesBefore != _changes || _state == State::flooded || !_watching)
         return;
     auto relevance = Relevance::of(mirrored);
     keep(std::move(mirrored), std::move(relevance));
@@ -197,6 +197,7 @@ void TreeMirror::forget()
     _onceCurrent = nullptr;
     _readInFlight = false;
     _readAgain = false;
+    _watching = false;
     _busySince.reset();
     _lastReadEnd.reset();
 }
@@ -211,11 +212,17 @@ void TreeMirror::follow(const RunningApplication &app)
         return;
     _pid = app.processIdentifier;
     _inbox = std::make_shared<Inbox>(_services.scheduler, this);
-    _services.events.watch(_pid,
-                           [inbox = _inbox](AccessibilityChange change, const AXUIElement &source) {
-                               Inbox::arrived(inbox, change, source);
-                           });
+    watch();
     read();
+}
+
+bool TreeMirror::watch()
+{
+    _watching = _services.events.watch(
+        _pid, [inbox = _inbox](AccessibilityChange change, const AXUIElement &source) {
+            Inbox::arrived(inbox, change, source);
+        });
+    return _watching;
 }
 
 void TreeMirror::changed(int count)
@@ -308,7 +315,8 @@ void TreeMirror::readFinished(pid_t pid, std::uint64_t changesBefore,
             scheduleRead();
         return;
     }
-    if (!mirrored) {
+    // An application that wasn't on the bus when it came to the front is on it once read.
+    if (!mirrored || (!_watching && !watch())) {
         _state = State::none;
         return;
     }

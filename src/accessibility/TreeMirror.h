@@ -85,6 +85,8 @@ private:
     struct Relevance;
 
     void follow(const RunningApplication &app);
+    // Whether the application's changes are heard: nothing is kept of one that isn't.
+    bool watch();
     void forget();
     // Changes reported since the last call, on the main thread.
     void changed(int count);
@@ -105,6 +107,7 @@ private:
     std::optional<Mirrored> _mirrored;
     std::function<void()> _onceCurrent;
     std::uint64_t _changes = 0;
+    bool _watching = false;
     bool _readInFlight = false;
     bool _readAgain = false;
     std::optional<Scheduler::TimerId> _timer;

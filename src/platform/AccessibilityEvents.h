@@ -39,8 +39,8 @@ public:
     // From now on `handler` hears of each change the application of that process reports, on
     // a thread of the backend's own; it must be quick and safe to call from there. A watch
     // replaces the one before; an empty handler watches nothing. The old handler is not called
-    // once this returns.
-    virtual void watch(pid_t pid, Handler handler) = 0;
+    // once this returns. False when the application can't be watched (not on the bus yet).
+    virtual bool watch(pid_t pid, Handler handler) = 0;
 };
 
 } // namespace tarnvik

@@ -199,6 +199,16 @@ TEST_F(TreeMirrorTest, OnlyTheFrontApplicationIsMirroredNeverAnIgnoredOneOrThisP
     desktop.activate(99);
     EXPECT_EQ(desktop.watched(), 0);
     EXPECT_TRUE(treeQueue.held.empty());
+
+    // An application whose changes can't be heard is read, and nothing of it kept.
+    desktop.refuseWatches(true);
+    desktop.setMenuBarOwner(2);
+    desktop.activate(2);
+    treeQueue.runAll();
+    scheduler.runPending();
+    EXPECT_GT(otherWindow.calls(), 0);
+    EXPECT_EQ(mirror.state(), TreeMirror::State::none);
+    EXPECT_EQ(mirror.current(2), std::nullopt);
 }
 
 TEST_F(TreeMirrorTest, ASessionShowsTheMirrorAtOnceAndItsReadCorrectsWhatChangedUnreported)

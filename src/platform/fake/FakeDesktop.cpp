@@ -600,11 +600,14 @@ std::vector<RunningApplication> FakeDesktop::runningApplications()
     return apps;
 }
 
-void FakeDesktop::watch(pid_t pid, Handler handler)
+bool FakeDesktop::watch(pid_t pid, Handler handler)
 {
     std::lock_guard lock(_mutex);
+    if (_refuseWatches)
+        handler = nullptr;
     _watched = handler ? pid : 0;
     _changes = std::move(handler);
+    return _watched != 0;
 }
 
 void FakeDesktop::reportChange(const FakeElement &source, AccessibilityChange change)

@@ -179,9 +179,11 @@ public:
     void activate(pid_t pid);
 
     // AccessibilityEvents: a test reports the changes it makes, on its own thread.
-    void watch(pid_t pid, Handler handler) override;
+    bool watch(pid_t pid, Handler handler) override;
     void reportChange(const FakeElement &source, AccessibilityChange change);
     pid_t watched() const { return _watched; }
+    // Watches fail, as for an application not on the bus yet.
+    void refuseWatches(bool refuse) { _refuseWatches = refuse; }
 
     // WindowList
     ValueArray onScreenWindowInfo() override { return _windowInfo; }
@@ -220,6 +222,7 @@ private:
     std::vector<std::string> _performed;
     std::vector<std::function<void(const RunningApplication &)>> _activationObservers;
     pid_t _watched = 0;
+    bool _refuseWatches = false;
     Handler _changes;
 };
 

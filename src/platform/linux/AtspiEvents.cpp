@@ -106,7 +106,7 @@ AtspiEvents::~AtspiEvents()
     close(_wake);
 }
 
-void AtspiEvents::watch(pid_t pid, Handler handler)
+bool AtspiEvents::watch(pid_t pid, Handler handler)
 {
     std::string service;
     if (pid > 0 && handler)
@@ -118,13 +118,14 @@ void AtspiEvents::watch(pid_t pid, Handler handler)
         _handler = service.empty() ? Handler {} : std::move(handler);
         _bounds.clear();
     }
-    if (before == service)
-        return;
-    if (!before.empty())
-        match(before, false);
-    if (!service.empty())
-        match(service, true);
-    dbus_connection_flush(_connection);
+    if (before != service) {
+        if (!before.empty())
+            match(before, false);
+        if (!service.empty())
+            match(service, true);
+        dbus_connection_flush(_connection);
+    }
+    return !service.empty();
 }
 
 void AtspiEvents::match(const std::string &service, bool add)

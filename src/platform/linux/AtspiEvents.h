@@ -34,7 +34,7 @@ public:
     AtspiEvents(const AtspiEvents &) = delete;
     AtspiEvents &operator=(const AtspiEvents &) = delete;
 
-    void watch(pid_t pid, Handler handler) override;
+    bool watch(pid_t pid, Handler handler) override;
     // What the connection's filter hands over: whether the message was one of the watched
     // application's events.
     bool deliver(DBusMessage *message);
