@@ -1,7 +1,9 @@
 #include "accessibility/TreeMirror.h"
 
 #include "accessibility/AXEnablerService.h"
+#include "accessibility/AttributeReaders.h"
 #include "accessibility/BuildUITrees.h"
+#include "platform/AXNames.h"
 #include "platform/Diagnostics.h"
 #include "platform/WorkQueue.h"
 
@@ -165,11 +167,79 @@ std::optional<TreeMirror::Mirrored> TreeMirror::current(pid_t pid) const
     return _mirrored;
 }
 
+void TreeMirror::movedUnreported()
+{
+    if (_state != State::current)
+        return;
+    trace("mirror: labelled elements moved unreported; the session reads after the key");
+    _mirrored.reset();
+    _state = State::changed;
+    _lastChange = _services.scheduler.now();
+    if (!_timer)
+        scheduleRead();
+}
+
+std::vector<TreeMirror::Probe> TreeMirror::probesOf(const UITrees &trees,
+                                                    const Preferences &preferences)
+{
+    // The first labelled element in each scrolling area, and the first and last of all.
+    static constexpr std::size_t most = 8;
+    const auto targets = trees.matchingElements("*", false, preferences);
+    std::vector<Probe> probes;
+    std::unordered_set<std::string> areas;
+    auto add = [&](const UIElementPtr &element) {
+        if (!element->ref || probes.size() == most)
+            return;
+        for (const auto &[ref, frame] : probes)
+            if (ref == *element->ref)
+                return;
+        probes.emplace_back(*element->ref, element->frame());
+    };
+    if (!targets.empty()) {
+        add(targets.front());
+        add(targets.back());
+    }
+    for (const auto &target : targets) {
+        const auto tree = target->uiTree.lock();
+        for (auto id = tree ? tree->parentId(target->id) : std::nullopt; id;
+             id = tree->parentId(*id)) {
+            const auto &role = tree->element(*id)->role;
+            if (role == "AXScrollArea" || role == "AXWebArea") {
+                if (areas.insert(*id).second)
+                    add(target);
+                break;
+            }
+        }
+    }
+    return probes;
+}
+
+bool TreeMirror::standStill(Accessibility &ax, const std::vector<Probe> &probes)
+{
+    static const std::vector<std::string> place = {NSAccessibilityPositionAttribute,
+                                                   NSAccessibilitySizeAttribute};
+    std::vector<AXUIElement> refs;
+    for (const auto &[ref, frame] : probes)
+        refs.push_back(ref);
+    ax.prefetch(refs, {place});
+    for (const auto &[ref, frame] : probes) {
+        const auto values = batchAttributes(ax, place, ref);
+        if (!values.ok() || values.value().size() != 2)
+            return false;
+        const auto *position = values.value()[0].get<CGPoint>();
+        const auto *size = values.value()[1].get<CGSize>();
+        if (!position || !size || !CGRectEqualToRect(CGRect {*position, *size}, frame))
+            return false;
+    }
+    return true;
+}
+
 void TreeMirror::adopt(pid_t pid, std::uint64_t changesBefore, Mirrored mirrored)
 {
     if (pid != _pid || changesBefore != _changes || _state == State::flooded || !_watching)
         return;
     auto relevance = Relevance::of(mirrored);
+    mirrored.probes = probesOf(mirrored.trees, _services.preferences);
     keep(std::move(mirrored), std::move(relevance));
     _lastReadEnd = _services.scheduler.now();
 }
@@ -285,7 +355,8 @@ void TreeMirror::read()
                                      *app, window, workspace.menuBarOwningApplication(), nullptr,
                                      true);
                 if (auto trees = builder.build({})) {
-                    mirrored = Mirrored {window, std::move(*trees)};
+                    auto probes = probesOf(*trees, services.preferences);
+                    mirrored = Mirrored {window, std::move(*trees), std::move(probes)};
                     relevance = Relevance::of(*mirrored);
                 }
             }

@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace tarnvik {
 
@@ -48,11 +49,17 @@ public:
 
     enum class State { none, reading, current, changed, flooded };
 
+    // A labelled element and where the read found it.
+    using Probe = std::pair<AXUIElement, CGRect>;
+
     struct Mirrored
     {
         UIElementPtr window;
         // Read with the search attributes, so that they serve either kind of session.
         UITrees trees;
+        // The first labelled element of each scrolling area, and the first and last of all:
+        // no toolkit says that it scrolled, so a session asks these where they stand.
+        std::vector<Probe> probes;
     };
 
     // With `serves` false the mirror reads as it would but gives nothing to sessions: the
@@ -71,6 +78,10 @@ public:
     // The focused window and its trees, when they are of this process and no change was
     // reported since they were read.
     std::optional<Mirrored> current(pid_t pid) const;
+    // Whether the probes stand where they stood, asked in one burst; from any thread.
+    static bool standStill(Accessibility &ax, const std::vector<Probe> &probes);
+    // A session found the probes moved: what is kept is read again.
+    void movedUnreported();
     // Runs `callback` once, when the read on its way is kept; a later call replaces it, and
     // the mirror's next application drops it.
     void onceCurrent(std::function<void()> callback) { _onceCurrent = std::move(callback); }
@@ -83,6 +94,7 @@ public:
 private:
     struct Inbox;
     struct Relevance;
+    static std::vector<Probe> probesOf(const UITrees &trees, const Preferences &preferences);
 
     void follow(const RunningApplication &app);
     // Whether the application's changes are heard: nothing is kept of one that isn't.

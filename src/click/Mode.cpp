@@ -100,6 +100,12 @@ void Mode::activate(bool isSearchDisabled)
     _services.platform.ax.invalidateCache();
     _frontmostPid = app->processIdentifier;
     auto mirrored = _services.mirror ? _services.mirror->current(_frontmostPid) : std::nullopt;
+    // Asked before the keyboard is taken: the application answers once it has dealt with
+    // losing it, tens of milliseconds later.
+    if (mirrored && !TreeMirror::standStill(_services.platform.ax, mirrored->probes)) {
+        _services.mirror->movedUnreported();
+        mirrored.reset();
+    }
     const auto window = mirrored
         ? mirrored->window
         : UIElement::focusedWindow(_services.platform.ax, app->processIdentifier);
@@ -144,8 +150,9 @@ void Mode::activate(bool isSearchDisabled)
     if (mirrored) {
         mirrored->trees.dockUiTree = dock;
         showMirrored(std::move(mirrored->trees));
-    } else if (_services.mirror && _services.mirror->pid() == _frontmostPid
-               && _services.mirror->state() == TreeMirror::State::reading) {
+    }
+    if (!mirrored && _services.mirror && _services.mirror->pid() == _frontmostPid
+        && _services.mirror->state() == TreeMirror::State::reading) {
         // The mirror's read began before the key, and the session's waits behind it on the
         // queue: its result is the sooner one.
         _services.mirror->onceCurrent([this, alive = _alive, session = _session, dock] {

@@ -230,23 +230,38 @@ TEST_F(TreeMirrorTest, ASessionShowsTheMirrorAtOnceAndItsReadCorrectsWhatChanged
     // A button moved and nobody said so: the session's read puts its label where it now is.
     auto moved = window.add("AXButton", makeRect(400, 300, 60, 20)).title("Moved");
     moved.actions({AXPressAction});
+    auto last = window.add("AXButton", makeRect(400, 400, 60, 20)).title("Last");
+    last.actions({AXPressAction});
     change();
     runFor(Seconds(1.2));
     moved.frame(makeRect(600, 500, 60, 20));
     mirroredMode.activate(true);
     scheduler.runPending();
-    ASSERT_EQ(mirroredMode.targetsView()->labels().size(), 5u);
-    EXPECT_EQ(mirroredMode.targetsView()->elements().back()->frame(), makeRect(400, 300, 60, 20));
+    ASSERT_EQ(mirroredMode.targetsView()->labels().size(), 6u);
+    const auto &elements = mirroredMode.targetsView()->elements();
+    EXPECT_EQ(elements[4]->frame(), makeRect(400, 300, 60, 20)) << "as the mirror has it";
     treeQueue.runAll();
     scheduler.runPending();
     EXPECT_EQ(views.w.shows, shows + 2) << "corrected in the next frame";
-    EXPECT_EQ(mirroredMode.targetsView()->elements().back()->frame(), makeRect(600, 500, 60, 20));
-    // The last label clicks where the button is now.
+    EXPECT_EQ(mirroredMode.targetsView()->elements()[4]->frame(), makeRect(600, 500, 60, 20));
     constexpr std::uint16_t keyJ = 38;
-    ASSERT_EQ(mirroredMode.targetsView()->labels().back(), "J");
+    ASSERT_EQ(mirroredMode.targetsView()->labels()[4], "J");
     EXPECT_FALSE(press(keyJ));
     ASSERT_FALSE(presses().empty());
-    EXPECT_EQ(presses().back().position, (CGPoint {630, 510}));
+    EXPECT_EQ(presses().back().position, (CGPoint {630, 510})) << "where the button is now";
+
+    // The last labelled element is asked where it stands before the mirror is used: moved, as
+    // content that scrolled without a word, the session reads after the key.
+    scheduler.advance(Seconds(1));
+    last.frame(makeRect(400, 200, 60, 20));
+    mirroredMode.activate(true);
+    scheduler.runPending();
+    EXPECT_EQ(mirroredMode.targetsView(), nullptr) << "no labels before the session's read";
+    EXPECT_EQ(mirror.state(), TreeMirror::State::changed);
+    treeQueue.runAll();
+    scheduler.runPending();
+    ASSERT_NE(mirroredMode.targetsView(), nullptr);
+    EXPECT_EQ(mirroredMode.targetsView()->elements().back()->frame(), makeRect(400, 200, 60, 20));
 }
 
 TEST_F(TreeMirrorTest, ASessionBegunWhileTheMirrorReadsShowsThatReadWhichEndsFirst)
