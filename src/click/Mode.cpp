@@ -272,16 +272,17 @@ void Mode::checkMirrored(UITrees fresh)
         // The same elements where they were count as the same; the order decides the labels.
         std::unordered_map<AXUIElement, CGRect> shown(_shown.begin(), _shown.end());
         std::size_t same = 0;
-        bool inOrder = elements.size() == _shown.size();
+        bool sameOrder = elements.size() == _shown.size();
+        bool samePlaces = sameOrder;
         for (std::size_t i = 0; i < elements.size(); ++i) {
             const auto &element = elements[i];
             const auto it = element->ref ? shown.find(*element->ref) : shown.end();
             if (it != shown.end() && CGRectEqualToRect(it->second, element->frame()))
                 ++same;
-            if (inOrder
-                && (!element->ref || !(*element->ref == _shown[i].first)
-                    || !CGRectEqualToRect(_shown[i].second, element->frame())))
-                inOrder = false;
+            if (sameOrder && (!element->ref || !(*element->ref == _shown[i].first)))
+                sameOrder = samePlaces = false;
+            if (samePlaces && !CGRectEqualToRect(_shown[i].second, element->frame()))
+                samePlaces = false;
         }
         if (tracing()) {
             char line[160];
@@ -294,12 +295,23 @@ void Mode::checkMirrored(UITrees fresh)
                           std::max(_shown.size(), elements.size()), after.count());
             trace(line);
         }
-        if (inOrder)
+        if (samePlaces)
             return;
-        resetLabelQuery();
         _uiTrees = fresh;
         _services.tutorMode.setUiTrees(*_uiTrees);
+        if (!sameOrder) {
+            resetLabelQuery();
+            return showTargets(std::move(elements), fresh);
+        }
+        // The same elements in the same order keep their labels, only moved: what the user
+        // began to type, and the focus, stay.
+        const auto *before = targetsView();
+        const auto focused = before ? before->focusedIndex() : std::nullopt;
         showTargets(std::move(elements), fresh);
+        if (auto *view = targetsView(); view && focused)
+            view->focus(*focused);
+        highlightLabelQuery();
+        retargetTutor();
     });
 }
 

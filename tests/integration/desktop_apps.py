@@ -81,8 +81,35 @@ def check_sanitizer_reports():
 class _SanitizerCheckedResult(unittest.TextTestResult):
     def startTest(self, test):
         super().startTest(test)
+        self._marks = [(output, output.mark()) for output in _outputs]
+        self._first_new = len(_outputs)
         # The first cleanup added runs last: after the test's own have stopped what it started.
         test.addCleanup(check_sanitizer_reports)
+
+    def addFailure(self, test, err):
+        super().addFailure(test, err)
+        self._print_traces()
+
+    def addError(self, test, err):
+        super().addError(test, err)
+        self._print_traces()
+
+    def addSubTest(self, test, subtest, err):
+        super().addSubTest(test, subtest, err)
+        if err is not None:
+            self._print_traces()
+
+    def _print_traces(self):
+        """Tarnvik's own lines while the test ran, the last of them: on a machine where the
+        failure can't be watched they say what the program saw. Its trace names kinds and
+        counts, never what an application's elements hold; the applications' output is left
+        out."""
+        outputs = self._marks + [(output, 0) for output in _outputs[self._first_new:]]
+        for output, since in outputs:
+            if output.command[:1] == [TARNVIK]:
+                lines = output.lines(since)[-80:]
+                print(f"\n--- the last {len(lines)} lines of {' '.join(output.command)}:",
+                      *lines, sep="\n", file=sys.stderr)
 
 
 def main():

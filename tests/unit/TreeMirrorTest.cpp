@@ -4,6 +4,8 @@
 #include "platform/KeyCodes.h"
 #include "support/ModeSession.h"
 
+#include <cctype>
+
 #include <gtest/gtest.h>
 
 namespace tarnvik {
@@ -262,6 +264,39 @@ TEST_F(TreeMirrorTest, ASessionShowsTheMirrorAtOnceAndItsReadCorrectsWhatChanged
     scheduler.runPending();
     ASSERT_NE(mirroredMode.targetsView(), nullptr);
     EXPECT_EQ(mirroredMode.targetsView()->elements().back()->frame(), makeRect(400, 200, 60, 20));
+}
+
+TEST_F(TreeMirrorTest, ALabelBegunBeforeTheCorrectionIsFinishedWhereOnlyPlacesChanged)
+{
+    // Four characters make some labels two long.
+    preferences.setString(Preferences::Keys::labelCharacters, "asdf");
+    auto moved = window.add("AXButton", makeRect(400, 300, 60, 20)).title("Moved");
+    moved.actions({AXPressAction});
+    window.add("AXButton", makeRect(400, 400, 60, 20)).title("Last").actions({AXPressAction});
+    mirror.start();
+    runFor(Seconds(0.1));
+    moved.frame(makeRect(600, 500, 60, 20));
+    mirroredMode.activate(true);
+    scheduler.runPending();
+    ASSERT_NE(mirroredMode.targetsView(), nullptr);
+    const auto labels = mirroredMode.targetsView()->labels();
+    ASSERT_EQ(labels.size(), 6u);
+    const std::string label = labels[4];
+    ASSERT_EQ(label.size(), 2u);
+    const auto key = [](char c) {
+        return *keyCodeForAsciiCharacter(static_cast<char>(std::tolower(c)));
+    };
+    press(key(label[0]));
+
+    treeQueue.runAll();
+    scheduler.runPending();
+    const auto *view = mirroredMode.targetsView();
+    ASSERT_EQ(view->elements()[4]->frame(), makeRect(600, 500, 60, 20)) << "corrected";
+    EXPECT_EQ(view->labels(), labels) << "the same elements in the same order";
+    EXPECT_EQ(view->matchedPrefixes()[4], 1) << "the typed letter still marked";
+    press(key(label[1]));
+    ASSERT_EQ(presses().size(), 1u);
+    EXPECT_EQ(presses().back().position, (CGPoint {630, 510})) << "where the button is now";
 }
 
 TEST_F(TreeMirrorTest, ASessionBegunWhileTheMirrorReadsShowsThatReadWhichEndsFirst)
