@@ -5,7 +5,6 @@
 #include "support/ModeSession.h"
 
 #include <cctype>
-
 #include <gtest/gtest.h>
 
 namespace tarnvik {
