@@ -236,6 +236,18 @@ bool TreeMirror::standStill(Accessibility &ax, const std::vector<Probe> &probes)
 
 void TreeMirror::adopt(pid_t pid, std::uint64_t changesBefore, Mirrored mirrored)
 {
+    if (pid != _pid || changesBefore != _changes)
+        return;
+    // The application is asked once more; its answer comes behind what it reported.
+    afterReports(_services,
+                 [inbox = _inbox, pid, changesBefore, mirrored = std::move(mirrored)]() mutable {
+                     if (inbox->owner)
+                         inbox->owner->adopted(pid, changesBefore, std::move(mirrored));
+                 });
+}
+
+void TreeMirror::adopted(pid_t pid, std::uint64_t changesBefore, Mirrored mirrored)
+{
     if (pid != _pid || changesBefore != _changes || _state == State::flooded || !_watching)
         return;
     auto relevance = Relevance::of(mirrored);
@@ -361,13 +373,22 @@ void TreeMirror::read()
                 }
             }
         }
-        services.scheduler.postToMain([inbox, pid, changesBefore, mirrored = std::move(mirrored),
-                                       relevance = std::move(relevance)]() mutable {
-            if (inbox->owner)
-                inbox->owner->readFinished(pid, changesBefore, std::move(mirrored),
-                                           std::move(relevance));
-        });
+        afterReports(services,
+                     [inbox, pid, changesBefore, mirrored = std::move(mirrored),
+                      relevance = std::move(relevance)]() mutable {
+                         if (inbox->owner)
+                             inbox->owner->readFinished(pid, changesBefore, std::move(mirrored),
+                                                        std::move(relevance));
+                     });
     });
+}
+
+void TreeMirror::afterReports(const Services &services, std::function<void()> then)
+{
+    services.events.afterReports(
+        [&scheduler = services.scheduler, then = std::move(then)]() mutable {
+            scheduler.postToMain(std::move(then));
+        });
 }
 
 void TreeMirror::readFinished(pid_t pid, std::uint64_t changesBefore,

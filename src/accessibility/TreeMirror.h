@@ -105,6 +105,10 @@ private:
     // The next read, when the changes have settled and the gap since the last one has passed.
     void scheduleRead();
     void read();
+    // Hands `then` to the main thread behind every change reported so far: a read is kept
+    // only when nothing changed while it ran.
+    static void afterReports(const Services &services, std::function<void()> then);
+    void adopted(pid_t pid, std::uint64_t changesBefore, Mirrored mirrored);
     void readFinished(pid_t pid, std::uint64_t changesBefore, std::optional<Mirrored> mirrored,
                       std::shared_ptr<const Relevance> relevance);
     void keep(Mirrored mirrored, std::shared_ptr<const Relevance> relevance);

@@ -41,6 +41,11 @@ public:
     // replaces the one before; an empty handler watches nothing. The old handler is not called
     // once this returns. False when the application can't be watched (not on the bus yet).
     virtual bool watch(pid_t pid, Handler handler) = 0;
+    // Calls `done`, on the backend's thread, once every change the watched application
+    // reported before this call has been handed to the handler: a report can still be on its
+    // way when a read of what it changed has ended. From any thread; at once when nothing is
+    // watched. An application that never answers never calls it.
+    virtual void afterReports(std::function<void()> done) = 0;
 };
 
 } // namespace tarnvik

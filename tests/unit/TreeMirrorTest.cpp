@@ -171,6 +171,23 @@ TEST_F(TreeMirrorTest, AFloodKeepsNothingUntilItStopsAndAReadOverlappedByAChange
     runFor(Seconds(1.2));
     EXPECT_EQ(mirror.state(), TreeMirror::State::current);
     EXPECT_EQ(mirrored(), freshRead());
+
+    // A change made while the read ran, whose report arrives only after it ended: nor is that
+    // read kept.
+    window.add("AXButton", makeRect(400, 350, 60, 20)).actions({AXPressAction});
+    change();
+    desktop.holdReports(true);
+    runFor(Seconds(1.2));
+    EXPECT_EQ(mirror.state(), TreeMirror::State::reading) << "the read waits for the reports";
+    auto late = window.add("AXButton", makeRect(400, 380, 60, 20));
+    late.actions({AXPressAction});
+    change();
+    desktop.holdReports(false);
+    scheduler.runPending();
+    EXPECT_EQ(mirror.state(), TreeMirror::State::changed);
+    runFor(Seconds(1.2));
+    EXPECT_EQ(mirror.state(), TreeMirror::State::current);
+    EXPECT_EQ(mirrored(), freshRead());
 }
 
 TEST_F(TreeMirrorTest, OnlyTheFrontApplicationIsMirroredNeverAnIgnoredOneOrThisProgram)

@@ -610,6 +610,29 @@ bool FakeDesktop::watch(pid_t pid, Handler handler)
     return _watched != 0;
 }
 
+void FakeDesktop::afterReports(std::function<void()> done)
+{
+    {
+        std::lock_guard lock(_mutex);
+        if (_holdReports)
+            return _afterReports.push_back(std::move(done));
+    }
+    done();
+}
+
+void FakeDesktop::holdReports(bool hold)
+{
+    std::vector<std::function<void()>> held;
+    {
+        std::lock_guard lock(_mutex);
+        _holdReports = hold;
+        if (!hold)
+            held.swap(_afterReports);
+    }
+    for (auto &done : held)
+        done();
+}
+
 void FakeDesktop::reportChange(const FakeElement &source, AccessibilityChange change)
 {
     Handler handler;

@@ -184,6 +184,10 @@ public:
     pid_t watched() const { return _watched; }
     // Watches fail, as for an application not on the bus yet.
     void refuseWatches(bool refuse) { _refuseWatches = refuse; }
+    // Calls `done` at once, or, while reports are held, when they are let through: the changes
+    // reported meanwhile were on their way.
+    void afterReports(std::function<void()> done) override;
+    void holdReports(bool hold);
 
     // WindowList
     ValueArray onScreenWindowInfo() override { return _windowInfo; }
@@ -224,6 +228,8 @@ private:
     pid_t _watched = 0;
     bool _refuseWatches = false;
     Handler _changes;
+    bool _holdReports = false;
+    std::vector<std::function<void()>> _afterReports;
 };
 
 } // namespace tarnvik::fake

@@ -98,8 +98,8 @@ AtspiEvents::AtspiEvents(DBusConnection *connection, int wake, ServiceOf service
 
 AtspiEvents::~AtspiEvents()
 {
-    const std::uint64_t one = 1;
-    (void)!write(_wake, &one, sizeof one);
+    _stopping = true;
+    wake();
     _thread.join();
     dbus_connection_remove_filter(_connection, filter, this);
     AtspiBus::closeConnection(_connection);
@@ -124,8 +124,15 @@ bool AtspiEvents::watch(pid_t pid, Handler handler)
         if (!service.empty())
             match(service, true);
         dbus_connection_flush(_connection);
+        wake();
     }
     return !service.empty();
+}
+
+void AtspiEvents::wake()
+{
+    const std::uint64_t one = 1;
+    (void)!write(_wake, &one, sizeof one);
 }
 
 void AtspiEvents::match(const std::string &service, bool add)
@@ -140,9 +147,45 @@ void AtspiEvents::match(const std::string &service, bool add)
     }
 }
 
+void AtspiEvents::afterReports(std::function<void()> done)
+{
+    std::unique_lock lock(_mutex);
+    DBusMessage *ping = _service.empty()
+        ? nullptr
+        : dbus_message_new_method_call(_service.c_str(), "/", "org.freedesktop.DBus.Peer", "Ping");
+    std::uint32_t serial = 0;
+    // Sent under the lock, so that the answer, which the thread hands over under it too, finds
+    // what to call. An application that quits is answered for by the bus daemon.
+    if (!ping || !dbus_connection_send(_connection, ping, &serial)) {
+        lock.unlock();
+        if (ping)
+            dbus_message_unref(ping);
+        return done();
+    }
+    dbus_message_unref(ping);
+    _pings.emplace(serial, std::move(done));
+    lock.unlock();
+    dbus_connection_flush(_connection);
+    wake();
+}
+
 bool AtspiEvents::deliver(DBusMessage *message)
 {
-    if (dbus_message_get_type(message) != DBUS_MESSAGE_TYPE_SIGNAL)
+    const int type = dbus_message_get_type(message);
+    if (type == DBUS_MESSAGE_TYPE_METHOD_RETURN || type == DBUS_MESSAGE_TYPE_ERROR) {
+        std::function<void()> done;
+        {
+            std::lock_guard lock(_mutex);
+            const auto ping = _pings.find(dbus_message_get_reply_serial(message));
+            if (ping == _pings.end())
+                return false;
+            done = std::move(ping->second);
+            _pings.erase(ping);
+        }
+        done();
+        return true;
+    }
+    if (type != DBUS_MESSAGE_TYPE_SIGNAL)
         return false;
     const char *sender = dbus_message_get_sender(message);
     const char *interface = dbus_message_get_interface(message);
@@ -216,8 +259,12 @@ void AtspiEvents::run()
                 continue;
             return;
         }
-        if (fds[1].revents)
-            return;
+        if (fds[1].revents) {
+            std::uint64_t count = 0;
+            (void)!read(_wake, &count, sizeof count);
+            if (_stopping)
+                return;
+        }
         if (fds[0].revents & (POLLHUP | POLLERR))
             return;
         dbus_connection_read_write(_connection, 0);

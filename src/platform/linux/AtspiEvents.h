@@ -3,6 +3,7 @@
 #include "platform/AccessibilityEvents.h"
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -35,8 +36,11 @@ public:
     AtspiEvents &operator=(const AtspiEvents &) = delete;
 
     bool watch(pid_t pid, Handler handler) override;
+    // A ping to the watched application over this connection: the bus keeps one sender's
+    // messages in order, so its answer comes behind every event it sent before.
+    void afterReports(std::function<void()> done) override;
     // What the connection's filter hands over: whether the message was one of the watched
-    // application's events.
+    // application's events, or an answer to a ping.
     bool deliver(DBusMessage *message);
 
 private:
@@ -47,15 +51,22 @@ private:
     // The bus daemon's match rules for the service's events, added or removed.
     void match(const std::string &service, bool add);
 
+    // Ends the thread's sleep: a flush from another thread may have read messages that the
+    // thread then has to dispatch.
+    void wake();
+
     DBusConnection *_connection;
-    // Written to end the thread's sleep.
+    // Written to end the thread's sleep; with `_stopping`, to end the thread.
     int _wake;
+    std::atomic<bool> _stopping = false;
     ServiceOf _serviceOf;
     std::mutex _mutex;
     std::string _service;
     Handler _handler;
     // The bounds each object of the watched application last said it has.
     std::unordered_map<std::string, std::array<std::int32_t, 4>> _bounds;
+    // What to call when each ping, by its serial, is answered.
+    std::unordered_map<std::uint32_t, std::function<void()>> _pings;
     std::thread _thread;
 };
 
