@@ -48,6 +48,10 @@ struct Result
 // The overlay of a 1920 by 1080 screen, drawn into an image as the screen would get it.
 struct Overlay
 {
+    explicit Overlay(bool hasCompositor = true)
+        : pool(OverlayOptions {hasCompositor, [] { return true; }, {}})
+    { }
+
     void draw()
     {
         image.fill(Qt::transparent);
@@ -56,7 +60,7 @@ struct Overlay
     }
 
     Result result;
-    OverlayPool pool {OverlayOptions {true, [] { return true; }, {}}};
+    OverlayPool pool;
     QtTargetsWindow window {
         pool, QRectF(0, 0, 1920, 1080),
         std::make_shared<LabelImageCache>(labelColors("original", false), 10, 1)};
@@ -74,6 +78,19 @@ void BM_NewResultOf500Labels(benchmark::State &state)
     }
 }
 BENCHMARK(BM_NewResultOf500Labels)->Unit(benchmark::kMillisecond);
+
+// The same without a compositor: the window shaped to its labels, as on a bare X server.
+void BM_NewResultOf500LabelsShaped(benchmark::State &state)
+{
+    Overlay overlay(false);
+    const Result &result = overlay.result;
+    for (auto _ : state) {
+        TargetsView view(result.elements, result.trees, result.labels, false);
+        overlay.window.show(view);
+        overlay.draw();
+    }
+}
+BENCHMARK(BM_NewResultOf500LabelsShaped)->Unit(benchmark::kMillisecond);
 
 void BM_RedrawOf500Labels(benchmark::State &state)
 {
