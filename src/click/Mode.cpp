@@ -24,6 +24,10 @@ namespace tarnvik {
 
 namespace {
 
+// Two frames: Firefox's 616 labels reached the screen by 21 ms in 95 sessions of 100 with it,
+// by 33 ms with the read beside them.
+constexpr Seconds readBehindDelay {0.03};
+
 bool isTextRole(const std::string &role)
 {
     return role == "AXTextField" || role == "AXTextArea" || role == "AXComboBox";
@@ -146,7 +150,17 @@ void Mode::activate(bool isSearchDisabled)
     if (_searchBar)
         _searchBar->place(flippedRect(window->frame(), firstScreenHeight), dockRect, *_screen);
 
-    startTreeBuilding(*app, window, mirrored.has_value(), menubarApp, dock);
+    if (mirrored) {
+        // The session's own read waits behind the mirror's labels: on two cores it, and the
+        // application answering it, took the first frame's time.
+        _readBehindTimer = _services.scheduler.scheduleOnMain(
+            readBehindDelay, [this, app = *app, window, menubarApp, dock] {
+                _readBehindTimer.reset();
+                startTreeBuilding(app, window, true, menubarApp, dock);
+            });
+    } else {
+        startTreeBuilding(*app, window, false, menubarApp, dock);
+    }
     if (mirrored) {
         mirrored->trees.dockUiTree = dock;
         showMirrored(std::move(mirrored->trees));
@@ -339,6 +353,7 @@ void Mode::deactivate(bool closeWindow)
     _services.inputSources.restoreOnStop(_priorTisInputSource);
     if (_cancelQuery)
         _cancelQuery();
+    cancelTimer(_readBehindTimer);
     _uiTrees.reset();
     _fromMirror = false;
     _freshTrees.reset();

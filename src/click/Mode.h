@@ -173,6 +173,7 @@ private:
     std::uint64_t _mirrorChanges = 0;
     // The session's read has the search attributes, as the mirror keeps them.
     bool _readsForMirror = false;
+    std::optional<Scheduler::TimerId> _readBehindTimer;
     std::optional<UITrees> _freshTrees;
     TimePoint _activatedAt {};
     // What the labels stand for, in their order: each element and where it stood.
