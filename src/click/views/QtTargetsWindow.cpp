@@ -78,6 +78,9 @@ OverlayWidget::OverlayWidget(QRectF geometry, OverlayOptions options,
     , _cache(std::move(cache))
 {
     makeOverlayWindow(*this, "Tarnvik Labels", geometry.toRect(), _options.hasCompositor);
+    // Without a compositor only the shape shows: nothing outside the labels is painted, not
+    // even the background.
+    setAttribute(Qt::WA_NoSystemBackground);
     _reduceMotion = _options.reduceMotion && _options.reduceMotion();
 }
 
