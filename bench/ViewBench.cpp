@@ -67,9 +67,9 @@ struct Overlay
     QImage image {1920, 1080, QImage::Format_ARGB32_Premultiplied};
 };
 
-void BM_NewResultOf500Labels(benchmark::State &state)
+void newResults(benchmark::State &state, bool hasCompositor)
 {
-    Overlay overlay;
+    Overlay overlay(hasCompositor);
     const Result &result = overlay.result;
     for (auto _ : state) {
         TargetsView view(result.elements, result.trees, result.labels, false);
@@ -77,18 +77,17 @@ void BM_NewResultOf500Labels(benchmark::State &state)
         overlay.draw();
     }
 }
+
+void BM_NewResultOf500Labels(benchmark::State &state)
+{
+    newResults(state, true);
+}
 BENCHMARK(BM_NewResultOf500Labels)->Unit(benchmark::kMillisecond);
 
 // The same without a compositor: the window shaped to its labels, as on a bare X server.
 void BM_NewResultOf500LabelsShaped(benchmark::State &state)
 {
-    Overlay overlay(false);
-    const Result &result = overlay.result;
-    for (auto _ : state) {
-        TargetsView view(result.elements, result.trees, result.labels, false);
-        overlay.window.show(view);
-        overlay.draw();
-    }
+    newResults(state, false);
 }
 BENCHMARK(BM_NewResultOf500LabelsShaped)->Unit(benchmark::kMillisecond);
 
