@@ -234,6 +234,15 @@ bool TreeMirror::standStill(Accessibility &ax, const std::vector<Probe> &probes)
     return true;
 }
 
+void TreeMirror::sessionRead(pid_t pid)
+{
+    if (pid != _pid || _watching || !watch())
+        return;
+    // What it changed before it could be heard is unknown: a change, so that no read begun
+    // before is kept, and the mirror reads it once settled.
+    changed(1);
+}
+
 void TreeMirror::adopt(pid_t pid, std::uint64_t changesBefore, Mirrored mirrored)
 {
     if (pid != _pid || changesBefore != _changes)

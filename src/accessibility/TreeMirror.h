@@ -87,6 +87,9 @@ public:
     void onceCurrent(std::function<void()> callback) { _onceCurrent = std::move(callback); }
     // Counts the changes reported so far.
     std::uint64_t changes() const { return _changes; }
+    // A session read the application: one not on the bus yet when it came to the front (as
+    // each just started) is on it now, heard from then on and read.
+    void sessionRead(pid_t pid);
     // A session's read, begun when `changes()` was `changesBefore`: kept when it is of the
     // mirrored application and no change was reported since.
     void adopt(pid_t pid, std::uint64_t changesBefore, Mirrored mirrored);

@@ -253,6 +253,8 @@ void Mode::treesBuilt(UITrees trees, UIElementPtr window, std::uint64_t session)
 {
     if (!_active || session != _session)
         return;
+    if (_services.mirror)
+        _services.mirror->sessionRead(_frontmostPid);
     // A read with the search attributes serves the next session of either kind.
     if (_services.mirror && _readsForMirror)
         _services.mirror->adopt(_frontmostPid, _mirrorChanges, {window, trees});

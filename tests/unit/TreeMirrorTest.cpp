@@ -235,6 +235,17 @@ TEST_F(TreeMirrorTest, OnlyTheFrontApplicationIsMirroredNeverAnIgnoredOneOrThisP
     EXPECT_GT(otherWindow.calls(), 0);
     EXPECT_EQ(mirror.state(), TreeMirror::State::none);
     EXPECT_EQ(mirror.current(2), std::nullopt);
+
+    // Once a session has read it, it is on the bus: heard from then on, and read.
+    desktop.refuseWatches(false);
+    mirroredMode.activate(true);
+    treeQueue.runAll();
+    scheduler.runPending();
+    ASSERT_NE(mirroredMode.targetsView(), nullptr);
+    EXPECT_EQ(desktop.watched(), 2);
+    runFor(Seconds(1.2));
+    EXPECT_EQ(mirror.state(), TreeMirror::State::current);
+    EXPECT_NE(mirror.current(2), std::nullopt);
 }
 
 TEST_F(TreeMirrorTest, ASessionShowsTheMirrorAtOnceAndItsReadCorrectsWhatChangedUnreported)
