@@ -1,12 +1,13 @@
 """The rounds of bench/wayland/latency, run inside its desktop."""
 
 import os
+import queue
 import re
-import select
 import statistics
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "tests",
@@ -22,17 +23,35 @@ def summary(name, values):
           f"min {values[0]:.1f} ms, max {values[-1]:.1f} ms")
 
 
-def rounds_of(start_session, tell, resident, rounds):
+def lines_of(pipe):
+    """The pipe's lines as they come, read on a thread of their own: a select on the pipe
+    misses the lines that a read ahead has already taken into the file's buffer."""
+    lines = queue.Queue()
+
+    def read():
+        for line in pipe:
+            lines.put(line)
+        lines.put("")
+
+    threading.Thread(target=read, daemon=True).start()
+    return lines
+
+
+def rounds_of(start_session, tell, lines, rounds):
     """Sessions started by `start_session`: when the labels were seen, and as tarnvik times it."""
     seen_all, timed = [], []
     for round in range(rounds + 3):
         start = time.monotonic()
         start_session()
         deadline = start + 10
+        said = []
         while True:
-            if not select.select([resident.stderr], [], [], deadline - time.monotonic())[0]:
-                raise SystemExit("gave up waiting for the labels")
-            line = resident.stderr.readline()
+            try:
+                line = lines.get(timeout=max(0, deadline - time.monotonic()))
+            except queue.Empty:
+                raise SystemExit(f"gave up waiting for the labels in round {round}; tarnvik "
+                                 "said:\n" + "".join(said)) from None
+            said.append(line)
             match = re.search(r"labels drawn: \d+ labels, ([0-9.]+) ms after", line)
             if match:
                 break
@@ -66,15 +85,16 @@ def main():
     resident = subprocess.Popen([tarnvik, "--at-login"], stdout=subprocess.DEVNULL,
                                 stderr=subprocess.PIPE, text=True,
                                 env=dict(os.environ, XDG_CONFIG_HOME=config, TARNVIK_TRACE="1"))
+    lines = lines_of(resident.stderr)
     try:
         time.sleep(3)  # the window up, tarnvik running
         # What sway's binding runs. (The desktop's sway runs as nobody when the bench runs as
         # root, and could not reach root's session bus through a binding of its own.)
         seen, timed = rounds_of(
-            lambda: subprocess.run([tarnvik, "activate", "click"], check=True), tell, resident,
+            lambda: subprocess.run([tarnvik, "activate", "click"], check=True), tell, lines,
             rounds)
         if kwin:
-            _, typed = rounds_of(lambda: tell("keys shift+super+space"), tell, resident, rounds)
+            _, typed = rounds_of(lambda: tell("keys shift+super+space"), tell, lines, rounds)
     finally:
         keys.stdin.close()
         keys.wait()
