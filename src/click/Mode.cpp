@@ -158,12 +158,10 @@ void Mode::activate(bool isSearchDisabled)
                 _readBehindTimer.reset();
                 startTreeBuilding(app, window, true, menubarApp, dock);
             });
-    } else {
-        startTreeBuilding(*app, window, false, menubarApp, dock);
-    }
-    if (mirrored) {
         mirrored->trees.dockUiTree = dock;
         showMirrored(std::move(mirrored->trees));
+    } else {
+        startTreeBuilding(*app, window, false, menubarApp, dock);
     }
     if (!mirrored && _services.mirror && _services.mirror->pid() == _frontmostPid
         && _services.mirror->state() == TreeMirror::State::reading) {
@@ -253,11 +251,12 @@ void Mode::treesBuilt(UITrees trees, UIElementPtr window, std::uint64_t session)
 {
     if (!_active || session != _session)
         return;
-    if (_services.mirror)
+    if (_services.mirror) {
         _services.mirror->sessionRead(_frontmostPid);
-    // A read with the search attributes serves the next session of either kind.
-    if (_services.mirror && _readsForMirror)
-        _services.mirror->adopt(_frontmostPid, _mirrorChanges, {window, trees});
+        // A read with the search attributes serves the next session of either kind.
+        if (_readsForMirror)
+            _services.mirror->adopt(_frontmostPid, _mirrorChanges, {window, trees});
+    }
     if (_fromMirror)
         return checkMirrored(std::move(trees));
     showTrees(std::move(trees));

@@ -105,6 +105,8 @@ private:
     // Where the flash stands now: it grows as it fades.
     QRectF flashFrame() const;
     void updateMask();
+    // The shown labels' frames in the window, in whole pixels.
+    std::vector<QRect> shownLabelRects() const;
     // Where the window stands, in the accessibility space.
     CGRect screenFrame() const;
 
