@@ -131,13 +131,11 @@ void Mode::activate(bool isSearchDisabled)
     if (!_isSearchDisabled) {
         _searchBar = std::make_unique<SearchBarWindowController>(_services.views.createSearchBar(),
                                                                  [this] { runSearch(); });
-        _searchBar->window().orderFront();
     }
     const bool autoClick = _services.preferences.boolForKey(Preferences::Keys::isAutoClickEnabled);
     _targetsWindowController = std::make_shared<TargetsWindowController>(
         _services.views.createTargetsWindow(*_screen, false), _services.preferences,
         _isSearchDisabled && autoClick);
-    _targetsWindowController->window().orderFront();
 
     const double firstScreenHeight = screens.front().frame.size.height;
     std::optional<CGRect> dockRect;
@@ -187,6 +185,17 @@ void Mode::activate(bool isSearchDisabled)
     });
     if (!captured)
         printLine("Failed to create event tap");
+    // Labels on the screen say that the keys typed are the session's: they wait for the
+    // keyboard where the desktop gives it later.
+    _services.keyboard.whenHeld([this, alive = _alive, session = _session](bool held) {
+        if (!*alive || !_active || session != _session)
+            return;
+        if (!held)
+            return keyboardNotGiven();
+        if (_searchBar)
+            _searchBar->window().orderFront();
+        _targetsWindowController->window().orderFront();
+    });
     _services.pointerMotion.observe([this] { mouseMoved(); });
     // The search bar takes the keyboard from the application in front; a click anywhere gives
     // it back, as the bar stops being the key window.
@@ -202,6 +211,13 @@ void Mode::activate(bool isSearchDisabled)
         _services.cursor.hide();
         _cursorHidden = true;
     }
+}
+
+void Mode::keyboardNotGiven()
+{
+    printLine("Mode: the desktop did not give Tarnvik the keyboard. deactivating.");
+    _services.events.beep();
+    deactivate(true);
 }
 
 void Mode::fail()

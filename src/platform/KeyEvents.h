@@ -57,6 +57,11 @@ public:
     virtual bool start(Handler handler) = 0;
     // Gives the keyboard back at once; harmless when not started.
     virtual void stop() = 0;
+    // Runs `then` once the keys typed reach the handler: with true at once where start() takes
+    // the keyboard before it returns, later where the desktop gives it when it is ready (a
+    // layer-shell compositor, once it has mapped the surface that asks for it); with false
+    // where the desktop did not give it in its time. Never after stop().
+    virtual void whenHeld(std::function<void(bool held)> then) { then(true); }
     // Whether another program holds the whole keyboard now, as an open menu does, or shows a
     // menu that taking the keyboard would close. A capture started then still takes every key,
     // but can pass none on.

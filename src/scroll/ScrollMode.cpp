@@ -67,7 +67,6 @@ void ScrollMode::activate()
                                               deactivate();
                                           }},
         _services.views.createScrollWindow(*screen));
-    _windowController->showWindow();
     // No key reaches the scrolled application while the mode runs.
     if (!_services.keyboard.start([this](const KeyEvent &event) {
             if (_windowController)
@@ -75,6 +74,17 @@ void ScrollMode::activate()
             return KeyDisposition::swallow;
         }))
         printLine("Failed to create event tap");
+    // The window on the screen says that the keys held scroll: it waits for the keyboard
+    // where the desktop gives it later.
+    _services.keyboard.whenHeld([this, alive = _alive, session = _session](bool held) {
+        if (!*alive || !_active || session != _session)
+            return;
+        if (held)
+            return _windowController->showWindow();
+        printLine("ScrollMode: the desktop did not give Tarnvik the keyboard. deactivating.");
+        _services.events.beep();
+        deactivate();
+    });
 
     // Something at once: the window alone, until its areas are found.
     _windowController->setScrollableElements({window}, UITree::make(window));

@@ -42,6 +42,7 @@ struct Windows
 {
     int targetsWindows = 0;
     int open = 0;
+    int ordered = 0;
     int shows = 0;
     bool overOverview = false;
     bool labelsVisible = true;
@@ -61,7 +62,7 @@ public:
         ++_w.open;
         _w.labelsVisible = true;
     }
-    void orderFront() override { }
+    void orderFront() override { ++_w.ordered; }
     void close() override
     {
         if (!_closed)
@@ -94,7 +95,7 @@ public:
     explicit RecordingSearchBar(Windows &w)
         : _w(w)
     { }
-    void orderFront() override { }
+    void orderFront() override { ++_w.ordered; }
     void close() override { }
     std::string text() const override { return _w.searchText; }
     void setText(const std::string &text) override { _w.searchText = text; }

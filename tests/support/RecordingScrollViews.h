@@ -16,7 +16,7 @@ struct RecordingScrollViews : ScrollViews
         {
             ++views.open;
         }
-        void orderFront() override { }
+        void orderFront() override { ++views.ordered; }
         void close() override { --views.open; }
         void show(const ScrollState &state) override { views.shown = state; }
         RecordingScrollViews &views;
@@ -26,6 +26,7 @@ struct RecordingScrollViews : ScrollViews
         return std::make_unique<Window>(*this);
     }
     int open = 0;
+    int ordered = 0;
     ScrollState shown;
 };
 

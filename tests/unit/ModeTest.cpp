@@ -136,6 +136,26 @@ TEST_F(ModeTest, EscapeBeforeTheTreesArriveDropsTheLateResult)
     EXPECT_EQ(views.w.shows, 0);
 }
 
+TEST_F(ModeTest, LabelsWaitForTheKeyboardWhereTheDesktopGivesItLater)
+{
+    input.giveKeyboardLater(true);
+    mode.activate(false);
+    scheduler.runPending();
+    ASSERT_NE(mode.targetsView(), nullptr) << "the labels are made meanwhile";
+    EXPECT_EQ(views.w.ordered, 0) << "and shown only once typing them reaches the session";
+    input.giveKeyboard(true);
+    EXPECT_EQ(views.w.ordered, 2) << "the labels and the search bar";
+    press(KeyCode::escape);
+
+    mode.activate(true);
+    input.giveKeyboard(false);
+    EXPECT_FALSE(mode.active());
+    EXPECT_EQ(input.beeps(), 1);
+    EXPECT_FALSE(input.captured());
+    EXPECT_EQ(input.hiddenLevel(), 0);
+    EXPECT_EQ(views.w.ordered, 2);
+}
+
 TEST_F(ModeTest, IgnoredApplicationsGetNoSession)
 {
     preferences.setDisabledBundlePaths({"/usr/bin/example"});

@@ -430,6 +430,29 @@ TEST_F(ScrollModeTest, AWindowWithoutAreasKeepsTheWindowAndFailuresBeep)
     EXPECT_EQ(input.hiddenLevel(), 0);
 }
 
+TEST_F(ScrollModeTest, TheWindowWaitsForTheKeyboardWhereTheDesktopGivesItLater)
+{
+    input.giveKeyboardLater(true);
+    mode.activate();
+    scheduler.runPending();
+    EXPECT_TRUE(input.captured());
+    EXPECT_EQ(views.ordered, 0) << "keys held now would still scroll nothing";
+    EXPECT_EQ(input.hiddenLevel(), 0);
+    input.giveKeyboard(true);
+    EXPECT_EQ(views.ordered, 1);
+    EXPECT_EQ(input.hiddenLevel(), 1);
+    mode.deactivate();
+
+    mode.activate();
+    input.giveKeyboard(false);
+    EXPECT_FALSE(mode.active());
+    EXPECT_EQ(input.beeps(), 1);
+    EXPECT_FALSE(input.captured());
+    EXPECT_EQ(input.hiddenLevel(), 0);
+    EXPECT_EQ(views.ordered, 1) << "the window never shown";
+    EXPECT_EQ(mode.windowController(), nullptr);
+}
+
 TEST_F(ScrollModeTest, ATreeThatComesAfterTheModeEndedIsDropped)
 {
     test::HeldQueue queue;

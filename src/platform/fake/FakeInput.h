@@ -9,6 +9,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tarnvik::fake {
@@ -54,6 +55,14 @@ public:
 
     bool captured() const { return static_cast<bool>(_capture); }
     void refuseCapture(bool refuse) { _refuseCapture = refuse; }
+    // The keyboard given only when the test says, as a layer-shell compositor gives it once
+    // it has mapped the surface: `giveKeyboard` answers those waiting for it.
+    void giveKeyboardLater(bool later) { _givesLater = later; }
+    void giveKeyboard(bool held)
+    {
+        if (auto then = std::exchange(_whenHeld, nullptr))
+            then(held);
+    }
     // Another program (an open menu) holds the keyboard.
     void holdElsewhere(bool held) { _heldElsewhere = held; }
     const std::vector<MouseEvent> &mouseEvents() const { return _mouse; }
@@ -64,7 +73,17 @@ public:
     void setDoubleClickInterval(double seconds) { _doubleClickInterval = seconds; }
 
     bool start(KeyboardCapture::Handler handler) override;
-    void stop() override { _capture = nullptr; }
+    void stop() override
+    {
+        _capture = nullptr;
+        _whenHeld = nullptr;
+    }
+    void whenHeld(std::function<void(bool held)> then) override
+    {
+        if (!_givesLater)
+            return then(true);
+        _whenHeld = std::move(then);
+    }
     bool heldElsewhere() override { return _heldElsewhere; }
     std::string translate(std::uint16_t keyCode) override;
     void setHandler(HotKeys::Handler handler) override { _hotKeyHandler = std::move(handler); }
@@ -136,6 +155,8 @@ private:
     std::vector<std::string> _selected;
     KeyboardCapture::Handler _capture;
     bool _refuseCapture = false;
+    bool _givesLater = false;
+    std::function<void(bool)> _whenHeld;
     bool _heldElsewhere = false;
     HotKeys::Handler _hotKeyHandler;
     std::map<HotKeyId, std::pair<std::uint16_t, std::uint64_t>> _hotKeys;

@@ -5,6 +5,8 @@
 
 #include <QKeyEvent>
 
+#include <utility>
+
 namespace tarnvik::layershell {
 
 LayerShellKeyboard::Surface::Surface(LayerShellKeyboard &owner)
@@ -18,10 +20,21 @@ LayerShellKeyboard::Surface::Surface(LayerShellKeyboard &owner)
     putInOverlayLayer(*windowHandle(), "tarnvik-keyboard", true);
 }
 
+void LayerShellKeyboard::Surface::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::ActivationChange && isActiveWindow())
+        _owner.held(true);
+    QWidget::changeEvent(event);
+}
+
 LayerShellKeyboard::LayerShellKeyboard(KeyboardLayout &layout)
     : _layout(layout)
     , _surface(*this)
-{ }
+{
+    _wait.setSingleShot(true);
+    _wait.setInterval(1000);
+    QObject::connect(&_wait, &QTimer::timeout, [this] { held(false); });
+}
 
 bool LayerShellKeyboard::start(Handler handler)
 {
@@ -33,7 +46,24 @@ bool LayerShellKeyboard::start(Handler handler)
 void LayerShellKeyboard::stop()
 {
     _handler = nullptr;
+    _whenHeld = nullptr;
+    _wait.stop();
     _surface.hide();
+}
+
+void LayerShellKeyboard::whenHeld(std::function<void(bool held)> then)
+{
+    if (_surface.isActiveWindow())
+        return then(true);
+    _whenHeld = std::move(then);
+    _wait.start();
+}
+
+void LayerShellKeyboard::held(bool held)
+{
+    _wait.stop();
+    if (auto then = std::exchange(_whenHeld, nullptr))
+        then(held);
 }
 
 void LayerShellKeyboard::typed(const QKeyEvent &event, bool pressed)

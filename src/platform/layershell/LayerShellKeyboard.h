@@ -2,6 +2,7 @@
 
 #include "platform/KeyEvents.h"
 
+#include <QTimer>
 #include <QWidget>
 
 namespace tarnvik::layershell {
@@ -17,6 +18,7 @@ public:
 
     bool start(Handler handler) override;
     void stop() override;
+    void whenHeld(std::function<void(bool held)> then) override;
     bool heldElsewhere() override { return false; }
 
 private:
@@ -26,6 +28,8 @@ private:
         explicit Surface(LayerShellKeyboard &owner);
 
     protected:
+        // The compositor's keyboard focus, which it gives once it has mapped the surface.
+        void changeEvent(QEvent *event) override;
         void keyPressEvent(QKeyEvent *event) override { _owner.typed(*event, true); }
         void keyReleaseEvent(QKeyEvent *event) override { _owner.typed(*event, false); }
 
@@ -34,9 +38,14 @@ private:
     };
 
     void typed(const QKeyEvent &event, bool pressed);
+    void held(bool held);
 
     KeyboardLayout &_layout;
     Handler _handler;
+    std::function<void(bool)> _whenHeld;
+    // How long the compositor may take to give the keyboard: a frame or two where it is well,
+    // the rest for a loaded machine.
+    QTimer _wait;
     Surface _surface;
 };
 
