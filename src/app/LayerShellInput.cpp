@@ -7,6 +7,7 @@
 #include "platform/linux/VirtualPointer.h"
 #include "platform/linux/XkbKeyText.h"
 #include "platform/wlroots/DesktopBindings.h"
+#include "platform/wlroots/WlrVirtualKeyboard.h"
 #include "platform/wlroots/WlrVirtualPointer.h"
 
 #include <QCoreApplication>
@@ -30,8 +31,10 @@ public:
         std::string desktop;
         std::unique_ptr<KeyboardLayout> layout;
         std::unique_ptr<linux::PointerDevice> device;
-        // Where the device has keys too (KWin's fake input).
+        // Keys to hold for a click: the device's own (KWin's fake input), or a keyboard of this
+        // program's (wlroots' virtual keyboard), kept in `keyboard`.
         linux::KeyDevice *keys = nullptr;
+        std::unique_ptr<linux::KeyDevice> keyboard;
         // The box around every output, in the compositor's logical pixels.
         std::function<CGRect()> outputs;
         std::function<double()> doubleClickInterval;
@@ -42,6 +45,7 @@ public:
         : _desktop(parts.desktop)
         , _layout(std::move(parts.layout))
         , _device(std::move(parts.device))
+        , _keyboard(std::move(parts.keyboard))
         , _keys(*_layout)
         , _pointer({.device = *_device,
                     .keys = parts.keys,
@@ -75,6 +79,7 @@ private:
     std::string _desktop;
     std::unique_ptr<KeyboardLayout> _layout;
     std::unique_ptr<linux::PointerDevice> _device;
+    std::unique_ptr<linux::KeyDevice> _keyboard;
     // This program's windows over the others are layer-shell surfaces, as its keyboard is.
     layershell::LayerShellOverlays _overlays;
     layershell::LayerShellKeyboard _keys;
@@ -116,7 +121,16 @@ std::unique_ptr<DesktopInput> connectLayerShellInput(Screens &screens,
     std::string desktop = "sway";
     std::unique_ptr<linux::PointerDevice> device = wlroots::WlrVirtualPointer::connect();
     linux::KeyDevice *keys = nullptr;
-    if (!device) {
+    std::unique_ptr<linux::KeyDevice> keyboard;
+    if (device) {
+        keyboard = wlroots::WlrVirtualKeyboard::connect(layout->keymap());
+        keys = keyboard.get();
+        if (!keyboard)
+            std::fputs("tarnvik: the compositor offers no virtual keyboard "
+                       "(zwp_virtual_keyboard_manager_v1): "
+                       "clicks will carry no modifiers\n",
+                       stderr);
+    } else {
         desktop = "KWin";
         auto kwin = kwin::KWinFakeInput::connect();
         keys = kwin.get();
@@ -134,6 +148,7 @@ std::unique_ptr<DesktopInput> connectLayerShellInput(Screens &screens,
                                 .layout = std::move(layout),
                                 .device = std::move(device),
                                 .keys = keys,
+                                .keyboard = std::move(keyboard),
                                 .outputs = [&screens] { return layoutOf(screens.screens()); },
                                 .doubleClickInterval = std::move(doubleClickInterval),
                                 .scrollsByPage = std::move(scrollsByPage)});

@@ -191,9 +191,9 @@ class Sessions(unittest.TestCase):
     sway `tarnvik activate`, as a key binding of sway's runs it; on KWin the shortcut's keys
     themselves, through KDE's global shortcuts): over GTK 4's widget factory a check box's label
     typed flips it; Escape, and a Tarnvik killed mid-session, give the keyboard back; J held a
-    second scrolls a GTK 3 list by the pixels its speed says (1 px/ms by default); on KWin, a
-    GTK 3 button that names itself after the presses it gets (tests/apps/press_log.py) tells
-    that a label's last letter typed with Super held clicks with Control."""
+    second scrolls a GTK 3 list by the pixels its speed says (1 px/ms by default); a GTK 3 button
+    that names itself after the presses it gets (tests/apps/press_log.py) tells that a label's
+    last letter typed with Super held clicks with Control."""
 
     @classmethod
     def setUpClass(cls):
@@ -241,7 +241,6 @@ class Sessions(unittest.TestCase):
              if t["role"] == "AXButton" and t["title"] == "not pressed"), None))
         return found, target["label"].lower()
 
-    @unittest.skipIf(SWAY, "on sway clicks carry no modifiers yet")
     def test_super_held_for_the_last_letter_clicks_with_control(self):
         button, label = self.press_log()
         self.start_session()

@@ -22,8 +22,8 @@ public:
     virtual void scroll(double vertical, double horizontal) = 0;
 };
 
-// Keys of this program's own that a Wayland compositor lets it press (KWin's fake input), by
-// their Linux input event codes, in the compositor's keymap. Any thread may use it.
+// Keys of this program's own that a Wayland compositor lets it press (KWin's fake input,
+// wlroots' virtual keyboard), by their Linux input event codes. Any thread may use it.
 class KeyDevice
 {
 public:

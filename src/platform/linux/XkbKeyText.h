@@ -25,6 +25,8 @@ public:
     ~NamedKeymapLayout() override;
 
     std::string translate(std::uint16_t keyCode) override;
+    // The keymap, for a keyboard of this program's own that presses keys in it.
+    xkb_keymap *keymap() const { return _keymap; }
 
 private:
     NamedKeymapLayout(xkb_context *context, xkb_keymap *keymap)

@@ -10,33 +10,20 @@
 //   keys KEY...       each a key's name (a, Escape, Return), or modifiers joined to it: shift+a
 //   down KEY, up KEY  a key pressed and left down, and let go
 #include "platform/kwin/KWinFakeInput.h"
-#include "platform/wayland/WaylandConnection.h"
+#include "platform/wlroots/WlrVirtualKeyboard.h"
 #include "platform/wlroots/WlrVirtualPointer.h"
-#include "virtual-keyboard-unstable-v1-client-protocol.h"
 
-#include <chrono>
 #include <cstdio>
-#include <cstring>
 #include <functional>
 #include <iostream>
 #include <linux/input-event-codes.h>
 #include <memory>
 #include <sstream>
 #include <string>
-#include <sys/mman.h>
-#include <unistd.h>
 #include <vector>
-#include <wayland-client.h>
 #include <xkbcommon/xkbcommon.h>
 
 namespace {
-
-std::uint32_t now()
-{
-    using namespace std::chrono;
-    return static_cast<std::uint32_t>(
-        duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
-}
 
 // The US keymap's keys, pressed through `press` by their Linux input event codes.
 class Keyboard
@@ -112,76 +99,21 @@ private:
     xkb_keymap *_keymap = nullptr;
 };
 
-// wlroots' virtual keyboard, given the keymap its codes are read in. A virtual keyboard tells the
-// compositor its modifiers itself, as a real keyboard's driver would.
-class VirtualKeyboard
-{
-public:
-    ~VirtualKeyboard()
-    {
-        if (_state)
-            xkb_state_unref(_state);
-    }
-
-    bool connect(xkb_keymap *keymap)
-    {
-        _connection = tarnvik::wayland::WaylandConnection::connect();
-        if (!keymap || !_connection)
-            return false;
-        _seat = static_cast<wl_seat *>(_connection->bind(wl_seat_interface, 1));
-        _manager = static_cast<zwp_virtual_keyboard_manager_v1 *>(
-            _connection->bind(zwp_virtual_keyboard_manager_v1_interface, 1));
-        if (!_manager || !_seat)
-            return false;
-        _keyboard = zwp_virtual_keyboard_manager_v1_create_virtual_keyboard(_manager, _seat);
-        std::unique_ptr<char, decltype(&std::free)> text(
-            xkb_keymap_get_as_string(keymap, XKB_KEYMAP_FORMAT_TEXT_V1), &std::free);
-        const std::size_t size = std::strlen(text.get()) + 1;
-        const int fd = memfd_create("tarnvik-keymap", MFD_CLOEXEC);
-        if (fd < 0 || write(fd, text.get(), size) != static_cast<ssize_t>(size))
-            return false;
-        zwp_virtual_keyboard_v1_keymap(_keyboard, WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1, fd,
-                                       static_cast<std::uint32_t>(size));
-        close(fd);
-        _state = xkb_state_new(keymap);
-        return _connection->roundtrip();
-    }
-
-    void press(std::uint32_t key, bool down)
-    {
-        zwp_virtual_keyboard_v1_key(_keyboard, now(), key,
-                                    down ? WL_KEYBOARD_KEY_STATE_PRESSED
-                                         : WL_KEYBOARD_KEY_STATE_RELEASED);
-        // Evdev codes are XKB's less eight.
-        xkb_state_update_key(_state, key + 8, down ? XKB_KEY_DOWN : XKB_KEY_UP);
-        zwp_virtual_keyboard_v1_modifiers(
-            _keyboard, xkb_state_serialize_mods(_state, XKB_STATE_MODS_DEPRESSED),
-            xkb_state_serialize_mods(_state, XKB_STATE_MODS_LATCHED),
-            xkb_state_serialize_mods(_state, XKB_STATE_MODS_LOCKED),
-            xkb_state_serialize_layout(_state, XKB_STATE_LAYOUT_EFFECTIVE));
-        _connection->roundtrip();
-    }
-
-private:
-    std::unique_ptr<tarnvik::wayland::WaylandConnection> _connection;
-    wl_seat *_seat = nullptr;
-    zwp_virtual_keyboard_manager_v1 *_manager = nullptr;
-    zwp_virtual_keyboard_v1 *_keyboard = nullptr;
-    xkb_state *_state = nullptr;
-};
-
 } // namespace
 
 int main()
 {
     std::unique_ptr<tarnvik::linux::PointerDevice> pointer;
-    std::unique_ptr<VirtualKeyboard> wlroots;
+    std::unique_ptr<tarnvik::wlroots::WlrVirtualKeyboard> wlroots;
     Keyboard::Press press;
+    bool onWlroots = false;
     if (auto wlr = tarnvik::wlroots::WlrVirtualPointer::connect()) {
         pointer = std::move(wlr);
-        wlroots = std::make_unique<VirtualKeyboard>();
+        onWlroots = true;
+        // Each key read by the compositor before the next line's "ok".
         press = [&wlroots](std::uint32_t code, bool down) {
-            wlroots->press(code, down);
+            wlroots->key(code, down);
+            wlroots->sync();
         };
     } else if (auto kwin = tarnvik::kwin::KWinFakeInput::connect()) {
         press = [&kwin = *kwin](std::uint32_t code, bool down) {
@@ -190,7 +122,9 @@ int main()
         pointer = std::move(kwin);
     }
     Keyboard keyboard(press);
-    if (!pointer || (wlroots && !wlroots->connect(keyboard.keymap()))) {
+    if (onWlroots)
+        wlroots = tarnvik::wlroots::WlrVirtualKeyboard::connect(keyboard.keymap());
+    if (!pointer || (onWlroots && !wlroots)) {
         std::fputs("tarnvik-wayland-input: the compositor offers no virtual pointer or keyboard, "
                    "nor fake input to this program\n",
                    stderr);
