@@ -93,8 +93,11 @@ def main():
         seen, timed = rounds_of(
             lambda: subprocess.run([tarnvik, "activate", "click"], check=True), tell, lines,
             rounds)
-        if kwin:
-            _, typed = rounds_of(lambda: tell("keys shift+super+space"), tell, lines, rounds)
+        if not kwin:
+            subprocess.run(["swaymsg", "bindsym Shift+Mod4+space nop tarnvik click"], check=True,
+                           stdout=subprocess.DEVNULL)
+        typed_seen, typed = rounds_of(lambda: tell("keys shift+super+space"), tell, lines,
+                                      rounds)
     finally:
         keys.stdin.close()
         keys.wait()
@@ -103,8 +106,11 @@ def main():
         app.terminate()
     summary("`tarnvik activate click` started to labels drawn", seen)
     summary("as tarnvik times it (activation to first paint)", timed)
-    if kwin:
-        summary("the shortcut typed, as tarnvik times it (KDE's shortcut to first paint)", typed)
+    # The keys typed go through the tests' input tool, which answers once the compositor has
+    # read them; KDE's global shortcuts or sway's binding (to `nop tarnvik click`, reported
+    # over sway's IPC) hand the shortcut over.
+    summary("the shortcut typed to labels drawn", typed_seen)
+    summary("the shortcut typed, as tarnvik times it (its arrival to first paint)", typed)
 
 
 main()

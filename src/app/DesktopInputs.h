@@ -37,6 +37,9 @@ public:
     virtual ScrollPosting &scrolling() = 0;
     // How the scrolling reaches applications, for the start-up line.
     virtual std::string scrollingName() const = 0;
+    // Shortcuts the desktop hands over by a mode's name as they are pressed (sway's key
+    // bindings to `nop tarnvik click`); most desktops have none.
+    virtual void onNamedShortcut(std::function<void(const std::string &name)>) { }
 };
 
 // The X display's; nothing, with the reason on standard error, when it lacks what the program

@@ -74,6 +74,10 @@ public:
     PointerMotion &pointerMotion() override { return _pointer; }
     ScrollPosting &scrolling() override { return _pointer; }
     std::string scrollingName() const override { return _desktop + "'s virtual pointer"; }
+    void onNamedShortcut(std::function<void(const std::string &name)> handler) override
+    {
+        _bindings.onNamedShortcut(std::move(handler));
+    }
 
 private:
     std::string _desktop;

@@ -312,6 +312,11 @@ ResidentProgram::ResidentProgram(Connections connections, double qtScaleFactor)
     })
 {
     _mode.setMissionControlObserver(&_missionControlObserver);
+    _c.input->onNamedShortcut([this](const std::string &name) {
+        if (!activateAction(name))
+            tellUser("Tarnvik: a key binding asks for \"" + name
+                     + "\": the modes are click, search and scroll");
+    });
     if (tracing())
         _c.shell->onLabelsDrawn(
             [](std::uint32_t count, double sinceShortcut, double sinceAsked, double building) {

@@ -187,9 +187,10 @@ class KWinTargets(unittest.TestCase):
 @unittest.skipUnless(os.environ.get("TARNVIK_LAYER_SHELL") == "1",
                      "this build has no layer shell (Qt's LayerShellQt, from Debian 13 on)")
 class Sessions(unittest.TestCase):
-    """The resident Tarnvik, its modes started as the compositor lets a shortcut start them (on
-    sway `tarnvik activate`, as a key binding of sway's runs it; on KWin the shortcut's keys
-    themselves, through KDE's global shortcuts): over GTK 4's widget factory a check box's label
+    """The resident Tarnvik, its modes started as the compositor lets a shortcut start them, by
+    the shortcut's keys (on sway through its key bindings to `nop tarnvik click`, which its IPC
+    reports; on KWin through KDE's global shortcuts), and on sway search mode by `tarnvik
+    activate search`, what a binding of another wlroots compositor runs: over GTK 4's widget factory a check box's label
     typed flips it; Escape, and a Tarnvik killed mid-session, give the keyboard back; J held a
     second scrolls a GTK 3 list by the pixels its speed says (1 px/ms by default); a GTK 3 button
     that names itself after the presses it gets (tests/apps/press_log.py) tells that a label's
@@ -200,6 +201,10 @@ class Sessions(unittest.TestCase):
         cls.factory = Application(TOOLKITS["gtk4"][0])
         cls.box, cls.target = labelled_check_box(cls.factory, "checkbutton")
         cls.tarnvik = ResidentTarnvik()
+        if SWAY:
+            for keys, mode in (("Shift+Mod4+space", "click"), ("Shift+Mod4+j", "scroll")):
+                subprocess.run(["swaymsg", f"bindsym {keys} nop tarnvik {mode}"], check=True,
+                               stdout=subprocess.DEVNULL)
 
     @classmethod
     def tearDownClass(cls):
@@ -211,10 +216,11 @@ class Sessions(unittest.TestCase):
             self.tarnvik.start()
 
     def start(self, mode):
-        if SWAY:
+        if SWAY and mode == "search":
             subprocess.run([TARNVIK, "activate", mode], check=True)
         else:
-            # The default shortcuts, and the search shortcut `test_search_mode` sets.
+            # The default shortcuts (on sway the bindings made above), and on KWin the search
+            # shortcut the search test sets.
             tell("keys " + {"click": "shift+super+space", "scroll": "shift+super+j",
                             "search": "shift+super+f"}[mode])
 

@@ -23,6 +23,7 @@ constexpr std::uint32_t getOutputs = 3;
 constexpr std::uint32_t getTree = 4;
 // Events carry the high bit over their kind.
 constexpr std::uint32_t eventBit = 0x80000000;
+constexpr std::uint32_t bindingEvent = eventBit | 5;
 
 // The magic, then the payload's length and the message's kind, in the host's byte order.
 constexpr std::size_t headerSize = sizeof magic + 2 * sizeof(std::uint32_t);
@@ -241,21 +242,34 @@ std::vector<linux::CompositorMonitor> SwayIpc::monitors() const
 void SwayIpc::onFocusChanged(std::function<void()> handler)
 {
     _focusChanged = std::move(handler);
-    if (_events >= 0)
-        return;
-    _events = open(_socketPath);
     // A window's events tell of focus, titles, new and closed windows; a workspace's of the
     // focus moving to another workspace.
-    if (_events < 0 || !send(_events, subscribe, R"(["window","workspace"])")
-        || !receive(_events)) {
+    if (!listen(R"(["window","workspace"])"))
         std::fputs("tarnvik: sway does not report the focus; the window in front is read at "
                    "each session only\n",
                    stderr);
-        return;
-    }
+}
+
+void SwayIpc::onBinding(std::function<void(const std::string &command)> handler)
+{
+    _binding = std::move(handler);
+    if (!listen(R"(["binding"])"))
+        std::fputs("tarnvik: sway does not report its key bindings: bind keys to `exec tarnvik "
+                   "activate click` and the like instead\n",
+                   stderr);
+}
+
+bool SwayIpc::listen(const char *kinds)
+{
+    if (_events >= 0)
+        return true;
+    _events = open(_socketPath);
+    if (_events < 0 || !send(_events, subscribe, kinds) || !receive(_events))
+        return false;
     _eventNotifier = std::make_unique<QSocketNotifier>(_events, QSocketNotifier::Read);
     QObject::connect(_eventNotifier.get(), &QSocketNotifier::activated, _eventNotifier.get(),
                      [this] { eventsReady(); });
+    return true;
 }
 
 void SwayIpc::eventsReady()
@@ -266,8 +280,13 @@ void SwayIpc::eventsReady()
         _eventNotifier->setEnabled(false);
         return;
     }
-    if ((event->first & eventBit) && _focusChanged)
+    if (event->first == bindingEvent) {
+        const auto binding = QJsonDocument::fromJson(event->second).object()["binding"].toObject();
+        if (_binding)
+            _binding(binding["command"].toString().toStdString());
+    } else if ((event->first & eventBit) && _focusChanged) {
         _focusChanged();
+    }
 }
 
 } // namespace tarnvik::wlroots

@@ -30,16 +30,22 @@ public:
     std::vector<linux::CompositorWindow> frames() const override;
     std::vector<linux::CompositorMonitor> monitors() const override;
     void onFocusChanged(std::function<void()> handler) override;
+    // The command of each key binding of sway's as it runs: a binding to `nop ...` runs nothing
+    // in sway and reaches its listeners at once. One instance serves this or onFocusChanged.
+    void onBinding(std::function<void(const std::string &command)> handler);
 
 private:
     explicit SwayIpc(std::string socketPath);
     std::optional<QByteArray> ask(std::uint32_t type, const QByteArray &payload = {}) const;
+    // The events of `kinds` (a JSON array of their names) on a connection of their own.
+    bool listen(const char *kinds);
     void eventsReady();
 
     std::string _socketPath;
     int _events = -1;
     std::unique_ptr<QSocketNotifier> _eventNotifier;
     std::function<void()> _focusChanged;
+    std::function<void(const std::string &)> _binding;
 };
 
 // The windows in sway's GET_TREE reply, the focused one first: frames include sway's own borders
