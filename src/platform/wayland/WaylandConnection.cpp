@@ -1,5 +1,6 @@
 #include "platform/wayland/WaylandConnection.h"
 
+#include <chrono>
 #include <wayland-client.h>
 
 namespace tarnvik::wayland {
@@ -28,6 +29,8 @@ std::unique_ptr<WaylandConnection> WaylandConnection::connect()
 
 WaylandConnection::~WaylandConnection()
 {
+    if (_seat)
+        wl_seat_destroy(_seat);
     if (_registry)
         wl_registry_destroy(_registry);
     if (_display) {
@@ -53,6 +56,20 @@ bool WaylandConnection::roundtrip()
 void WaylandConnection::flush()
 {
     wl_display_flush(_display);
+}
+
+wl_seat *WaylandConnection::seat()
+{
+    if (!_seat)
+        _seat = static_cast<wl_seat *>(bind(wl_seat_interface, 1));
+    return _seat;
+}
+
+std::uint32_t WaylandConnection::eventTime()
+{
+    using namespace std::chrono;
+    return static_cast<std::uint32_t>(
+        duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
 }
 
 } // namespace tarnvik::wayland

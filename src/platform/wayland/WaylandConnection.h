@@ -8,6 +8,7 @@
 struct wl_display;
 struct wl_interface;
 struct wl_registry;
+struct wl_seat;
 
 namespace tarnvik::wayland {
 
@@ -31,6 +32,11 @@ public:
     // Sends what was asked, and waits for nothing.
     void flush();
     wl_display *display() const { return _display; }
+    // The compositor's first seat, bound at the first ask and kept with the connection; nothing
+    // where it has none.
+    wl_seat *seat();
+    // Milliseconds on the monotonic clock, as devices stamp their events.
+    static std::uint32_t eventTime();
 
 private:
     struct Global
@@ -44,6 +50,7 @@ private:
 
     wl_display *_display = nullptr;
     wl_registry *_registry = nullptr;
+    wl_seat *_seat = nullptr;
     std::vector<Global> _globals;
 };
 

@@ -2,7 +2,6 @@
 
 #include "virtual-keyboard-unstable-v1-client-protocol.h"
 
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <sys/mman.h>
@@ -13,13 +12,6 @@
 namespace tarnvik::wlroots {
 
 namespace {
-
-std::uint32_t now()
-{
-    using namespace std::chrono;
-    return static_cast<std::uint32_t>(
-        duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
-}
 
 // The keymap's text in a file the compositor can map, as the protocol hands keymaps over.
 bool sendKeymap(zwp_virtual_keyboard_v1 *keyboard, xkb_keymap *keymap)
@@ -48,12 +40,12 @@ std::unique_ptr<WlrVirtualKeyboard> WlrVirtualKeyboard::connect(xkb_keymap *keym
     k->_connection = wayland::WaylandConnection::connect();
     if (!keymap || !k->_connection)
         return nullptr;
-    k->_seat = static_cast<wl_seat *>(k->_connection->bind(wl_seat_interface, 1));
     k->_manager = static_cast<zwp_virtual_keyboard_manager_v1 *>(
         k->_connection->bind(zwp_virtual_keyboard_manager_v1_interface, 1));
-    if (!k->_manager || !k->_seat)
+    if (!k->_manager || !k->_connection->seat())
         return nullptr;
-    k->_keyboard = zwp_virtual_keyboard_manager_v1_create_virtual_keyboard(k->_manager, k->_seat);
+    k->_keyboard = zwp_virtual_keyboard_manager_v1_create_virtual_keyboard(k->_manager,
+                                                                           k->_connection->seat());
     k->_state = xkb_state_new(keymap);
     if (!k->_state || !sendKeymap(k->_keyboard, keymap) || !k->_connection->roundtrip())
         return nullptr;
@@ -66,8 +58,6 @@ WlrVirtualKeyboard::~WlrVirtualKeyboard()
         zwp_virtual_keyboard_v1_destroy(_keyboard);
     if (_manager)
         zwp_virtual_keyboard_manager_v1_destroy(_manager);
-    if (_seat)
-        wl_seat_destroy(_seat);
     if (_state)
         xkb_state_unref(_state);
 }
@@ -75,7 +65,7 @@ WlrVirtualKeyboard::~WlrVirtualKeyboard()
 void WlrVirtualKeyboard::key(std::uint32_t code, bool down)
 {
     std::lock_guard lock(_mutex);
-    zwp_virtual_keyboard_v1_key(_keyboard, now(), code,
+    zwp_virtual_keyboard_v1_key(_keyboard, wayland::WaylandConnection::eventTime(), code,
                                 down ? WL_KEYBOARD_KEY_STATE_PRESSED
                                      : WL_KEYBOARD_KEY_STATE_RELEASED);
     // Evdev codes are XKB's less eight.

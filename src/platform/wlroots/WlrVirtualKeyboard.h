@@ -7,7 +7,6 @@
 #include <memory>
 #include <mutex>
 
-struct wl_seat;
 struct xkb_keymap;
 struct xkb_state;
 struct zwp_virtual_keyboard_manager_v1;
@@ -37,7 +36,6 @@ private:
 
     std::mutex _mutex;
     std::unique_ptr<wayland::WaylandConnection> _connection;
-    wl_seat *_seat = nullptr;
     zwp_virtual_keyboard_manager_v1 *_manager = nullptr;
     zwp_virtual_keyboard_v1 *_keyboard = nullptr;
     xkb_state *_state = nullptr;

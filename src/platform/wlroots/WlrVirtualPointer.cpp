@@ -3,22 +3,10 @@
 #include "wlr-virtual-pointer-unstable-v1-client-protocol.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <wayland-client.h>
 
 namespace tarnvik::wlroots {
-
-namespace {
-
-std::uint32_t now()
-{
-    using namespace std::chrono;
-    return static_cast<std::uint32_t>(
-        duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
-}
-
-} // namespace
 
 std::unique_ptr<WlrVirtualPointer> WlrVirtualPointer::connect()
 {
@@ -26,12 +14,12 @@ std::unique_ptr<WlrVirtualPointer> WlrVirtualPointer::connect()
     p->_connection = wayland::WaylandConnection::connect();
     if (!p->_connection)
         return nullptr;
-    p->_seat = static_cast<wl_seat *>(p->_connection->bind(wl_seat_interface, 1));
     p->_manager = static_cast<zwlr_virtual_pointer_manager_v1 *>(
         p->_connection->bind(zwlr_virtual_pointer_manager_v1_interface, 1));
     if (!p->_manager)
         return nullptr;
-    p->_pointer = zwlr_virtual_pointer_manager_v1_create_virtual_pointer(p->_manager, p->_seat);
+    p->_pointer =
+        zwlr_virtual_pointer_manager_v1_create_virtual_pointer(p->_manager, p->_connection->seat());
     if (!p->_connection->roundtrip())
         return nullptr;
     return p;
@@ -43,8 +31,6 @@ WlrVirtualPointer::~WlrVirtualPointer()
         zwlr_virtual_pointer_v1_destroy(_pointer);
     if (_manager)
         zwlr_virtual_pointer_manager_v1_destroy(_manager);
-    if (_seat)
-        wl_seat_destroy(_seat);
 }
 
 void WlrVirtualPointer::frame()
@@ -62,16 +48,16 @@ void WlrVirtualPointer::moveTo(CGPoint point, const CGRect &layout)
     const double width = std::max(1.0, layout.size.width);
     const double height = std::max(1.0, layout.size.height);
     zwlr_virtual_pointer_v1_motion_absolute(
-        _pointer, now(), along(point.x, layout.origin.x, width - 1),
-        along(point.y, layout.origin.y, height - 1), static_cast<std::uint32_t>(width),
-        static_cast<std::uint32_t>(height));
+        _pointer, wayland::WaylandConnection::eventTime(),
+        along(point.x, layout.origin.x, width - 1), along(point.y, layout.origin.y, height - 1),
+        static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height));
     frame();
 }
 
 void WlrVirtualPointer::press(std::uint32_t button, bool down)
 {
     std::lock_guard lock(_mutex);
-    zwlr_virtual_pointer_v1_button(_pointer, now(), button,
+    zwlr_virtual_pointer_v1_button(_pointer, wayland::WaylandConnection::eventTime(), button,
                                    down ? WL_POINTER_BUTTON_STATE_PRESSED
                                         : WL_POINTER_BUTTON_STATE_RELEASED);
     frame();
@@ -80,7 +66,7 @@ void WlrVirtualPointer::press(std::uint32_t button, bool down)
 void WlrVirtualPointer::scroll(double vertical, double horizontal)
 {
     std::lock_guard lock(_mutex);
-    const auto time = now();
+    const auto time = wayland::WaylandConnection::eventTime();
     zwlr_virtual_pointer_v1_axis_source(_pointer, WL_POINTER_AXIS_SOURCE_FINGER);
     if (vertical != 0)
         zwlr_virtual_pointer_v1_axis(_pointer, time, WL_POINTER_AXIS_VERTICAL_SCROLL,

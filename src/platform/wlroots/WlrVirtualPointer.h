@@ -7,7 +7,6 @@
 #include <memory>
 #include <mutex>
 
-struct wl_seat;
 struct zwlr_virtual_pointer_manager_v1;
 struct zwlr_virtual_pointer_v1;
 
@@ -36,7 +35,6 @@ private:
 
     std::mutex _mutex;
     std::unique_ptr<wayland::WaylandConnection> _connection;
-    wl_seat *_seat = nullptr;
     zwlr_virtual_pointer_manager_v1 *_manager = nullptr;
     zwlr_virtual_pointer_v1 *_pointer = nullptr;
 };
