@@ -21,6 +21,7 @@ from controls import (check_boxes, checked, front_targets, labelled_check_box, s
 from desktop_apps import (TARNVIK, Application, ResidentTarnvik, accessible_window,
                           label_drawn_below, main, note_exit, poll)
 from fake_input import allow_fake_input, start_input
+from tray import TrayItem, Watcher
 
 APPS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "apps")
 LISTS = os.path.join(APPS, "scroll_lists.py")
@@ -182,6 +183,30 @@ class KWinTargets(unittest.TestCase):
                     poll("the check box flipped", lambda: checked(box) != before, 10)
                 finally:
                     application.stop()
+
+
+@unittest.skipUnless(os.environ.get("TARNVIK_LAYER_SHELL") == "1",
+                     "this build has no layer shell (Qt's LayerShellQt, from Debian 13 on)")
+class Tray(unittest.TestCase):
+    """The tray item as Plasma's panel, or sway's bar (waybar), reads it over the
+    StatusNotifierItem protocol: its menu names the application in front, and quits."""
+
+    def test_the_menu_names_the_front_application_and_quits(self):
+        watcher = Watcher()
+        self.addCleanup(watcher.stop)
+        window = Application(TOOLKITS["gtk4"][0])
+        self.addCleanup(window.stop)
+        poll("the window in front", lambda: next(
+            (t for t in front_targets() or [] if t["role"] == "AXCheckBox"), None))
+        tarnvik = ResidentTarnvik()
+        self.addCleanup(tarnvik.remove)
+        tarnvik.start()
+        item = TrayItem(watcher, tarnvik.process.pid)
+        titles = [title for _, title in item.entries()]
+        self.assertEqual(titles[2], "Disable Tarnvik in Widget Factory", titles)
+        item.choose("Quit")
+        self.assertEqual(tarnvik.process.wait(10), 0)
+        tarnvik.process = None
 
 
 @unittest.skipUnless(os.environ.get("TARNVIK_LAYER_SHELL") == "1",

@@ -7,15 +7,14 @@ import os
 import shutil
 import subprocess
 import tempfile
-import sys
 import unittest
 
 import pyatspi
-from gi.repository import Gio, GLib
 
 from desktop_apps import (PROMPT, TARNVIK, Application, Output, ResidentTarnvik,
                           assert_typing_reaches, main, note_exit, poll, process_frame,
                           set_accessibility, showing_all, window_mapped)
+from tray import TrayItem, Watcher
 
 SETTINGS = "Tarnvik Settings"
 
@@ -30,12 +29,7 @@ class Shell(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         # The panel is there before the program, as at login.
-        cls.watcher = subprocess.Popen(
-            [sys.executable, os.path.join(os.path.dirname(__file__),
-                                          "status_notifier_watcher.py")],
-            stdout=subprocess.PIPE, text=True)
-        cls.registrations = Output(cls.watcher, cls.watcher.stdout)
-        cls.registrations.wait_for("watching")
+        cls.watcher = Watcher()
         cls.tarnvik = ResidentTarnvik()
         cls.app = Application(lambda home: ["gtk3-widget-factory"])
         cls.app.bring_to_front()
@@ -45,8 +39,7 @@ class Shell(unittest.TestCase):
     def tearDownClass(cls):
         cls.tarnvik.remove()
         cls.app.stop()
-        cls.watcher.kill()
-        cls.watcher.wait()
+        cls.watcher.stop()
 
     def setUp(self):
         poll("no settings window", settings_closed)
@@ -79,60 +72,19 @@ class Shell(unittest.TestCase):
             f.write(f'#!/bin/sh\necho "$1" >>{opened}\n')
         os.chmod(os.path.join(opener, "xdg-open"), 0o755)
         self.tarnvik.start(PATH=opener + os.pathsep + os.environ["PATH"])
-        bus = Gio.bus_get_sync(Gio.BusType.SESSION)
-
-        def ours():
-            """The item this test's program registered, if it did."""
-            for line in self.registrations.lines():
-                if not line.startswith("registered "):
-                    continue
-                service, path = line.split()[1:]
-                try:
-                    owner = bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                          "org.freedesktop.DBus", "GetConnectionUnixProcessID",
-                                          GLib.Variant("(s)", (service,)),
-                                          GLib.VariantType("(u)"), Gio.DBusCallFlags.NONE, 5000,
-                                          None).unpack()[0]
-                except GLib.Error:  # an earlier test's program, gone
-                    continue
-                if owner == self.tarnvik.process.pid:
-                    return service, path
-            return None
-        item = poll("the item registered", ours)
-
-        def call(path, interface, method, args, reply):
-            return bus.call_sync(item[0], path, interface, method, args,
-                                 GLib.VariantType(reply), Gio.DBusCallFlags.NONE, 5000,
-                                 None).unpack()
-        menu = call(item[1], "org.freedesktop.DBus.Properties", "Get",
-                    GLib.Variant("(ss)", ("org.kde.StatusNotifierItem", "Menu")), "(v)")[0]
-
-        def entries(parent=0):
-            call(menu, "com.canonical.dbusmenu", "AboutToShow", GLib.Variant("(i)", (parent,)),
-                 "(b)")
-            layout = call(menu, "com.canonical.dbusmenu", "GetLayout",
-                          GLib.Variant("(iias)", (parent, 1, [])), "(u(ia{sv}av))")[1]
-            return [(child[0], child[1].get("label", "")
-                     if child[1].get("type") != "separator" else "")
-                    for child in layout[2]]
-
-        titles = [title for _, title in entries()]
+        item = TrayItem(self.watcher, self.tarnvik.process.pid)
+        titles = [title for _, title in item.entries()]
         self.assertRegex(titles[2], "^Disable Tarnvik in .+")
 
-        def choose(title, parent=0):
-            number = next(n for n, t in entries(parent) if t == title)
-            call(menu, "com.canonical.dbusmenu", "Event",
-                 GLib.Variant("(isvu)", (number, "clicked", GLib.Variant("s", ""), 0)), "()")
-
-        choose(titles[2])
+        item.choose(titles[2])
         poll("the application on the ignore list",
              lambda: "disabled-bundle-paths" in self.tarnvik.settings_file())
-        self.assertEqual(entries()[2][1], titles[2].replace("Disable", "Enable", 1))
+        self.assertEqual(item.entries()[2][1], titles[2].replace("Disable", "Enable", 1))
 
         # Each feedback entry opens what it names.
-        feedback = next(n for n, t in entries() if t == "Send Feedback")
-        choose("via email", feedback)
-        choose("via GitHub Issues", feedback)
+        feedback = next(n for n, t in item.entries() if t == "Send Feedback")
+        item.choose("via email", feedback)
+        item.choose("via GitHub Issues", feedback)
 
         def opened_addresses():
             with open(opened) as f:
@@ -144,7 +96,7 @@ class Shell(unittest.TestCase):
         self.assertRegex(mail, "^mailto:[^@]+@")
         self.assertRegex(issues, "^https://.*/issues$")
 
-        choose("Quit")
+        item.choose("Quit")
         self.assertEqual(self.tarnvik.process.wait(10), 0)
         self.tarnvik.process = None
         assert_typing_reaches(self.entry(), "qv")
