@@ -215,8 +215,8 @@ class Sessions(unittest.TestCase):
     """The resident Tarnvik, its modes started as the compositor lets a shortcut start them, by
     the shortcut's keys (on sway through its key bindings to `nop tarnvik click`, which its IPC
     reports; on KWin through KDE's global shortcuts), and on sway search mode by `tarnvik
-    activate search`, what a binding of another wlroots compositor runs: over GTK 4's widget factory a check box's label
-    typed flips it; Escape, and a Tarnvik killed mid-session, give the keyboard back; J held a
+    activate search`, what a binding of another wlroots compositor runs: over GTK 4's widget
+    factory and the tests' Qt 6 window a check box's label typed flips it; Escape, and a Tarnvik killed mid-session, give the keyboard back; J held a
     second scrolls a GTK 3 list by the pixels its speed says (1 px/ms by default); a GTK 3 button
     that names itself after the presses it gets (tests/apps/press_log.py) tells that a label's
     last letter typed with Super held clicks with Control."""
@@ -331,6 +331,15 @@ class Sessions(unittest.TestCase):
                  lambda: label_drawn_below(self.target["frame"], screen_pixels()), 10)
         tell("keys " + " ".join(self.target["label"].lower()))
         poll("the check box flipped", lambda: checked(self.box) != before, 10)
+
+    def test_a_typed_label_flips_a_qt_check_box(self):
+        qt = Application(TOOLKITS["qt6"][0])
+        self.addCleanup(qt.stop)
+        box, target = labelled_check_box(qt, TOOLKITS["qt6"][1])
+        before = checked(box)
+        self.start_session()
+        tell("keys " + " ".join(target["label"].lower()))
+        poll("the check box flipped", lambda: checked(box) != before, 10)
 
     def test_escape_gives_the_keyboard_back(self):
         self.focus_an_entry()

@@ -73,4 +73,10 @@ void KWinFakeInput::key(std::uint32_t code, bool down)
     _connection->flush();
 }
 
+void KWinFakeInput::sync()
+{
+    std::lock_guard lock(_mutex);
+    _connection->roundtrip();
+}
+
 } // namespace tarnvik::kwin

@@ -28,6 +28,8 @@ public:
     void moveTo(CGPoint point, const CGRect &layout) override;
     void press(std::uint32_t button, bool down) override;
     void scroll(double vertical, double horizontal) override;
+    void sync() override;
+    // Keys share the pointer's connection, and so come in order with its events.
     void key(std::uint32_t code, bool down) override;
 
 private:

@@ -16,14 +16,17 @@ void VirtualPointer::postMouseMoved(CGPoint position)
 void VirtualPointer::postMouseButton(int button, bool down, CGPoint position, std::uint64_t flags,
                                      int)
 {
-    // Held from the press to the release, as X11's clicks hold it.
+    // Held from the press to the release, as X11's clicks hold it. The keys may be a device
+    // of another connection, which the compositor reads in no order with the pointer's.
     const bool control = _parts.keys && (clickModifierFlags(flags) & ModifierFlag::control);
     if (control && down)
         _parts.keys->key(KEY_LEFTCTRL, true);
     _parts.device.moveTo(position, _parts.layout());
     _parts.device.press(button == 0 ? BTN_LEFT : button == 1 ? BTN_RIGHT : BTN_MIDDLE, down);
-    if (control && !down)
+    if (control && !down) {
+        _parts.device.sync();
         _parts.keys->key(KEY_LEFTCTRL, false);
+    }
 }
 
 void VirtualPointer::postScroll(double verticalPx, double horizontalPx)

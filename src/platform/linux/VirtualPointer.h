@@ -20,6 +20,9 @@ public:
     virtual void press(std::uint32_t button, bool down) = 0;
     // Positive values scroll down and to the right, as a touchpad's fingers moving up and left.
     virtual void scroll(double vertical, double horizontal) = 0;
+    // Waits until the compositor has handled what was sent: what another connection sends next
+    // then comes after it.
+    virtual void sync() = 0;
 };
 
 // Keys of this program's own that a Wayland compositor lets it press (KWin's fake input,
@@ -28,6 +31,8 @@ class KeyDevice
 {
 public:
     virtual ~KeyDevice() = default;
+    // The compositor handles the key before anything the pointer device sends next: on the
+    // pointer's own connection by its order, on another by a wait for the compositor.
     virtual void key(std::uint32_t code, bool down) = 0;
 };
 

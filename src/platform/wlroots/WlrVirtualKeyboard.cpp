@@ -75,13 +75,7 @@ void WlrVirtualKeyboard::key(std::uint32_t code, bool down)
         xkb_state_serialize_mods(_state, XKB_STATE_MODS_LATCHED),
         xkb_state_serialize_mods(_state, XKB_STATE_MODS_LOCKED),
         xkb_state_serialize_layout(_state, XKB_STATE_LAYOUT_EFFECTIVE));
-    _connection->flush();
-}
-
-bool WlrVirtualKeyboard::sync()
-{
-    std::lock_guard lock(_mutex);
-    return _connection->roundtrip();
+    _connection->roundtrip();
 }
 
 } // namespace tarnvik::wlroots

@@ -26,10 +26,8 @@ public:
     WlrVirtualKeyboard(const WlrVirtualKeyboard &) = delete;
     WlrVirtualKeyboard &operator=(const WlrVirtualKeyboard &) = delete;
 
-    // Sends the key and the modifiers it leaves, and waits for nothing.
+    // Sends the key and the modifiers it leaves.
     void key(std::uint32_t code, bool down) override;
-    // Waits until the compositor has read everything sent: false when it has gone.
-    bool sync();
 
 private:
     WlrVirtualKeyboard() = default;

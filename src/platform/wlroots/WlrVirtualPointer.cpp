@@ -77,4 +77,10 @@ void WlrVirtualPointer::scroll(double vertical, double horizontal)
     frame();
 }
 
+void WlrVirtualPointer::sync()
+{
+    std::lock_guard lock(_mutex);
+    _connection->roundtrip();
+}
+
 } // namespace tarnvik::wlroots

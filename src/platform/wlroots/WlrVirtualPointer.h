@@ -27,6 +27,7 @@ public:
     void moveTo(CGPoint point, const CGRect &layout) override;
     void press(std::uint32_t button, bool down) override;
     void scroll(double vertical, double horizontal) override;
+    void sync() override;
 
 private:
     WlrVirtualPointer() = default;

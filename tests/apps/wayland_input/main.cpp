@@ -110,10 +110,8 @@ int main()
     if (auto wlr = tarnvik::wlroots::WlrVirtualPointer::connect()) {
         pointer = std::move(wlr);
         onWlroots = true;
-        // Each key read by the compositor before the next line's "ok".
         press = [&wlroots](std::uint32_t code, bool down) {
             wlroots->key(code, down);
-            wlroots->sync();
         };
     } else if (auto kwin = tarnvik::kwin::KWinFakeInput::connect()) {
         press = [&kwin = *kwin](std::uint32_t code, bool down) {
