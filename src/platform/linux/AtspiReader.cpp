@@ -263,6 +263,8 @@ AtspiReader::Toolkit AtspiReader::toolkitOf(const std::string &service)
         .known = true,
         .geometry = toolkitGeometry(toolkitName, readStringVariant(version.reply()).value_or("")),
         .qt = toolkitName == "Qt",
+        .endsTextAtItsEnd = toolkitName == "gtk" || toolkitName == "GTK" || toolkitName == "Qt"
+            || toolkitName == "Chromium",
     };
     std::lock_guard lock(_mutex);
     _toolkits[service] = toolkit;
@@ -635,9 +637,10 @@ void AtspiReader::fetch(const std::vector<std::pair<ObjectRef, unsigned>> &work)
         // one of the known ones in English is read again untranslated, one by one.
         if (needs & NActions)
             add(NActions, _bus.call(o, actionInterface, "GetActions", {}, t));
-        if (needs & NText)
-            add(NText,
-                _bus.call(o, textInterface, "GetText", {std::int32_t {0}, std::int32_t {-1}}, t));
+        if (needs & NText) {
+            const std::int32_t end = toolkitOf(o.service).endsTextAtItsEnd ? longestText : -1;
+            add(NText, _bus.call(o, textInterface, "GetText", {std::int32_t {0}, end}, t));
+        }
         if (needs & NAttributes)
             add(NAttributes, _bus.call(o, accessibleInterface, "GetAttributes", {}, t));
         if (needs & NId)

@@ -170,6 +170,9 @@ private:
     // long is read where it shows: a browser makes an object for each child it hands out,
     // about 100 us each, and the walk then asks each for its role and states.
     static constexpr std::int32_t screenful = 100;
+    // A text's value is read up to here where the toolkit allows: search finds a field by what
+    // it begins with, and a long document would otherwise come whole at every read.
+    static constexpr std::int32_t longestText = 4096;
 
     struct Application
     {
@@ -182,6 +185,9 @@ private:
         bool known = false;
         ToolkitGeometry geometry;
         bool qt = false;
+        // Asked for text past its end, it gives the text up to there (GTK, Qt, Chromium;
+        // Firefox gives nothing), and GTK 4.8 gives nothing for an end of -1.
+        bool endsTextAtItsEnd = false;
     };
 
     struct Call
