@@ -190,11 +190,14 @@ void Mode::activate(bool isSearchDisabled)
     _services.keyboard.whenHeld([this, alive = _alive, session = _session](bool held) {
         if (!*alive || !_active || session != _session)
             return;
-        if (!held)
-            return keyboardNotGiven();
-        if (_searchBar)
-            _searchBar->window().orderFront();
-        _targetsWindowController->window().orderFront();
+        if (held) {
+            if (_searchBar)
+                _searchBar->window().orderFront();
+            return _targetsWindowController->window().orderFront();
+        }
+        printLine("Mode: the desktop did not give Tarnvik the keyboard. deactivating.");
+        _services.events.beep();
+        deactivate(true);
     });
     _services.pointerMotion.observe([this] { mouseMoved(); });
     // The search bar takes the keyboard from the application in front; a click anywhere gives
@@ -211,13 +214,6 @@ void Mode::activate(bool isSearchDisabled)
         _services.cursor.hide();
         _cursorHidden = true;
     }
-}
-
-void Mode::keyboardNotGiven()
-{
-    printLine("Mode: the desktop did not give Tarnvik the keyboard. deactivating.");
-    _services.events.beep();
-    deactivate(true);
 }
 
 void Mode::fail()

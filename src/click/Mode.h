@@ -113,7 +113,6 @@ private:
     struct Session;
 
     void fail();
-    void keyboardNotGiven();
     // Over the overview: its previews, labelled in the desktop's shell. ModeOverview.cpp.
     void activateOverOverview();
     void activateMissionControl(UITreePtr uiTree);
