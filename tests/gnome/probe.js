@@ -15,6 +15,9 @@ const PROBE = `<node>
       <arg name="x" type="i" direction="out"/>
       <arg name="y" type="i" direction="out"/>
     </method>
+    <method name="State">
+      <arg name="state" type="s" direction="out"/>
+    </method>
     <method name="StartedUp">
       <arg name="done" type="b" direction="out"/>
     </method>
@@ -48,6 +51,16 @@ class ProbeService {
     Pointer() {
         const [x, y] = global.get_pointer();
         return [x, y];
+    }
+
+    // What stands between input and the windows, said when input did not reach one: the
+    // modifiers the shell thinks held, its overview and modal grabs, the focused window's class.
+    State() {
+        const [, , modifiers] = global.get_pointer();
+        const focus = global.display.focus_window;
+        return `modifiers 0x${modifiers.toString(16)}, overview ${Main.overview.visible}, ` +
+            `modal ${Main.modalCount}, action mode ${Main.actionMode}, ` +
+            `focus ${focus ? focus.get_wm_class() : 'none'}`;
     }
 
     // The shell opens its overview as the last step of starting up, over every window, and a

@@ -101,13 +101,20 @@ def position(scroll_bar):
 
 
 
-def scrolled(bars, press, release):
-    """How far each list moved, least first, once at rest after a key held a second between
-    `press` and `release`, as a person holds it."""
+def scroll_held_a_second(bars, press, release):
+    """Holds a key a second, as a person holds it, between `press` and `release`, and checks
+    that one list stayed and the other moved by the default speed, 1 px/ms, for as long as the
+    key was down. How long it was down is known only between bounds: each of `press` and
+    `release` takes effect somewhere within its own call, which a loaded machine can stretch by
+    a good part of a second."""
     before = [position(bar) for bar in bars]
+    pressing = time.monotonic()
     press()
-    time.sleep(1)  # the key held a second, as a person holds it
+    pressed = time.monotonic()
+    time.sleep(1)
+    releasing = time.monotonic()
     release()
+    released = time.monotonic()
     # The list comes to rest: the same place in three readings a tenth of a second apart.
     readings = []
 
@@ -115,4 +122,9 @@ def scrolled(bars, press, release):
         readings.append([position(bar) for bar in bars])
         return readings[-3:] == [readings[-1]] * 3
     poll("the lists at rest", at_rest, 10)
-    return sorted(after - earlier for after, earlier in zip(readings[-1], before))
+    stayed, moved = sorted(after - earlier for after, earlier in zip(readings[-1], before))
+    assert stayed == 0, f"one list moved {stayed} px, the other {moved} px"
+    shortest, longest = (releasing - pressed) * 1000, (released - pressing) * 1000
+    # A wheel step's or a frame's worth either way.
+    assert 0.7 * shortest <= moved <= 1.3 * longest, \
+        f"moved {moved:.0f} px for a key held {shortest:.0f} to {longest:.0f} ms"

@@ -60,6 +60,21 @@ def close_overview_after_start_up():
     poll("the overview closed", lambda: not overview_active() or set_overview(False), 30)
 
 
+def shell_state():
+    """What stands between input and the windows, as the probe reads it from the shell."""
+    return call("org.gnome.Shell", "/com/ostrelline/TarnvikTest/Probe",
+                "com.ostrelline.TarnvikTest.Probe", "State", None, "(s)").unpack()[0]
+
+
+def poll_input(what, predicate, timeout):
+    """`poll` for what input typed or clicked into the shell should bring; a failure says what
+    the shell held then (a modifier stuck down, its overview or a modal grab)."""
+    try:
+        return poll(what, predicate, timeout)
+    except AssertionError as failure:
+        raise AssertionError(f"{failure}; the shell: {shell_state()}") from None
+
+
 def click(x, y):
     """A click through the probe extension's own virtual pointer, nothing of Tarnvik's."""
     call("org.gnome.Shell", "/com/ostrelline/TarnvikTest/Probe", "com.ostrelline.TarnvikTest.Probe",
