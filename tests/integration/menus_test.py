@@ -130,6 +130,22 @@ class OpenMenus(unittest.TestCase):
         poll("the menu closed by its own key", lambda: self.gtk_menu() is None, 10)
         assert_typing_reaches(entry, "xy")
 
+    def test_a_key_held_on_past_the_shortcut_ends_the_session_and_the_menu_keeps_the_keyboard(
+            self):
+        # The keyboards are taken from the menu once the keys held are released: labels shown
+        # before would take nothing typed while one stays down.
+        self.open_context_menu(self.entry())
+        mark = self.tarnvik.output.mark()
+        xdotool("keydown", "F12")
+        try:
+            key("shift+super+space")
+            self.tarnvik.output.wait_for("Mode: the desktop did not give Tarnvik the keyboard",
+                                         mark, 10)
+            self.assertFalse(labels_mapped(), "labels over keys that go to the menu")
+        finally:
+            xdotool("keyup", "F12")
+        self.assertTrue(self.menu_takes_down(), "the menu keeps the keyboard")
+
     def test_a_label_typed_over_a_combo_box_pop_up_chooses_that_item(self):
         self.gtk.bring_to_front()
         combo = find(self.gtk_window, lambda a: a.getRole() == pyatspi.ROLE_COMBO_BOX

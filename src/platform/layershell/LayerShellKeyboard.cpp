@@ -23,18 +23,14 @@ LayerShellKeyboard::Surface::Surface(LayerShellKeyboard &owner)
 void LayerShellKeyboard::Surface::changeEvent(QEvent *event)
 {
     if (event->type() == QEvent::ActivationChange && isActiveWindow())
-        _owner.held(true);
+        _owner._grant.answer(true);
     QWidget::changeEvent(event);
 }
 
 LayerShellKeyboard::LayerShellKeyboard(KeyboardLayout &layout)
     : _layout(layout)
     , _surface(*this)
-{
-    _wait.setSingleShot(true);
-    _wait.setInterval(1000);
-    QObject::connect(&_wait, &QTimer::timeout, [this] { held(false); });
-}
+{ }
 
 bool LayerShellKeyboard::start(Handler handler)
 {
@@ -46,8 +42,7 @@ bool LayerShellKeyboard::start(Handler handler)
 void LayerShellKeyboard::stop()
 {
     _handler = nullptr;
-    _whenHeld = nullptr;
-    _wait.stop();
+    _grant.cancel();
     _surface.hide();
 }
 
@@ -55,15 +50,7 @@ void LayerShellKeyboard::whenHeld(std::function<void(bool held)> then)
 {
     if (_surface.isActiveWindow())
         return then(true);
-    _whenHeld = std::move(then);
-    _wait.start();
-}
-
-void LayerShellKeyboard::held(bool held)
-{
-    _wait.stop();
-    if (auto then = std::exchange(_whenHeld, nullptr))
-        then(held);
+    _grant.wait(std::move(then));
 }
 
 void LayerShellKeyboard::typed(const QKeyEvent &event, bool pressed)

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "platform/KeyEvents.h"
+#include "platform/linux/KeyboardGrant.h"
 
-#include <QTimer>
 #include <QWidget>
 
 namespace tarnvik::layershell {
@@ -38,14 +38,10 @@ private:
     };
 
     void typed(const QKeyEvent &event, bool pressed);
-    void held(bool held);
 
     KeyboardLayout &_layout;
     Handler _handler;
-    std::function<void(bool)> _whenHeld;
-    // How long the compositor may take to give the keyboard: a frame or two where it is well,
-    // the rest for a loaded machine.
-    QTimer _wait;
+    linux::KeyboardGrant _grant;
     Surface _surface;
 };
 

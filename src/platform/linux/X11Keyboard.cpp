@@ -211,6 +211,16 @@ void X11Keyboard::startPassive()
     xcb_flush(_x->c);
 }
 
+void X11Keyboard::whenHeld(std::function<void(bool held)> then)
+{
+    if (!_exclusive || !_grabbedKeyboards.empty())
+        return then(true);
+    // Nothing awaited and nothing taken: the keyboards were refused.
+    if (_awaitingRelease.empty())
+        return then(false);
+    _grant.wait(std::move(then));
+}
+
 void X11Keyboard::startExclusive()
 {
     _exclusive = true;
@@ -247,6 +257,7 @@ void X11Keyboard::grabKeyboards()
     }
     watchReleases();
     readQueuedEvents();
+    _grant.answer(!_grabbedKeyboards.empty());
 }
 
 void X11Keyboard::grabAnyKey(xcb_window_t window, std::uint16_t modifiers)
@@ -276,6 +287,7 @@ void X11Keyboard::stop()
     if (!_capture)
         return;
     _capture = nullptr;
+    _grant.cancel();
     // Releases stop coming with the grabs: a key still down now would count as repeating when
     // it is next pressed.
     _keysDown.clear();

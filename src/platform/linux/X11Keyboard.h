@@ -2,6 +2,7 @@
 
 #include "platform/HotKeys.h"
 #include "platform/KeyEvents.h"
+#include "platform/linux/KeyboardGrant.h"
 
 #include <functional>
 #include <map>
@@ -48,6 +49,9 @@ public:
     // Answers after one round trip: the grabs are settled while the session starts.
     bool start(KeyboardCapture::Handler handler) override;
     void stop() override;
+    // At once where the capture grabs keys as the session starts; where another client holds
+    // the keyboard, once the held keys are released and the keyboards taken.
+    void whenHeld(std::function<void(bool held)> then) override;
     bool heldElsewhere() override;
     std::string translate(std::uint16_t keyCode) override;
 
@@ -97,6 +101,10 @@ private:
     // these are released, or the menu would see them held for ever.
     std::set<std::uint8_t> _awaitingRelease;
     bool _exclusive = false;
+    // Answers whoever waits for the keyboards taken: a key that stays down, or keyboards that
+    // can't be taken, would leave the session's labels on the screen with the keys typed going
+    // to the menu.
+    KeyboardGrant _grant;
 
     // The hot key whose key is down, with that key: its release is seen in the raw events.
     std::optional<std::pair<HotKeyId, std::uint8_t>> _heldHotKey;
