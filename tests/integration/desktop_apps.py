@@ -104,6 +104,11 @@ class _SanitizerCheckedResult(unittest.TextTestResult):
         failure can't be watched they say what the program saw. Its trace names kinds and
         counts, never what an application's elements hold; the applications' output is left
         out."""
+        # A key or button left down by one test would take the next ones' input elsewhere.
+        if os.environ.get("DISPLAY") and (held := Xkb().held()):
+            codes, modifiers, buttons = held
+            print(f"\n--- X has down: key codes {codes}, modifiers 0x{modifiers:x}, "
+                  f"buttons 0x{buttons:x}", file=sys.stderr)
         outputs = self._marks + [(output, 0) for output in _outputs[self._first_new:]]
         for output, since in outputs:
             if output.command[:1] == [TARNVIK]:
@@ -662,6 +667,18 @@ class Xkb:
 
     def caps_locked(self):
         return bool(self._state().locked_mods & 2)
+
+    def held(self):
+        """The key codes X has down, and the modifiers and pointer buttons it holds; None
+        without a display."""
+        if not self._display.value:
+            return None
+        keys = (ctypes.c_char * 32)()
+        self._x.XQueryKeymap(self._display, keys)
+        codes = [i * 8 + bit for i, byte in enumerate(keys.raw) for bit in range(8)
+                 if byte >> bit & 1]
+        state = self._state()
+        return codes, state.mods, state.ptr_buttons
 
     def nothing_held(self):
         """Whether no modifier and no pointer button is down, as the X server has it."""
